@@ -1,0 +1,156 @@
+/// @file
+/// The common ground of the library: its text and number types, the types of columns, functions
+/// that run one statement, helpers for texts and numbers, and the diagnostics of every source file.
+///
+/// All functions are free of state and may be used on any thread, but for `listToVector`.
+
+#ifndef SQLW_SQL_COMMON_H
+#define SQLW_SQL_COMMON_H
+
+#include <string>
+#include <vector>
+
+struct sqlite3;
+
+namespace sql
+{
+
+/// Names, SQL and cell contents: byte strings that are never converted between encodings.
+using string = std::string;
+
+/// Integer cell values and integer keys: 64 bits, signed, and exactly what "%lld" prints.
+using integer = long long;
+static_assert(sizeof(integer) == 8, "integer cells hold 64 bits");
+
+/// The type of a column and of a value.
+enum field_type : int {
+    type_int = 0,   ///< `sql::integer`, stored as INTEGER
+    type_text = 1,  ///< `sql::string`, stored as TEXT
+    type_float = 2, ///< `double`, stored as REAL with eight decimals
+    type_bool = 3,  ///< `bool`, stored as INTEGER 1 or 0
+    type_time = 4   ///< `sql::Time`, stored as INTEGER seconds since the epoch
+};
+
+/// @name Running one statement
+/// The connection is borrowed and must not be null: a null one is reported as an assertion and
+/// answered with the failure value. Statements end at their first NUL byte.
+/// @{
+
+/// The name of an SQLite result code, such as "SQLITE_BUSY" for 5.
+/// @return a constant text; "unknown" for extended codes and all that is not a primary code.
+const char* sqliteRc2Str(int rc);
+
+/// Runs a statement that finishes in one step and yields no row.
+/// @return true when it ran to its end. On failure, also when it yields a row, false after two
+///         ERROR lines: the statement, then SQLite's code and words. The statement is logged at
+///         DEBUG2.
+bool runOneStepSqlStmt(sqlite3* db, const string& stmt);
+
+/// Runs a query that yields a single number, such as a count.
+/// @return the first column of the first row, cut to 32 bits; further rows are not read. On failure
+///         -1 after ERROR lines: the query cannot be prepared or run, yields no row, more than one
+///         column, or a negative number. The query and its number are logged at DEBUG2.
+int queryNumber(sqlite3* db, const string& query);
+
+/// @}
+/// @name Texts and numbers
+/// @{
+
+/// The lower-case name of a type: "integer", "text", "float", "bool" or "time".
+/// @return "undefined" for any other value, after an assertion report.
+string type2Str(field_type type);
+
+/// Doubles every single quote, as an SQL literal needs it. The enclosing quotes are left to the
+/// caller: `"name = '" + sql::quoteStr(name) + "'"`.
+string quoteStr(const string& text);
+
+/// Removes white space, as `isspace` has it, from the front of `text`, and returns `text`.
+string& trimleft(string& text);
+/// Removes white space, as `isspace` has it, from the end of `text`, and returns `text`.
+string& trimright(string& text);
+/// Removes white space from both ends of `text`, and returns `text`.
+string& trim(string& text);
+/// A copy of `text` without white space at its ends.
+string trim(const string& text);
+
+/// The number in decimal, the same in every locale.
+string intToStr(int number);
+/// The number in decimal, the same in every locale.
+string intToStr(integer number);
+
+/// Splits `list` wherever any of the characters of `delimiters` stands.
+/// @param items receives the trimmed items; what it held is dropped. Runs of delimiters count as
+///        one and give no empty item, but an item of white space alone is kept as an empty one.
+/// @note Not for two threads at once: `strtok` keeps a hidden state.
+void listToVector(string list, std::vector<string>& items, const char* delimiters);
+
+/// @}
+
+} // namespace sql
+
+// What follows serves the sources of the library, and is no part of its interface. A source that
+// uses it names itself in SQLW_SOURCE_NAME and includes <syslog.h>.
+
+/// Functions that the library keeps to itself, whatever else a build exports.
+#define SQLW_INTERNAL __attribute__((visibility("hidden")))
+
+namespace sql
+{
+
+/// True when the platform's trace level is above `threshold`; false when the platform holds none.
+SQLW_INTERNAL bool traceLevelExceeds(int threshold);
+
+/// Hands a failed condition to the platform's assertion reporter, at every trace level.
+/// @return `condition`, so that a guard reads `if (!SQLW_ASSERT(db)) return false;`.
+SQLW_INTERNAL bool checkAssertion(bool condition, const char* expression, const char* path,
+                                  int line, const char* function);
+
+/// Appends the number in decimal, without a temporary text.
+SQLW_INTERNAL void appendInteger(string& out, integer number);
+
+/// Appends `text` with every single quote doubled.
+SQLW_INTERNAL void appendQuoted(string& out, const string& text);
+
+} // namespace sql
+
+/// One line of the system log: `SQLW_ERROR("rc=%d", rc)`. Its arguments are computed only when the
+/// line is written.
+#define SQLW_ERROR(...) SQLW_LOG(2, LOG_ERR, "[ERROR]", __VA_ARGS__)
+#define SQLW_DEBUG1(...) SQLW_LOG(6, LOG_DEBUG, "[DEBUG1]", __VA_ARGS__)
+#define SQLW_DEBUG2(...) SQLW_LOG(7, LOG_DEBUG, "[DEBUG2]", __VA_ARGS__)
+#define SQLW_DEBUG3(...) SQLW_LOG(8, LOG_DEBUG, "[DEBUG3]", __VA_ARGS__)
+
+/// The signature that assertion reports of a function carry: its first line, under its definition.
+/// Written out, because no two compilers spell `__PRETTY_FUNCTION__` alike.
+#define SQLW_SIGNATURE(text) static const char signature[] = text
+
+/// Reports `condition` as it is written when it does not hold, and answers whether it holds.
+#define SQLW_ASSERT(condition)                                                                     \
+    ::sql::checkAssertion(static_cast<bool>(condition), #condition, SQLW_SOURCE_PATH, __LINE__,    \
+                          signature)
+
+/// An ERROR line, then the report of a branch that should not have been reached.
+#define SQLW_FAULT(...)                                                                            \
+    do {                                                                                           \
+        SQLW_ERROR(__VA_ARGS__);                                                                   \
+        SQLW_ASSERT(false);                                                                        \
+    } while (false)
+
+// Not __FILE__: that is whatever path the build happened to pass.
+#define SQLW_SOURCE_PATH "components/sql/sqlwrapper/src/" SQLW_SOURCE_NAME
+
+#define SQLW_LOG(threshold, priority, tag, ...)                                                    \
+    do {                                                                                           \
+        if (::sql::traceLevelExceeds(threshold))                                                   \
+            SQLW_PICK(__VA_ARGS__, SQLW_LINE, SQLW_LINE, SQLW_LINE, SQLW_LINE, SQLW_PLAIN_LINE, )  \
+        (priority, tag, __VA_ARGS__);                                                              \
+    } while (false)
+
+// C++11 has no empty variadic tail, so a message without arguments takes a macro of its own.
+#define SQLW_PICK(_1, _2, _3, _4, _5, picked, ...) picked
+#define SQLW_PLAIN_LINE(priority, tag, text)                                                       \
+    ::syslog(priority, tag " %s:%d (%s) - " text, SQLW_SOURCE_NAME, __LINE__, __func__)
+#define SQLW_LINE(priority, tag, text, ...)                                                        \
+    ::syslog(priority, tag " %s:%d (%s) - " text, SQLW_SOURCE_NAME, __LINE__, __func__, __VA_ARGS__)
+
+#endif

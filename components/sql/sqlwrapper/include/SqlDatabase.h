@@ -1,0 +1,77 @@
+/// @file
+/// A connection to a database file.
+
+#ifndef SQLW_SQL_DATABASE_H
+#define SQLW_SQL_DATABASE_H
+
+#include "SqlCommon.h"
+
+namespace sql
+{
+
+/// Opens a database file, closes it, stamps it with a version, and groups writes in transactions.
+///
+/// Owns the connection, which tables and record sets borrow: they must not use it after `close`,
+/// after another `open` or after the database's end. Not copied. One thread at a time.
+class Database
+{
+public:
+    enum AccessMode : int {
+        read_only = 0,        ///< the file must be there
+        read_write = 1,       ///< the file must be there
+        read_write_create = 2 ///< the file is made when it is not there
+    };
+
+    /// Without a connection.
+    Database();
+    /// Closes the connection.
+    ~Database();
+
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+    /// Closes the connection held, and opens the database in the file `path`. Logged at DEBUG1.
+    /// @param unused changes nothing.
+    /// @param busyTimeoutMs how long a statement waits for another connection's lock, in
+    ///        milliseconds; 0 or less does not wait.
+    /// @return false on failure, after an ERROR line. When the timeout alone could not be set, the
+    ///         database is open nevertheless. An access mode of another value is reported as an
+    ///         assertion, and refused by SQLite.
+    bool open(const string& path, AccessMode mode, bool unused, int busyTimeoutMs);
+
+    /// Closes the connection, if there is one, and forgets it. A refusal of SQLite, as when a
+    /// statement is still in use, is reported as an assertion.
+    void close();
+
+    bool isOpen() const;
+
+    /// The connection, to be lent to tables. Null when none is held; after a failed `open` it may
+    /// be one that only serves `close`.
+    sqlite3* getHandle();
+
+    /// @name Transactions
+    /// They run "BEGIN TRANSACTION", "COMMIT TRANSACTION" and "ROLLBACK TRANSACTION". Nesting,
+    /// pairing and what a failure undoes are left to SQLite.
+    /// @return false as by `RecordSet::query`, which logs and reports.
+    /// @{
+    bool transactionBegin();
+    bool transactionCommit();
+    bool transactionRollback();
+    /// @}
+
+    /// The version stamp of the file, 0 in a new one.
+    /// @return -1 as by `queryNumber`, also for a stamp below 0.
+    int getUserVersion() const;
+
+    /// Stamps the file with `version`, which is at most 2147483647.
+    /// @return false on failure: a greater one, after an ERROR line, or as by `runOneStepSqlStmt`.
+    bool setUserVersion(unsigned int version);
+
+private:
+    sqlite3* _db;
+    int _result;
+};
+
+} // namespace sql
+
+#endif

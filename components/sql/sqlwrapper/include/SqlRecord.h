@@ -1,0 +1,124 @@
+/// @file
+/// One row of a table.
+
+#ifndef SQLW_SQL_RECORD_H
+#define SQLW_SQL_RECORD_H
+
+#include <vector>
+
+#include "SqlFieldSet.h"
+#include "SqlValue.h"
+
+namespace sql
+{
+
+/// A row: one value for each column of a column set.
+///
+/// Owns its values and borrows its column set, which must outlive it unchanged. Copies and moves
+/// share the column set. `Record*` results of a table or a record set belong to that, until its
+/// next read; a copy of such a record still needs the column set of where it came from.
+///
+/// A column is named by its position, from 0, or by its name, byte for byte. What is not there is
+/// told by an ERROR line, an assertion report and the failure value of each operation.
+class Record
+{
+public:
+    /// A row for `fields`, every cell NULL and of its column's type.
+    Record(const FieldSet& fields);
+
+    Record(const Record& other) = default;
+    Record(Record&& other) = default;
+    /// A copy of `*other`, which must not be null.
+    Record(const Record* other);
+    Record& operator=(const Record& other) = default;
+    Record& operator=(Record&& other) = default;
+
+    /// The borrowed column set, never null.
+    const FieldSet* fields() const;
+    int columnCount() const;
+
+    /// @name A cell
+    /// Null when there is no such column. The record owns the value.
+    /// @{
+    Value* getValue(int index);
+    const Value* getValue(int index) const;
+    Value* getValue(const string& name);
+    const Value* getValue(const string& name) const;
+    /// The cell of the key column, which is the first PRIMARY KEY column.
+    const Value* getKeyIdValue() const;
+    /// @}
+
+    /// The column `name`, owned by the column set. Null when there is none.
+    const Field* fieldByName(const string& name) const;
+
+    /// Stores `text`, or NULL for a null pointer, in the cell at `index` and gives it the type.
+    /// @return false when there is no such column.
+    bool initColumnValue(int index, const char* text, field_type type);
+
+    /// @name Setters
+    /// They store as the `Value` operation of the same name does, whatever the column's type, and
+    /// change nothing when there is no such column.
+    /// @{
+    void setNull(int index);
+    void setNull(const string& name);
+    void setString(int index, const string& value);
+    void setString(const string& name, const string& value);
+    void setInteger(int index, integer value);
+    void setInteger(const string& name, integer value);
+    void setDouble(int index, double value);
+    void setDouble(const string& name, double value);
+    void setBool(int index, bool value);
+    void setBool(const string& name, bool value);
+    void setTime(int index, Time value);
+    void setTime(const string& name, Time value);
+    /// @}
+
+    /// Whether both records have the column `name` with equal values (`Value::equals`).
+    /// False for a null `other`.
+    bool equalsColumnValue(const Record* other, const string& name) const;
+
+    /// Whether no column outside the key differs (`Value::equals`). A column that `other` lacks
+    /// counts as equal, and one that only `other` has is not looked at. False for a null `other`.
+    bool equalsValues(const Record* other) const;
+
+    /// The values for people: "7|Bob|null|2.5".
+    string toString() const;
+
+    /// The names and values for people: "id = 7|name = Bob", and "id = 7 (integer)" with types.
+    string dump(bool withType) const;
+
+    /// @name Statements
+    /// The empty text on failure, after an ERROR line and an assertion report. Names of tables and
+    /// columns stand in them as they are, unquoted.
+    /// @{
+
+    /// The values as SQL literals: "7, 'Bob', null".
+    string toSql() const;
+
+    /// An INSERT of every column: "insert into item (id, name) values (7, 'Bob')".
+    string toSqlInsert(const string& table) const;
+
+    /// An UPDATE of every column outside the key, for the row with this record's key:
+    /// "update item set name='Bob' where id = 7". A text key is written unquoted, after an
+    /// assertion report, and when the key is the last column the list keeps its last comma.
+    string toSqlUpdate(const string& table) const;
+
+    /// @}
+
+private:
+    friend class RecordSet; // moves its records to its own column set when it is copied
+
+    const Value* getValue(int index, const char* signature) const;
+    const Value* getValue(const string& name, const char* signature, const char* byIndex) const;
+    bool hasColumn(int index) const;
+    string::size_type statementSize(const string& table) const;
+    void toSql(string& sql) const;
+    void adopt(const FieldSet& fields);
+
+    const FieldSet* _fields;
+    std::vector<Value> _values;
+};
+
+} // namespace sql
+
+#endif

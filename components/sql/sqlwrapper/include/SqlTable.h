@@ -1,0 +1,156 @@
+/// @file
+/// A named table of a database.
+
+#ifndef SQLW_SQL_TABLE_H
+#define SQLW_SQL_TABLE_H
+
+#include "SqlRecordSet.h"
+
+namespace sql
+{
+
+/// A table: its name, its columns, and the rows of its last read.
+///
+/// Borrows the connection, which must outlive its use. Owns its columns and the rows held: a
+/// `Record*` of a table is valid until its next read, that is the next `open`, `query`, `create`,
+/// `truncate`, `remove`, `getRecordByKeyId` or `initTable`. The other operations leave the rows
+/// held as they are. One thread at a time.
+///
+/// Names and conditions go into SQL as they stand: literals in a condition are the caller's to
+/// quote (`quoteStr`). Where nothing else is said, an operation that fails answers false after the
+/// ERROR lines of `RecordSet::query` or `queryNumber`; without a connection, after an assertion
+/// report.
+class Table
+{
+public:
+    /// A name alone, to be completed by `initTable`.
+    Table(const string& name);
+    /// With the columns of an array that ends in a field without a name. Faults of the description
+    /// are reported by `FieldSet` alone.
+    Table(sqlite3* db, const string& name, const Field* fields);
+    /// With a copy of `fields`.
+    Table(sqlite3* db, const string& name, const FieldSet& fields);
+
+    /// Drops the rows held, takes the connection, and appends the columns of an array that ends in
+    /// a field without a name to those that the table has.
+    /// @return what `FieldSet::initFieldSet` returns.
+    bool initTable(sqlite3* db, const Field* fields);
+
+    string name() const;
+    const FieldSet& fields() const;
+    /// The borrowed connection; null when there is none.
+    sqlite3* getHandle();
+
+    /// @name The table in the database
+    /// @{
+
+    /// Whether the database has a table of this name. Logged at DEBUG2.
+    /// @return true also when that cannot be determined, after an ERROR line.
+    bool exists();
+
+    /// Creates the table unless `exists()`. The columns of one that exists are not looked at.
+    /// Without columns false, after ERROR lines and assertion reports.
+    bool create();
+
+    /// Deletes every row of the table.
+    bool truncate();
+
+    /// Drops the table. The object can create it again.
+    bool remove();
+
+    /// The number of rows in the database; -1 on failure.
+    int totalRecordCount() const;
+
+    /// @}
+    /// @name Reading
+    /// They replace the rows held. An empty condition or order counts as none.
+    /// @{
+    bool open();
+    bool open(const string& where);
+    bool open(const string& where, const string& orderBy);
+    /// Runs any statement, and holds the rows of its result.
+    bool query(const string& sql);
+    /// @}
+
+    /// @name The rows held
+    /// Null when there is none, and nothing is logged.
+    /// @{
+    int recordCount() const;
+    Record* getRecord(int index);
+    Record* getTopRecord();
+    /// @}
+
+    /// @name Writing
+    /// They leave the rows held as they are. A record that cannot be rendered adds an ERROR line to
+    /// its own.
+    /// @{
+
+    bool addRecord(const Record& record);
+
+    /// Updates the row with the key that `record` holds. True also when there is no such row.
+    bool updateRecord(const Record& record);
+
+    /// Deletes the rows that match; all of them for an empty condition.
+    bool deleteRecords(const string& where);
+
+    /// @}
+    /// @name Rows by their key
+    /// The key is matched with the key column. Text keys stand in SQL between double quotes and are
+    /// not escaped: one that holds a double quote breaks the statement, and one that is the name of
+    /// a column is taken for that column. Without a key column they fail, after ERROR lines and
+    /// assertion reports.
+    /// @{
+
+    /// Updates when there is a row with the key, adds when not. The key must be the one that
+    /// `record` holds; that is not checked. When the test fails, it adds. Logged at DEBUG2.
+    bool addOrUpdateRecord(string keyId, const Record& record);
+    bool addOrUpdateRecord(integer keyId, const Record& record);
+
+    /// True also when there is no such row.
+    bool deleteRecord(string keyId);
+    bool deleteRecord(integer keyId);
+
+    /// Reads the row into the rows held, and returns the first of them. Null when there is none.
+    Record* getRecordByKeyId(string keyId);
+    Record* getRecordByKeyId(integer keyId);
+
+    /// False also when that cannot be determined.
+    bool hasRecordWithKeyId(string keyId);
+    bool hasRecordWithKeyId(integer keyId);
+
+    /// @}
+    /// @name Copying
+    /// They go row by row, in no transaction: a failure leaves what was copied before it.
+    /// @{
+
+    /// Adds the rows that `source` holds, which its last read gave.
+    bool copyRecords(Table& source);
+
+    /// Drops and creates this table, and copies every row that `source` has in the database.
+    /// @return whether both then count the same number of rows.
+    bool backup(Table& source);
+
+    /// @}
+
+    /// The statement that creates the table: "CREATE TABLE item (id INTEGER PRIMARY KEY)".
+    /// Without columns the empty text, after an ERROR line and an assertion report.
+    string getDefinition() const;
+
+    /// The columns for people, numbered from 1 and parted by CR LF: "1. id INTEGER PRIMARY KEY".
+    string toString() const;
+
+private:
+    template <typename Key> bool deleteRecord(const Key& keyId, const char* signature);
+    template <typename Key> Record* getRecordByKeyId(const Key& keyId, const char* signature);
+    template <typename Key> bool hasRecordWithKeyId(const Key& keyId, const char* signature);
+
+    bool runAside(const string& sql);
+
+    sqlite3* _db;
+    string _name;
+    RecordSet _recordset;
+};
+
+} // namespace sql
+
+#endif

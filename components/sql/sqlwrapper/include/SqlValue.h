@@ -1,0 +1,84 @@
+/// @file
+/// One typed cell of a record.
+
+#ifndef SQLW_SQL_VALUE_H
+#define SQLW_SQL_VALUE_H
+
+#include "SqlTime.h"
+
+namespace sql
+{
+
+/// A cell: a text, whether it is NULL, and the type that it is read as.
+///
+/// A value type: copied and moved freely, owns nothing outside itself. Nothing here is logged, and
+/// nothing fails: a text that does not fit a type is read as far as it does.
+class Value
+{
+public:
+    /// NULL, of type `newType`.
+    Value(field_type newType);
+
+    /// Takes a copy of `newText` as it stands, or NULL for a null pointer, and the type.
+    void setValue(const char* newText, field_type newType);
+
+    /// @name Setters that keep the type
+    /// Whatever is stored, the value is still read as the type that it was made with.
+    /// @{
+    void setNull();
+    void setString(const string& newText);
+    void setInteger(integer number);
+    /// Stores eight decimals; what exceeds 127 characters is cut off.
+    void setDouble(double number);
+    void setBool(bool truth);
+    void setTime(Time newTime);
+    /// @}
+
+    bool isNull() const;
+    field_type getType() const;
+
+    /// @name Reading the text as a type
+    /// NULL reads as 0, false or the empty text.
+    /// @{
+
+    /// As `strtoll` reads decimal: 0 for what is no number, the nearest bound beyond 64 bits.
+    integer asInteger() const;
+    /// As `strtod` reads it in the C locale: 0.0 for what is no number.
+    double asDouble() const;
+    /// True for the text "1" alone.
+    bool asBool() const;
+    /// The time of `asInteger()` seconds, so the epoch for NULL.
+    Time asTime() const;
+    /// The text; for type_time `asTime().asString()`, also when NULL.
+    string asString() const;
+
+    /// @}
+
+    /// `asString()`, or "null".
+    string toString() const;
+
+    /// `toString()`, and the type in parentheses where `withType` says so: "42 (integer)".
+    string dump(bool withType) const;
+
+    /// Whether both are NULL, or `other` reads the same as this value by this value's type. So NULL
+    /// equals 0 and the empty text, and any two times are equal.
+    bool equals(const Value& other) const;
+
+    /// The SQL literal of this value for a column of type `columnType`: quoted for type_text alone,
+    /// otherwise the text as it stands, whatever it holds.
+    string toSql(field_type columnType) const;
+
+private:
+    friend class Record; // has literals appended to the statement that it builds
+
+    void toSql(string& sql, field_type columnType) const;
+    void setText(const char* newText, size_t length);
+
+    string text;
+    bool nullFlag;
+    field_type type;
+};
+
+} // namespace sql
+
+#endif

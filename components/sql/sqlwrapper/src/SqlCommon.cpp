@@ -1,0 +1,362 @@
+#include "SqlCommon.h"
+
+#include <cctype>
+#include <cstdint>
+#include <cstring>
+#include <ctime>
+#include <type_traits>
+
+#include <sqlite3.h>
+#include <syslog.h>
+
+#include "SqlTime.h"
+
+#define SQLW_SOURCE_NAME "SqlCommon.cpp"
+
+// What the platform provides. Only the first member of its trace object is known here.
+struct SqlwTraceObject
+{
+    const std::int32_t* level;
+};
+
+extern "C" {
+extern const SqlwTraceObject* g_traceObject;
+void logAssertFailed(const char* expression, const char* path, int line, const char* function);
+}
+
+namespace sql
+{
+
+// Diagnostics
+
+bool traceLevelExceeds(int threshold)
+{
+    return g_traceObject && g_traceObject->level && *g_traceObject->level > threshold;
+}
+
+bool checkAssertion(bool condition, const char* expression, const char* path, int line,
+                    const char* function)
+{
+    if (!condition)
+        logAssertFailed(expression, path, line, function);
+    return condition;
+}
+
+// Running one statement
+
+const char* sqliteRc2Str(int rc)
+{
+#define SQLW_CASE(code)                                                                            \
+    case code:                                                                                     \
+        return #code
+    switch (rc) {
+        SQLW_CASE(SQLITE_OK);
+        SQLW_CASE(SQLITE_ERROR);
+        SQLW_CASE(SQLITE_INTERNAL);
+        SQLW_CASE(SQLITE_PERM);
+        SQLW_CASE(SQLITE_ABORT);
+        SQLW_CASE(SQLITE_BUSY);
+        SQLW_CASE(SQLITE_LOCKED);
+        SQLW_CASE(SQLITE_NOMEM);
+        SQLW_CASE(SQLITE_READONLY);
+        SQLW_CASE(SQLITE_INTERRUPT);
+        SQLW_CASE(SQLITE_IOERR);
+        SQLW_CASE(SQLITE_CORRUPT);
+        SQLW_CASE(SQLITE_NOTFOUND);
+        SQLW_CASE(SQLITE_FULL);
+        SQLW_CASE(SQLITE_CANTOPEN);
+        SQLW_CASE(SQLITE_PROTOCOL);
+        SQLW_CASE(SQLITE_EMPTY);
+        SQLW_CASE(SQLITE_SCHEMA);
+        SQLW_CASE(SQLITE_TOOBIG);
+        SQLW_CASE(SQLITE_CONSTRAINT);
+        SQLW_CASE(SQLITE_MISMATCH);
+        SQLW_CASE(SQLITE_MISUSE);
+        SQLW_CASE(SQLITE_NOLFS);
+        SQLW_CASE(SQLITE_AUTH);
+        SQLW_CASE(SQLITE_FORMAT);
+        SQLW_CASE(SQLITE_RANGE);
+        SQLW_CASE(SQLITE_NOTADB);
+        SQLW_CASE(SQLITE_ROW);
+        SQLW_CASE(SQLITE_DONE);
+    }
+#undef SQLW_CASE
+    return "unknown";
+}
+
+bool runOneStepSqlStmt(sqlite3* db, const string& stmt)
+{
+    SQLW_SIGNATURE("bool sql::runOneStepSqlStmt(sqlite3*, const string&)");
+    if (!SQLW_ASSERT(db))
+        return false;
+    SQLW_DEBUG2("stmt='%s'", stmt.c_str());
+
+    sqlite3_stmt* handle = nullptr;
+    int rc = sqlite3_prepare_v2(db, stmt.c_str(), -1, &handle, nullptr);
+    if (rc != SQLITE_OK) {
+        SQLW_ERROR("Failed to prepare the SQL statement '%s': ", stmt.c_str());
+        SQLW_ERROR(" rc=%d=%s: %s", rc, sqliteRc2Str(rc), sqlite3_errmsg(db));
+        return false;
+    }
+
+    rc = sqlite3_step(handle);
+    if (rc != SQLITE_DONE) {
+        SQLW_ERROR("Running the SQL stmt '%s' failed", stmt.c_str());
+        SQLW_ERROR("  SQLite returned %d=%s instead of SQLITE_DONE: %s", rc, sqliteRc2Str(rc),
+                   sqlite3_errmsg(db));
+    }
+    sqlite3_finalize(handle);
+    return rc == SQLITE_DONE;
+}
+
+int queryNumber(sqlite3* db, const string& query)
+{
+    SQLW_SIGNATURE("int sql::queryNumber(sqlite3*, const string&)");
+    if (!SQLW_ASSERT(db))
+        return -1;
+    SQLW_DEBUG2("stmt='%s'", query.c_str());
+
+    sqlite3_stmt* handle = nullptr;
+    int rc = sqlite3_prepare_v2(db, query.c_str(), -1, &handle, nullptr);
+    if (rc != SQLITE_OK) {
+        SQLW_ERROR("Failed to prepare the SQL query '%s': ", query.c_str());
+        SQLW_ERROR("  rc=%d=%s: %s", rc, sqliteRc2Str(rc), sqlite3_errmsg(db));
+        return -1;
+    }
+
+    rc = sqlite3_step(handle);
+    if (rc != SQLITE_ROW) {
+        sqlite3_finalize(handle);
+        SQLW_ERROR("The SQL query '%s' failed", query.c_str());
+        SQLW_ERROR("   the query returned %d=%s instead of SQLITE_ROW: %s", rc, sqliteRc2Str(rc),
+                   sqlite3_errmsg(db));
+        return -1;
+    }
+
+    const int columns = sqlite3_column_count(handle);
+    if (columns != 1) {
+        sqlite3_finalize(handle);
+        SQLW_ERROR(
+            "The SQL query '%s' failed: query returned %d columns in result while 1 is expected",
+            query.c_str(), columns);
+        return -1;
+    }
+
+    const int number = sqlite3_column_int(handle, 0);
+    sqlite3_finalize(handle);
+    if (number < 0) {
+        SQLW_ERROR("The SQL query '%s' failed", query.c_str());
+        SQLW_ERROR("  SQLite returned returned number = %d < 0", number); // the doubled word stays
+        return -1;
+    }
+    SQLW_DEBUG2("SQLite returned number=%d", number);
+    return number;
+}
+
+// Texts and numbers
+
+string type2Str(field_type type)
+{
+    SQLW_SIGNATURE("sql::string sql::type2Str(sql::field_type)");
+    switch (type) {
+        case type_int:
+            return "integer";
+        case type_text:
+            return "text";
+        case type_float:
+            return "float";
+        case type_bool:
+            return "bool";
+        case type_time:
+            return "time";
+    }
+    SQLW_ASSERT(false);
+    return "undefined";
+}
+
+void appendQuoted(string& out, const string& text)
+{
+    string::size_type begin = 0;
+    string::size_type quote = text.find('\'');
+    while (quote != string::npos) {
+        out.append(text, begin, quote + 1 - begin);
+        begin = quote; // the quote is appended again, as the first character of what follows
+        quote = text.find('\'', quote + 1);
+    }
+    out.append(text, begin, string::npos);
+}
+
+string quoteStr(const string& text)
+{
+    string quoted;
+    appendQuoted(quoted, text);
+    return quoted;
+}
+
+static bool isSpace(char character)
+{
+    return std::isspace(static_cast<unsigned char>(character)) != 0;
+}
+
+string& trimleft(string& text)
+{
+    string::size_type blanks = 0;
+    while (blanks < text.size() && isSpace(text[blanks]))
+        ++blanks;
+    return text.erase(0, blanks);
+}
+
+string& trimright(string& text)
+{
+    string::size_type size = text.size();
+    while (size > 0 && isSpace(text[size - 1]))
+        --size;
+    return text.erase(size);
+}
+
+string& trim(string& text)
+{
+    return trimright(trimleft(text));
+}
+
+string trim(const string& text)
+{
+    string copy(text);
+    return trim(copy);
+}
+
+void appendInteger(string& out, integer number)
+{
+    using magnitude = unsigned long long;
+    char digits[20]; // "-9223372036854775808"
+    char* const end = digits + sizeof(digits);
+    char* first = end;
+    magnitude rest = static_cast<magnitude>(number);
+    if (number < 0)
+        rest = 0 - rest;
+    do {
+        *--first = static_cast<char>('0' + rest % 10);
+        rest /= 10;
+    } while (rest != 0);
+    if (number < 0)
+        *--first = '-';
+    out.append(first, end);
+}
+
+string intToStr(int number)
+{
+    return intToStr(static_cast<integer>(number));
+}
+
+string intToStr(integer number)
+{
+    string text;
+    appendInteger(text, number);
+    return text;
+}
+
+void listToVector(string list, std::vector<string>& items, const char* delimiters)
+{
+    items.clear();
+    // The list came by value, so strtok may cut it up where it stands, however long it is.
+    char* token = std::strtok(&list[0], delimiters);
+    while (token) {
+        items.emplace_back(token);
+        trim(items.back());
+        token = std::strtok(nullptr, delimiters);
+    }
+}
+
+// Time
+
+Time::Time() : Time(::time(nullptr), true) {}
+
+Time::Time(integer seconds) : Time(static_cast<time_t>(seconds), false) {}
+
+Time::Time(time_t seconds, bool readFromClock) : time(seconds)
+{
+    const bool clockFailed = readFromClock && seconds == static_cast<time_t>(-1);
+    if (!clockFailed)
+        SQLW_DEBUG3("Time ctor: time = %ld = '%s'", static_cast<long>(time), std::ctime(&time));
+}
+
+Time Time::now()
+{
+    return Time();
+}
+
+// Any two times are equal: programs rely on it.
+bool Time::operator==(const Time& /*other*/)
+{
+    return true;
+}
+
+double Time::diff(Time& other)
+{
+    return std::difftime(time, other.time);
+}
+
+integer Time::asInteger() const
+{
+    return time;
+}
+
+time_t Time::getTime() const
+{
+    return time;
+}
+
+string Time::format(const char* pattern) const
+{
+    std::tm local;
+    if (!localtime_r(&time, &local)) {
+        SQLW_ERROR("Failed to convert calendar time to local time");
+        return string();
+    }
+    char text[128];
+    return string(text, std::strftime(text, sizeof(text), pattern, &local));
+}
+
+string Time::asString() const
+{
+    return format("%d-%m-%Y %H:%M:%S, %a");
+}
+
+string Time::asTimeString() const
+{
+    return format("%H:%M:%S");
+}
+
+string Time::asDateString() const
+{
+    return format("%d-%m-%Y");
+}
+
+void Time::addUnits(integer count, time_t secondsPerUnit)
+{
+    using wrapping = std::make_unsigned<time_t>::type; // wraps around where time_t does
+    const wrapping seconds = static_cast<wrapping>(count) * static_cast<wrapping>(secondsPerUnit);
+    time = static_cast<time_t>(static_cast<wrapping>(time) + seconds);
+}
+
+void Time::addValue(integer seconds)
+{
+    addUnits(seconds, 1);
+}
+
+void Time::addMinutes(integer minutes)
+{
+    addUnits(minutes, 60);
+}
+
+void Time::addHours(integer hours)
+{
+    addUnits(hours, 3600);
+}
+
+void Time::addDays(integer days)
+{
+    addUnits(days, 86400);
+}
+
+} // namespace sql

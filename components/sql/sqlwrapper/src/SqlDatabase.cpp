@@ -1,0 +1,115 @@
+#include "SqlDatabase.h"
+
+#include <climits>
+
+#include <sqlite3.h>
+#include <syslog.h>
+
+#include "SqlRecordSet.h"
+
+#define SQLW_SOURCE_NAME "SqlDatabase.cpp"
+
+namespace sql
+{
+
+Database::Database() : _db(nullptr), _result(SQLITE_ERROR) {}
+
+Database::~Database()
+{
+    close();
+}
+
+bool Database::open(const string& path, AccessMode mode, bool /*unused*/, int busyTimeoutMs)
+{
+    SQLW_SIGNATURE("bool sql::Database::open(const string&, sql::Database::AccessMode, bool, int)");
+    SQLW_DEBUG1("Opening database '%s'", path.c_str());
+    close();
+
+    int flags = 0;
+    switch (mode) {
+        case read_only:
+            flags = SQLITE_OPEN_READONLY;
+            break;
+        case read_write:
+            flags = SQLITE_OPEN_READWRITE;
+            break;
+        case read_write_create:
+            flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+            break;
+        default:
+            SQLW_ASSERT(false);
+    }
+
+    _result = sqlite3_open_v2(path.c_str(), &_db, flags, nullptr);
+    if (!isOpen()) {
+        SQLW_ERROR("Failed to open the database %s: rc=%d=%s: %s", path.c_str(), _result,
+                   sqliteRc2Str(_result), sqlite3_errmsg(_db));
+        return false;
+    }
+    if (!_db) {
+        SQLW_ERROR("Failed to open the database %s: database handle returned by SQLite is 0",
+                   path.c_str());
+        return false;
+    }
+
+    const int rc = sqlite3_busy_timeout(_db, busyTimeoutMs);
+    if (rc != SQLITE_OK) {
+        SQLW_ERROR("Failed to set the busy timeout: rc=%d=%s", rc, sqliteRc2Str(rc));
+        return false; // and yet the database is open
+    }
+    return true;
+}
+
+void Database::close()
+{
+    SQLW_SIGNATURE("void sql::Database::close()");
+    if (_db) {
+        const int rc = sqlite3_close(_db);
+        SQLW_ASSERT(rc == SQLITE_OK);
+        _db = nullptr;
+    }
+    _result = SQLITE_ERROR;
+}
+
+bool Database::isOpen() const
+{
+    return _result == SQLITE_OK;
+}
+
+sqlite3* Database::getHandle()
+{
+    return _db;
+}
+
+bool Database::transactionBegin()
+{
+    return RecordSet(_db).query("BEGIN TRANSACTION");
+}
+
+bool Database::transactionCommit()
+{
+    return RecordSet(_db).query("COMMIT TRANSACTION");
+}
+
+bool Database::transactionRollback()
+{
+    return RecordSet(_db).query("ROLLBACK TRANSACTION");
+}
+
+int Database::getUserVersion() const
+{
+    return queryNumber(_db, "PRAGMA user_version;");
+}
+
+bool Database::setUserVersion(unsigned int version)
+{
+    const unsigned int greatest = INT_MAX;
+    if (version > greatest) {
+        SQLW_ERROR("User version of a Tallowmere SQL database must be <= %d", INT_MAX);
+        return false;
+    }
+    const string number = intToStr(static_cast<int>(version));
+    return runOneStepSqlStmt(_db, "PRAGMA user_version=" + number + ";");
+}
+
+} // namespace sql

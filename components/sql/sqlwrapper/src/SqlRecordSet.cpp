@@ -1,0 +1,160 @@
+#include "SqlRecordSet.h"
+
+#include <exception>
+#include <utility>
+
+#include <sqlite3.h>
+#include <syslog.h>
+
+#define SQLW_SOURCE_NAME "SqlRecordSet.cpp"
+
+namespace sql
+{
+
+RecordSet::RecordSet() : RecordSet(nullptr) {}
+
+RecordSet::RecordSet(sqlite3* db) : RecordSet(db, static_cast<const Field*>(nullptr)) {}
+
+RecordSet::RecordSet(sqlite3* db, const FieldSet& fields)
+    : _db(db), _result(SQLITE_ERROR), _fields(fields)
+{}
+
+RecordSet::RecordSet(sqlite3* db, const Field* fields)
+    : _db(db), _result(SQLITE_ERROR), _fields(fields)
+{}
+
+RecordSet::~RecordSet()
+{
+    close();
+}
+
+RecordSet::RecordSet(const RecordSet& other)
+    : _db(other._db), _result(other._result), _fields(other._fields), _records(other._records)
+{
+    adoptRecordsOf(other);
+}
+
+RecordSet& RecordSet::operator=(const RecordSet& other)
+{
+    if (this == &other)
+        return *this;
+    FieldSet fields(other._fields);
+    std::vector<Record> records(other._records);
+    _db = other._db;
+    _result = other._result;
+    _fields = std::move(fields);
+    _records = std::move(records);
+    adoptRecordsOf(other);
+    return *this;
+}
+
+void RecordSet::adoptRecordsOf(const RecordSet& other)
+{
+    for (Record& record : _records)
+        if (record.fields() == &other._fields)
+            record.adopt(_fields);
+}
+
+bool RecordSet::initRecordSet(sqlite3* db, const Field* fields)
+{
+    close();
+    _db = db;
+    return _fields.initFieldSet(fields);
+}
+
+void RecordSet::close()
+{
+    _records.clear();
+    _result = SQLITE_ERROR;
+}
+
+bool RecordSet::query(const string& sql)
+{
+    SQLW_SIGNATURE("bool sql::RecordSet::query(const string&)");
+    close();
+    if (!SQLW_ASSERT(_db))
+        return false;
+    SQLW_DEBUG2("stmt='%s'", sql.c_str());
+
+    char* errorText = nullptr;
+    const int rc = sqlite3_exec(_db, sql.c_str(), on_next_record, this, &errorText);
+    if (_result != SQLITE_NOMEM) // which the callback leaves when it could not keep a row
+        _result = rc;
+    if (isResultOk())
+        return true;
+
+    SQLW_ERROR("Failed to run the SQL stmt '%s'", sql.c_str());
+    if (errorText)
+        SQLW_ERROR("  rc=%d=%s: %s", _result, sqliteRc2Str(_result), errorText);
+    else
+        SQLW_ERROR("  rc=%d=%s", _result, sqliteRc2Str(_result));
+    if (errorText)
+        sqlite3_free(errorText);
+    return false;
+}
+
+int RecordSet::on_next_record(void* param, int argc, char** argv, char** /*columnNames*/)
+{
+    RecordSet& set = *static_cast<RecordSet*>(param);
+    if (set._result == SQLITE_NOMEM)
+        return 0; // no rows behind one that is missing
+
+    try {
+        Record record(set._fields);
+        for (int i = 0; i < argc; ++i)
+            if (const Field* field = set._fields.getByIndex(i))
+                record.initColumnValue(i, argv[i], field->getType());
+        SQLW_DEBUG3("%s", record.dump(false).c_str());
+        set._records.push_back(std::move(record));
+    } catch (const std::exception&) { // memory has run out, and SQLite's frames know no exceptions
+        set._result = SQLITE_NOMEM;
+    }
+    return 0;
+}
+
+bool RecordSet::isResultOk() const
+{
+    return _result == SQLITE_OK;
+}
+
+int RecordSet::count() const
+{
+    return static_cast<int>(_records.size());
+}
+
+const FieldSet& RecordSet::fields() const
+{
+    return _fields;
+}
+
+Record* RecordSet::getRecord(int index)
+{
+    return index >= 0 && index < count() ? &_records[static_cast<size_t>(index)] : nullptr;
+}
+
+const Record* RecordSet::getRecord(int index) const
+{
+    return const_cast<RecordSet*>(this)->getRecord(index);
+}
+
+const Record* RecordSet::getTopRecord() const
+{
+    return isResultOk() ? getRecord(0) : nullptr;
+}
+
+const Value* RecordSet::getTopRecordFirstValue() const
+{
+    const Record* top = getTopRecord();
+    return top ? top->getValue(0) : nullptr;
+}
+
+string RecordSet::toString() const
+{
+    string lines;
+    int number = 0;
+    for (const Record& record : _records)
+        lines += intToStr(++number) + ". " + record.toString() + "\r\n";
+    return lines;
+}
+
+} // namespace sql

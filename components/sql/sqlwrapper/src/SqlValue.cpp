@@ -1,0 +1,229 @@
+#include "SqlValue.h"
+
+#include <cfloat>
+#include <cstdio>
+#include <cstdlib>
+
+namespace sql
+{
+
+// Doubles are written and read as the C locale has them, for the file may be read in any other.
+// snprintf and strtod go by the locale in force, whose decimal point need not be a full stop.
+
+static bool isDigit(char character)
+{
+    return character >= '0' && character <= '9';
+}
+
+static string doubleToStr(double number)
+{
+    const string::size_type decimals = 8;
+    const string::size_type longest = 127;
+    char buffer[DBL_MAX_10_EXP + 64]; // sign, digits, a point of some bytes, decimals
+    std::snprintf(buffer, sizeof(buffer), "%0.8f", number);
+
+    string text(buffer);
+    if (isDigit(text[text.size() - 1])) { // neither "inf" nor "nan"
+        const string::size_type point = text.find_first_not_of("0123456789", 1);
+        text.replace(point, text.size() - decimals - point, 1, '.');
+    }
+    if (text.size() > longest)
+        text.resize(longest);
+    return text;
+}
+
+// Up to fifteen digits are exact in a double and so is their power of ten: the quotient is rounded
+// once, as strtod rounds. This is what SQLite's texts of short numbers look like.
+static bool readShortDecimal(const char* text, double& number)
+{
+    static const double powersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                         1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+    const bool negative = *text == '-';
+    if (negative)
+        ++text;
+
+    integer digits = 0;
+    int count = 0;
+    int decimals = 0;
+    bool pastPoint = false;
+    for (; count <= 15; ++text) {
+        if (isDigit(*text)) {
+            digits = digits * 10 + (*text - '0');
+            ++count;
+            decimals += pastPoint ? 1 : 0;
+        } else if (*text == '.' && !pastPoint) {
+            pastPoint = true;
+        } else {
+            break;
+        }
+    }
+    if (*text != '\0' || count == 0 || count > 15 || FLT_EVAL_METHOD != 0)
+        return false;
+    number = static_cast<double>(digits) / powersOfTen[decimals];
+    if (negative)
+        number = -number;
+    return true;
+}
+
+static string localPoint()
+{
+    char half[16];
+    std::snprintf(half, sizeof(half), "%.1f", 0.5);
+    const string text(half);
+    return text.substr(1, text.size() - 2);
+}
+
+static double strToDouble(const string& text)
+{
+    double number = 0.0;
+    if (readShortDecimal(text.c_str(), number))
+        return number;
+
+    const string point = localPoint();
+    if (point == ".")
+        return std::strtod(text.c_str(), nullptr);
+    string local = text.substr(0, text.find(point)); // to which only a full stop is a point
+    const string::size_type stop = local.find('.');
+    if (stop != string::npos)
+        local.replace(stop, 1, point);
+    return std::strtod(local.c_str(), nullptr);
+}
+
+Value::Value(field_type newType) : nullFlag(true), type(newType) {}
+
+void Value::setValue(const char* newText, field_type newType)
+{
+    type = newType;
+    if (!newText) {
+        setNull();
+        return;
+    }
+    text = newText;
+    nullFlag = false;
+}
+
+void Value::setNull()
+{
+    text.clear();
+    nullFlag = true;
+}
+
+void Value::setString(const string& newText)
+{
+    text = newText;
+    nullFlag = false;
+}
+
+void Value::setInteger(integer number)
+{
+    text.clear();
+    appendInteger(text, number);
+    nullFlag = false;
+}
+
+void Value::setDouble(double number)
+{
+    text = doubleToStr(number);
+    nullFlag = false;
+}
+
+void Value::setBool(bool truth)
+{
+    text = truth ? "1" : "0";
+    nullFlag = false;
+}
+
+void Value::setTime(Time newTime)
+{
+    setInteger(newTime.asInteger());
+}
+
+bool Value::isNull() const
+{
+    return nullFlag;
+}
+
+field_type Value::getType() const
+{
+    return type;
+}
+
+integer Value::asInteger() const
+{
+    return nullFlag ? 0 : std::strtoll(text.c_str(), nullptr, 10);
+}
+
+double Value::asDouble() const
+{
+    return nullFlag ? 0.0 : strToDouble(text);
+}
+
+bool Value::asBool() const
+{
+    return !nullFlag && text == "1";
+}
+
+Time Value::asTime() const
+{
+    return Time(asInteger());
+}
+
+string Value::asString() const
+{
+    return type == type_time ? asTime().asString() : text;
+}
+
+string Value::toString() const
+{
+    return nullFlag ? "null" : asString();
+}
+
+string Value::dump(bool withType) const
+{
+    return withType ? toString() + " (" + type2Str(type) + ")" : toString();
+}
+
+bool Value::equals(const Value& other) const
+{
+    if (nullFlag && other.nullFlag)
+        return true;
+    switch (type) { // one null alone reads as 0, false or the empty text
+        case type_int:
+            return asInteger() == other.asInteger();
+        case type_text:
+            return asString() == other.asString();
+        case type_float:
+            return asDouble() == other.asDouble();
+        case type_bool:
+            return asBool() == other.asBool();
+        case type_time: {
+            Time mine = asTime(); // before the other: each construction is a line of the log
+            return mine == other.asTime(); // any two times are equal
+        }
+    }
+    return false;
+}
+
+string Value::toSql(field_type columnType) const
+{
+    string sql;
+    toSql(sql, columnType);
+    return sql;
+}
+
+void Value::toSql(string& sql, field_type columnType) const
+{
+    if (nullFlag) {
+        sql += "null";
+    } else if (columnType == type_text) {
+        sql += '\'';
+        appendQuoted(sql, type == type_time ? asString() : text);
+        sql += '\'';
+    } else if (type == type_time) {
+        appendInteger(sql, asInteger());
+    } else {
+        sql += text; // as it stands, whatever the column's type
+    }
+}
+
+} // namespace sql

@@ -1,0 +1,14 @@
+#include "SqlFieldSet.h"
+
+#include <gtest/gtest.h>
+
+#include "support/World.h"
+
+using namespace sqltest;
+
+namespace
+{
+
+const Source source("SqlFieldSet");
+
+} // namespace

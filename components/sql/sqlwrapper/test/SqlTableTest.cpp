@@ -1,0 +1,14 @@
+#include "SqlTable.h"
+
+#include <gtest/gtest.h>
+
+#include "support/World.h"
+
+using namespace sqltest;
+
+namespace
+{
+
+const Source source("SqlTable");
+
+} // namespace

@@ -1,0 +1,14 @@
+#include "SqlTime.h"
+
+#include <gtest/gtest.h>
+
+#include "support/World.h"
+
+using namespace sqltest;
+
+namespace
+{
+
+const Source common("SqlCommon");
+
+} // namespace

@@ -1,0 +1,433 @@
+#include "World.h"
+
+#include <cstdarg>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <fstream>
+#include <new>
+
+#include <dlfcn.h>
+#include <sqlite3.h>
+#include <unistd.h>
+
+namespace
+{
+
+std::vector<std::string> events;
+sqltest::Faults theFaults;
+bool recording = false;
+int recorderDepth = 0; // above 0 while the recorder itself is at work
+int sqliteDepth = 0;   // above 0 within SQLite, whose own calls of its functions do not count
+long allocationCount = 0;
+
+class Within
+{
+public:
+    explicit Within(int& depth) : _depth(depth) { ++_depth; }
+    ~Within() { --_depth; }
+    Within(const Within&) = delete;
+    Within& operator=(const Within&) = delete;
+
+private:
+    int& _depth;
+};
+
+void record(const std::string& event)
+{
+    if (recording)
+        events.push_back(event);
+}
+
+// `argument` renders what the function was given.
+template <typename Argument> void recordCall(const char* function, Argument argument)
+{
+    const Within recorder(recorderDepth);
+    if (sqliteDepth == 1)
+        record(sqltest::sqlite(function, argument()));
+}
+
+void recordCall(const char* function)
+{
+    recordCall(function, [] { return std::string(); });
+}
+
+bool faulty()
+{
+    return recording && sqliteDepth == 1;
+}
+
+template <typename Function> Function* real(Function*, const char* name)
+{
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+#define REAL(function) real(&function, #function)
+
+std::string sourceLine(const std::string& path, int wanted)
+{
+    std::ifstream file(std::string(SQLW_TEST_SOURCE_ROOT "/") + path);
+    std::string text;
+    for (int number = 1; std::getline(file, text); ++number)
+        if (number == wanted)
+            return text;
+    return std::string();
+}
+
+// A call that spans lines may be numbered by its first or its last.
+void expectCallAt(const std::string& path, int line)
+{
+    std::string around;
+    for (int i = line - 2; i <= line + 1; ++i)
+        around += sourceLine(path, i) + "\n";
+    EXPECT_NE(std::string::npos, around.find("SQLW_")) << path << ":" << line << "\n" << around;
+}
+
+const char* const sourceFolder = "components/sql/sqlwrapper/src/";
+
+void writeLine(int priority, const char* format, va_list args)
+{
+    const Within recorder(recorderDepth);
+    va_list head;
+    va_copy(head, args);
+    const std::string file = va_arg(head, const char*);
+    const int line = va_arg(head, int);
+    va_end(head);
+
+    std::vector<char> message(1 << 16);
+    std::vsnprintf(message.data(), message.size(), format, args);
+    std::string text = message.data();
+    const std::string place = file + ":" + std::to_string(line);
+    const std::size_t at = text.find(place);
+    ASSERT_NE(std::string::npos, at) << text;
+    text.replace(at, place.size(), file); // the lines of a source move, its texts don't
+    record("syslog " + std::to_string(priority) + " \"" + format + "\" " + text);
+    expectCallAt(sourceFolder + file, line);
+}
+
+} // namespace
+
+namespace sqltest
+{
+
+std::string trace(const std::vector<std::string>& events)
+{
+    std::string text;
+    for (const std::string& event : events)
+        text += event + "\n";
+    return text;
+}
+
+std::string sqlite(const std::string& function, const std::string& argument)
+{
+    return "sqlite3_" + function + "(" + argument + ")";
+}
+
+std::string Source::line(int priority, const char* tag, const char* function,
+                         const std::string& text, const std::string& message) const
+{
+    return "syslog " + std::to_string(priority) + " \"" + tag + " %s:%d (%s) - " + text + "\" " +
+           tag + " " + _name + " (" + function + ") - " + message;
+}
+
+std::string Source::asserted(const char* expression, const char* signature) const
+{
+    return std::string("logAssertFailed \"") + expression + "\" " + sourceFolder + _name + " \"" +
+           signature + "\"";
+}
+
+long allocations()
+{
+    return allocationCount;
+}
+
+Unrecorded::Unrecorded()
+{
+    recording = false;
+}
+
+Unrecorded::~Unrecorded()
+{
+    recording = true;
+}
+
+TemporaryFile::TemporaryFile()
+    : path(::testing::TempDir() + "sqlwrapper-" + std::to_string(getpid()) + "-" +
+           std::to_string(reinterpret_cast<std::uintptr_t>(this)))
+{}
+
+TemporaryFile::~TemporaryFile()
+{
+    std::remove(path.c_str());
+}
+
+} // namespace sqltest
+
+// The platform
+
+static std::int32_t theLevel;
+static struct TraceObject
+{
+    std::int32_t* level;
+    int more;
+} theTraceObject = {&theLevel, 0};
+
+extern "C" {
+
+TraceObject* g_traceObject = nullptr;
+
+void logAssertFailed(const char* expression, const char* path, int line, const char* function)
+{
+    const Within recorder(recorderDepth);
+    record(std::string("logAssertFailed \"") + expression + "\" " + path + " \"" + function + "\"");
+    expectCallAt(path, line);
+}
+
+void syslog(int priority, const char* format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    writeLine(priority, format, args);
+    va_end(args);
+}
+
+// What glibc's headers make of syslog under _FORTIFY_SOURCE.
+void __syslog_chk(int priority, int, const char* format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    writeLine(priority, format, args);
+    va_end(args);
+}
+
+// The system
+
+time_t time(time_t* seconds) noexcept
+{
+    const time_t now = theFaults.clockFails ? static_cast<time_t>(-1) : REAL(time)(nullptr);
+    if (seconds)
+        *seconds = now;
+    return now;
+}
+
+std::tm* localtime_r(const time_t* seconds, std::tm* local) noexcept
+{
+    return theFaults.localTimeFails ? nullptr : REAL(localtime_r)(seconds, local);
+}
+
+// SQLite
+
+int sqlite3_open_v2(const char* path, sqlite3** db, int flags, const char* vfs)
+{
+    const Within sqlite(sqliteDepth);
+    recordCall("open_v2", [=] {
+        return std::string(path) + ", " + std::to_string(flags) + (vfs ? ", vfs" : "");
+    });
+    if (faulty() && theFaults.openGivesNoHandle) {
+        *db = nullptr;
+        return SQLITE_OK;
+    }
+    return REAL(sqlite3_open_v2)(path, db, flags, vfs);
+}
+
+int sqlite3_busy_timeout(sqlite3* db, int milliseconds)
+{
+    const Within sqlite(sqliteDepth);
+    recordCall("busy_timeout", [=] { return std::to_string(milliseconds); });
+    const int fault = faulty() ? theFaults.busyTimeoutResult : 0;
+    return fault ? fault : REAL(sqlite3_busy_timeout)(db, milliseconds);
+}
+
+int sqlite3_close(sqlite3* db)
+{
+    const Within sqlite(sqliteDepth);
+    recordCall("close");
+    return REAL(sqlite3_close)(db);
+}
+
+int sqlite3_exec(sqlite3* db, const char* sql, int (*callback)(void*, int, char**, char**),
+                 void* param, char** errorText)
+{
+    const Within sqlite(sqliteDepth);
+    recordCall("exec", [=] { return std::string(sql); });
+    const int rc = REAL(sqlite3_exec)(db, sql, callback, param, errorText);
+    if (faulty() && theFaults.noErrorText && errorText && *errorText) {
+        REAL(sqlite3_free)(*errorText);
+        *errorText = nullptr;
+    }
+    return rc;
+}
+
+int sqlite3_prepare_v2(sqlite3* db, const char* sql, int length, sqlite3_stmt** stmt,
+                       const char** tail)
+{
+    const Within sqlite(sqliteDepth);
+    recordCall("prepare_v2", [=] {
+        return std::string(sql) + ", " + std::to_string(length) + (tail ? ", tail" : "");
+    });
+    return REAL(sqlite3_prepare_v2)(db, sql, length, stmt, tail);
+}
+
+int sqlite3_step(sqlite3_stmt* stmt)
+{
+    const Within sqlite(sqliteDepth);
+    recordCall("step");
+    return REAL(sqlite3_step)(stmt);
+}
+
+int sqlite3_column_count(sqlite3_stmt* stmt)
+{
+    const Within sqlite(sqliteDepth);
+    recordCall("column_count");
+    return REAL(sqlite3_column_count)(stmt);
+}
+
+int sqlite3_column_int(sqlite3_stmt* stmt, int column)
+{
+    const Within sqlite(sqliteDepth);
+    recordCall("column_int", [=] { return std::to_string(column); });
+    return REAL(sqlite3_column_int)(stmt, column);
+}
+
+int sqlite3_finalize(sqlite3_stmt* stmt)
+{
+    const Within sqlite(sqliteDepth);
+    recordCall("finalize");
+    return REAL(sqlite3_finalize)(stmt);
+}
+
+const char* sqlite3_errmsg(sqlite3* db)
+{
+    const Within sqlite(sqliteDepth);
+    recordCall("errmsg");
+    return REAL(sqlite3_errmsg)(db);
+}
+
+void sqlite3_free(void* memory)
+{
+    const Within sqlite(sqliteDepth);
+    recordCall("free");
+    REAL(sqlite3_free)(memory);
+}
+
+} // extern "C"
+
+// Memory
+
+void* operator new(std::size_t size)
+{
+    if (recorderDepth == 0) {
+        ++allocationCount;
+        int& left = theFaults.allocationsLeft;
+        if (left == 0) {
+            if (!theFaults.allocationsStayOut)
+                left = -1;
+            throw std::bad_alloc();
+        }
+        if (left > 0)
+            --left;
+    }
+    if (void* memory = std::malloc(size ? size : 1))
+        return memory;
+    throw std::bad_alloc();
+}
+
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
+
+// The fixtures
+
+namespace sqltest
+{
+
+Test::Test() : faults(theFaults)
+{
+    events.clear();
+    theFaults = Faults();
+    recording = true;
+    setTraceLevel(9);
+}
+
+Test::~Test()
+{
+    recording = false;
+    theFaults = Faults();
+}
+
+void Test::setTraceLevel(int level)
+{
+    theLevel = level;
+    theTraceObject.level = &theLevel;
+    g_traceObject = &theTraceObject;
+}
+
+void Test::dropTraceObject()
+{
+    g_traceObject = nullptr;
+}
+
+void Test::dropTraceLevel()
+{
+    theTraceObject.level = nullptr;
+}
+
+std::string Test::recorded()
+{
+    std::vector<std::string> taken;
+    taken.swap(events);
+    return trace(taken);
+}
+
+std::string Test::recordedDiagnostics()
+{
+    std::vector<std::string> kept;
+    for (const std::string& event : events)
+        if (event.compare(0, 8, "sqlite3_") != 0)
+            kept.push_back(event);
+    events.clear();
+    return trace(kept);
+}
+
+DatabaseTest::DatabaseTest()
+{
+    Unrecorded setup;
+    sqlite3_open_v2(":memory:", &db, SQLITE_OPEN_READWRITE, nullptr);
+}
+
+DatabaseTest::~DatabaseTest()
+{
+    Unrecorded teardown;
+    EXPECT_EQ(SQLITE_OK, sqlite3_close(db));
+}
+
+void DatabaseTest::run(const std::string& statements)
+{
+    Unrecorded direct;
+    char* errorText = nullptr;
+    EXPECT_EQ(SQLITE_OK, sqlite3_exec(db, statements.c_str(), nullptr, nullptr, &errorText))
+        << statements << ": " << (errorText ? errorText : "");
+    sqlite3_free(errorText);
+}
+
+std::string DatabaseTest::cell(const std::string& query)
+{
+    Unrecorded direct;
+    std::string result = "(none)";
+    const auto keepFirst = [](void* first, int, char** cells, char**) {
+        std::string& kept = *static_cast<std::string*>(first);
+        if (kept == "(none)")
+            kept = cells[0] ? cells[0] : "(null)";
+        return 0;
+    };
+    EXPECT_EQ(SQLITE_OK, sqlite3_exec(db, query.c_str(), keepFirst, &result, nullptr)) << query;
+    return result;
+}
+
+} // namespace sqltest
