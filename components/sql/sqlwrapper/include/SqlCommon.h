@@ -12,6 +12,9 @@
 
 struct sqlite3;
 
+/// Marks functions that the library keeps to itself: they are not exported.
+#define SQLW_INTERNAL __attribute__((visibility("hidden")))
+
 namespace sql
 {
 
@@ -90,9 +93,6 @@ void listToVector(string list, std::vector<string>& items, const char* delimiter
 
 // What follows serves the sources of the library, and is no part of its interface. A source that
 // uses it names itself in SQLW_SOURCE_NAME and includes <syslog.h>.
-
-/// Functions that the library keeps to itself, whatever else a build exports.
-#define SQLW_INTERNAL __attribute__((visibility("hidden")))
 
 namespace sql
 {

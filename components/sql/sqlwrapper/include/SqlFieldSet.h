@@ -62,8 +62,8 @@ public:
 private:
     friend class Record; // looks up its key, and has names appended to its statements
 
-    const Field* keyField() const;
-    void toSql(string& sql) const;
+    SQLW_INTERNAL const Field* keyField() const;
+    SQLW_INTERNAL void toSql(string& sql) const;
 
     std::vector<Field> _fields;
 };

@@ -108,12 +108,13 @@ public:
 private:
     friend class RecordSet; // moves its records to its own column set when it is copied
 
-    const Value* getValue(int index, const char* signature) const;
-    const Value* getValue(const string& name, const char* signature, const char* byIndex) const;
-    bool hasColumn(int index) const;
-    string::size_type statementSize(const string& table) const;
-    void toSql(string& sql) const;
-    void adopt(const FieldSet& fields);
+    SQLW_INTERNAL const Value* getValue(int index, const char* signature) const;
+    SQLW_INTERNAL const Value* getValue(const string& name, const char* signature,
+                                        const char* byIndex) const;
+    SQLW_INTERNAL bool hasColumn(int index) const;
+    SQLW_INTERNAL string::size_type statementSize(const string& table) const;
+    SQLW_INTERNAL void toSql(string& sql) const;
+    SQLW_INTERNAL void adopt(const FieldSet& fields);
 
     const FieldSet* _fields;
     std::vector<Value> _values;

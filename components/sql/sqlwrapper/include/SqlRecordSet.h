@@ -76,7 +76,7 @@ private:
 
     RecordSet(const RecordSet& other);
     RecordSet& operator=(const RecordSet& other);
-    void adoptRecordsOf(const RecordSet& other);
+    SQLW_INTERNAL void adoptRecordsOf(const RecordSet& other);
 
     sqlite3* _db;
     int _result;

@@ -144,7 +144,7 @@ private:
     template <typename Key> Record* getRecordByKeyId(const Key& keyId, const char* signature);
     template <typename Key> bool hasRecordWithKeyId(const Key& keyId, const char* signature);
 
-    bool runAside(const string& sql);
+    SQLW_INTERNAL bool runAside(const string& sql);
 
     sqlite3* _db;
     string _name;

@@ -63,8 +63,8 @@ public:
     /// @}
 
 private:
-    Time(time_t seconds, bool readFromClock);
-    void addUnits(integer count, time_t secondsPerUnit);
+    SQLW_INTERNAL Time(time_t seconds, bool readFromClock);
+    SQLW_INTERNAL void addUnits(integer count, time_t secondsPerUnit);
 
     time_t time;
 };

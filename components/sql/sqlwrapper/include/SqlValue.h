@@ -71,8 +71,7 @@ public:
 private:
     friend class Record; // has literals appended to the statement that it builds
 
-    void toSql(string& sql, field_type columnType) const;
-    void setText(const char* newText, size_t length);
+    SQLW_INTERNAL void toSql(string& sql, field_type columnType) const;
 
     string text;
     bool nullFlag;
