@@ -220,10 +220,7 @@ string Record::toString() const
 {
     string text;
     for (int i = 0; i < columnCount(); ++i) {
-        const Value* value = getValue(i);
-        if (!value)
-            continue;
-        text += value->toString();
+        text += getValue(i)->toString();
         if (i < columnCount() - 1)
             text += "|";
     }
@@ -236,10 +233,7 @@ string Record::dump(bool withType) const
     for (int i = 0; i < columnCount(); ++i) {
         if (const Field* field = _fields->getByIndex(i))
             text += field->_name + " = ";
-        const Value* value = getValue(i);
-        if (!value)
-            continue;
-        text += value->dump(withType);
+        text += getValue(i)->dump(withType);
         if (i < columnCount() - 1)
             text += "|";
     }

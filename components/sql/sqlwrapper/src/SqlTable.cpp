@@ -301,10 +301,7 @@ string Table::toString() const
 {
     string lines;
     for (int i = 0; i < fields().count(); ++i) {
-        const Field* field = fields().getByIndex(i);
-        if (!field)
-            continue;
-        lines += intToStr(i + 1) + ". " + field->getDefinition();
+        lines += intToStr(i + 1) + ". " + fields().getByIndex(i)->getDefinition();
         if (i < fields().count() - 1)
             lines += "\r\n";
     }
