@@ -21,6 +21,7 @@ bool recording = false;
 int recorderDepth = 0; // above 0 while the recorder itself is at work
 int sqliteDepth = 0;   // above 0 within SQLite, whose own calls of its functions do not count
 long allocationCount = 0;
+std::int32_t theLevel = 0;
 
 class Within
 {
@@ -94,15 +95,20 @@ void writeLine(int priority, const char* format, va_list args)
     const int line = va_arg(head, int);
     va_end(head);
 
-    std::vector<char> message(1 << 16);
-    std::vsnprintf(message.data(), message.size(), format, args);
-    std::string text = message.data();
+    char* message = nullptr;
+    ASSERT_LE(0, vasprintf(&message, format, args));
+    std::string text = message;
+    std::free(message);
     const std::string place = file + ":" + std::to_string(line);
     const std::size_t at = text.find(place);
     ASSERT_NE(std::string::npos, at) << text;
     text.replace(at, place.size(), file); // the lines of a source move, its texts don't
     record("syslog " + std::to_string(priority) + " \"" + format + "\" " + text);
     expectCallAt(sourceFolder + file, line);
+
+    if (theFaults.levelAfterNextLine >= 0)
+        theLevel = theFaults.levelAfterNextLine;
+    theFaults.levelAfterNextLine = -1;
 }
 
 } // namespace
@@ -161,11 +167,34 @@ TemporaryFile::~TemporaryFile()
     std::remove(path.c_str());
 }
 
+TimeZone::TimeZone(const std::string& rule)
+    : _hadRule(std::getenv("TZ") != nullptr), _formerRule(_hadRule ? std::getenv("TZ") : "")
+{
+    setenv("TZ", rule.c_str(), 1);
+    tzset();
+}
+
+TimeZone::~TimeZone()
+{
+    if (_hadRule)
+        setenv("TZ", _formerRule.c_str(), 1);
+    else
+        unsetenv("TZ");
+    tzset();
+}
+
+// A named C++ locale becomes that of C as well.
+ProgramLocale::ProgramLocale(const char* name) : _former(std::locale::global(std::locale(name))) {}
+
+ProgramLocale::~ProgramLocale()
+{
+    std::locale::global(_former);
+}
+
 } // namespace sqltest
 
 // The platform
 
-static std::int32_t theLevel;
 static struct TraceObject
 {
     std::int32_t* level;

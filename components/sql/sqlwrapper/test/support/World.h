@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <locale>
 #include <string>
 #include <vector>
 
@@ -77,6 +78,7 @@ struct Faults
     bool localTimeFails = false;     ///< localtime_r answers null
     int allocationsLeft = -1;        ///< operator new throws once after as many; -1 for never
     bool allocationsStayOut = false; ///< it throws from then on
+    int levelAfterNextLine = -1;     ///< the trace level once a line is written; -1 for no change
 };
 
 /// A test in such a world. Everything is recorded from its start, at trace level 9.
@@ -134,6 +136,34 @@ public:
     TemporaryFile& operator=(const TemporaryFile&) = delete;
 
     const std::string path;
+};
+
+/// The time zone of the program while this lives: a rule such as "CET-1".
+class TimeZone
+{
+public:
+    explicit TimeZone(const std::string& rule);
+    ~TimeZone();
+    TimeZone(const TimeZone&) = delete;
+    TimeZone& operator=(const TimeZone&) = delete;
+
+private:
+    const bool _hadRule;
+    const std::string _formerRule;
+};
+
+/// The locale of the program, for C as for C++, while this lives: one of those that the build
+/// makes, which LOCPATH leads to.
+class ProgramLocale
+{
+public:
+    explicit ProgramLocale(const char* name);
+    ~ProgramLocale();
+    ProgramLocale(const ProgramLocale&) = delete;
+    ProgramLocale& operator=(const ProgramLocale&) = delete;
+
+private:
+    const std::locale _former;
 };
 
 /// The number of calls of operator new since the start of the program.
