@@ -179,6 +179,8 @@ void add(Witness& witness, const std::string& path)
 
 void update(Witness& witness, const std::string& path)
 {
+    witness.either("select name || price from item where id = 2", longName + std::string("2.5"),
+                   "renamed2.5");
     Session session(witness, path);
     session.withRecord(2, "renamed", [&](const sql::Record& record) {
         witness.operation("updateRecord", [&] { return session.item.updateRecord(record); },
@@ -236,6 +238,7 @@ void openWhereOrder(Witness& witness, const std::string& path)
 
 void remove(Witness& witness, const std::string& path)
 {
+    witness.either(countWhere("id > 3"), "2", "0");
     Session session(witness, path);
     witness.operation("deleteRecord", [&] { return session.item.deleteRecord(1); },
                       {{countWhere("id = 1"), "0"}});
@@ -245,6 +248,7 @@ void remove(Witness& witness, const std::string& path)
 
 void truncate(Witness& witness, const std::string& path)
 {
+    witness.either("select count(*) from item", "5", "0");
     Session session(witness, path);
     witness.operation("truncate", [&] { return session.item.truncate(); },
                       {{"select count(*) from item", "0"}});
@@ -277,6 +281,8 @@ void backup(Witness& witness, const std::string& path)
 
 void transaction(Witness& witness, const std::string& path)
 {
+    witness.either("select count(*) from item where id between 20 and 23", "0", "4");
+    witness.either("select count(*) from item where id <= 5", "5", "5");
     Session session(witness, path);
     witness.begin([&] { return session.database.transactionBegin(); });
     for (sql::integer id = 20; id < 24; ++id)
@@ -354,21 +360,28 @@ std::string firstCell(sqlite3* db, const std::string& query)
 
 } // namespace
 
-void verifyFile(Witness& witness, const std::string& path)
+void verifyFile(Witness& witness, const std::string& path, bool durable)
 {
     sqlite3* db = nullptr;
     if (sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK) {
         witness.complain("the file cannot be opened any more");
-    } else {
-        const std::string integrity = firstCell(db, "pragma integrity_check");
-        if (integrity != "ok")
-            witness.complain("integrity_check: " + integrity);
-        for (const auto& effect : witness.due()) {
-            const std::string found = firstCell(db, effect.first);
-            if (found != effect.second)
-                witness.complain("answered true, but '" + effect.first + "' gives " + found +
-                                 " instead of " + effect.second);
-        }
+        sqlite3_close(db);
+        return;
+    }
+    const std::string integrity = firstCell(db, "pragma integrity_check");
+    if (integrity != "ok")
+        witness.complain("integrity_check: " + integrity);
+    for (const auto& choice : witness.choices()) {
+        const std::string found = firstCell(db, choice.first);
+        if (found != choice.second.first && found != choice.second.second)
+            witness.complain("'" + choice.first + "' gives " + found + ", neither " +
+                             choice.second.first + " nor " + choice.second.second);
+    }
+    for (const auto& effect : durable ? witness.due() : Witness::Effects()) {
+        const std::string found = firstCell(db, effect.first);
+        if (found != effect.second)
+            witness.complain("answered true, but '" + effect.first + "' gives " + found +
+                             " instead of " + effect.second);
     }
     sqlite3_close(db);
 }

@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace faults
@@ -31,7 +32,17 @@ public:
     void begin(const std::function<bool()>& run);
     void commit(const std::function<bool()>& run);
 
+    /// Whatever happens, `query` must give the one value or the other at the end of the run.
+    void either(const std::string& query, const std::string& one, const std::string& other)
+    {
+        _either[query] = {one, other};
+    }
+
     const Effects& due() const { return _due; }
+    const std::map<std::string, std::pair<std::string, std::string>>& choices() const
+    {
+        return _either;
+    }
     const std::vector<std::string>& failures() const { return _failures; }
     long outOfMemory() const { return _outOfMemory; }
 
@@ -40,6 +51,7 @@ private:
 
     Effects _due;
     Effects _pending;
+    std::map<std::string, std::pair<std::string, std::string>> _either;
     bool _inTransaction = false;
     long _outOfMemory = 0;
     std::vector<std::string> _failures;
@@ -57,8 +69,9 @@ const std::vector<Scenario>& scenarios();
 /// copied for each run.
 void makeDatabase(const std::string& path);
 
-/// Opens the file anew, with faults off, and compares it with what is due.
-void verifyFile(Witness& witness, const std::string& path);
+/// Opens the file anew, with faults off, and compares it with what it must hold. What operations
+/// answered is looked at only where `durable` says so.
+void verifyFile(Witness& witness, const std::string& path, bool durable = true);
 
 } // namespace faults
 

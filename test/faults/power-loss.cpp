@@ -1,0 +1,371 @@
+// A disk in memory that loses power: what was written since the last sync is lost, kept, torn or
+// reordered, as a seed has it.
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <sqlite3.h>
+
+#include "Injector.h"
+#include "Workload.h"
+
+namespace fs = std::filesystem;
+using faults::Scenario;
+using faults::Witness;
+
+namespace
+{
+
+using Bytes = std::string;
+
+// A write or, without data, a truncation.
+struct Change
+{
+    std::size_t offset;
+    Bytes data;
+    bool truncation;
+};
+
+void write(Bytes& content, const Change& change)
+{
+    if (change.truncation) {
+        content.resize(change.offset);
+        return;
+    }
+    if (content.size() < change.offset + change.data.size())
+        content.resize(change.offset + change.data.size());
+    content.replace(change.offset, change.data.size(), change.data);
+}
+
+struct DiskFile
+{
+    Bytes now;                   // what the program sees
+    Bytes synced;                // what surely is on the disk
+    std::vector<Change> pending; // what may be
+    bool everSynced = false;     // a new file is in its folder after its first sync
+    bool removed = false;
+    bool removalPending = false; // removed, but the folder was not synced
+};
+
+class Disk
+{
+public:
+    std::map<std::string, DiskFile> files;
+
+    // Counts a change of the disk; false once the power is gone.
+    bool powered()
+    {
+        if (_points == _last)
+            _lost = true;
+        else
+            ++_points;
+        return !_lost;
+    }
+    void losePowerAfter(long points)
+    {
+        _last = points;
+        _points = 0;
+        _lost = false;
+    }
+    bool lost() const { return _lost; }
+    bool readable() const { return !_lost; }
+
+    // What a machine finds on the disk when the power is back.
+    void writeOut(const std::string& folder, unsigned seed, bool* removalLost) const
+    {
+        std::mt19937 random(seed);
+        const auto chance = [&](unsigned of) { return random() % of == 0; };
+        *removalLost = false;
+        for (const auto& entry : files) {
+            const DiskFile& file = entry.second;
+            if (file.removed && !file.removalPending)
+                continue;
+            if (file.removed && !chance(4))
+                continue;
+            *removalLost = *removalLost || file.removed;
+            if (!file.everSynced && chance(2))
+                continue;
+            std::ofstream(folder + "/" + entry.first, std::ios::binary) << surviving(file, random);
+        }
+    }
+
+private:
+    // Torn and reordered within what no sync has parted.
+    static Bytes surviving(const DiskFile& file, std::mt19937& random)
+    {
+        std::vector<Change> sectors;
+        for (const Change& change : file.pending) {
+            if (change.truncation) {
+                sectors.push_back(change);
+                continue;
+            }
+            for (std::size_t at = 0; at < change.data.size();) {
+                const std::size_t end = std::min(
+                    change.data.size(), (change.offset + at) / 512 * 512 + 512 - change.offset);
+                sectors.push_back({change.offset + at, change.data.substr(at, end - at), false});
+                at = end;
+            }
+        }
+        Bytes content = file.synced;
+        for (const Change& change : sectors)
+            if (random() % 2 == 0)
+                write(content, change);
+        return content;
+    }
+
+    long _points = 0;
+    long _last = -1;
+    bool _lost = false;
+};
+
+Disk disk;
+
+struct File
+{
+    sqlite3_file base;
+    DiskFile* file;
+};
+
+DiskFile& of(sqlite3_file* file)
+{
+    return *reinterpret_cast<File*>(file)->file;
+}
+
+std::string baseName(const char* path)
+{
+    return fs::path(path).filename().string();
+}
+
+int closeFile(sqlite3_file*)
+{
+    return SQLITE_OK;
+}
+
+int readFile(sqlite3_file* file, void* data, int size, sqlite3_int64 offset)
+{
+    if (!disk.readable())
+        return SQLITE_IOERR_READ;
+    const Bytes& content = of(file).now;
+    const std::size_t begin = std::min(content.size(), static_cast<std::size_t>(offset));
+    const std::size_t count = std::min(content.size() - begin, static_cast<std::size_t>(size));
+    std::memset(data, 0, static_cast<std::size_t>(size));
+    std::memcpy(data, content.data() + begin, count);
+    return count == static_cast<std::size_t>(size) ? SQLITE_OK : SQLITE_IOERR_SHORT_READ;
+}
+
+int change(sqlite3_file* file, Change made, int error)
+{
+    if (!disk.powered())
+        return error;
+    write(of(file).now, made);
+    of(file).pending.push_back(std::move(made));
+    return SQLITE_OK;
+}
+
+int writeFile(sqlite3_file* file, const void* data, int size, sqlite3_int64 offset)
+{
+    return change(file,
+                  {static_cast<std::size_t>(offset),
+                   Bytes(static_cast<const char*>(data), static_cast<std::size_t>(size)), false},
+                  SQLITE_IOERR_WRITE);
+}
+
+int truncateFile(sqlite3_file* file, sqlite3_int64 size)
+{
+    return change(file, {static_cast<std::size_t>(size), Bytes(), true}, SQLITE_IOERR_TRUNCATE);
+}
+
+int syncFile(sqlite3_file* file, int)
+{
+    if (!disk.powered())
+        return SQLITE_IOERR_FSYNC;
+    DiskFile& synced = of(file);
+    synced.synced = synced.now;
+    synced.pending.clear();
+    synced.everSynced = true;
+    return SQLITE_OK;
+}
+
+int fileSize(sqlite3_file* file, sqlite3_int64* size)
+{
+    *size = static_cast<sqlite3_int64>(of(file).now.size());
+    return disk.readable() ? SQLITE_OK : SQLITE_IOERR_FSTAT;
+}
+
+int lockFile(sqlite3_file*, int)
+{
+    return SQLITE_OK;
+}
+
+int checkReservedLock(sqlite3_file*, int* held)
+{
+    *held = 0;
+    return SQLITE_OK;
+}
+
+int fileControl(sqlite3_file*, int, void*)
+{
+    return SQLITE_NOTFOUND;
+}
+
+int sectorSize(sqlite3_file*)
+{
+    return 512;
+}
+
+int characteristics(sqlite3_file*)
+{
+    return SQLITE_IOCAP_POWERSAFE_OVERWRITE; // as SQLite takes disks to be unless told otherwise
+}
+
+sqlite3_io_methods methods = {
+    1,        closeFile, readFile,          writeFile,   truncateFile, syncFile,        fileSize,
+    lockFile, lockFile,  checkReservedLock, fileControl, sectorSize,   characteristics, nullptr,
+    nullptr,  nullptr,   nullptr,           nullptr,     nullptr};
+
+int openFile(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* outFlags)
+{
+    File* opened = reinterpret_cast<File*>(file);
+    opened->base.pMethods = nullptr;
+    const std::string key = name ? baseName(name) : "temporary";
+    const auto known = disk.files.find(key);
+    const bool there = known != disk.files.end() && !known->second.removed;
+    if (!disk.readable() || (!there && !(flags & SQLITE_OPEN_CREATE)))
+        return SQLITE_CANTOPEN;
+    if (!there)
+        disk.files[key] = DiskFile();
+    opened->file = &disk.files[key];
+    opened->base.pMethods = &methods;
+    if (outFlags)
+        *outFlags = flags;
+    return SQLITE_OK;
+}
+
+int deleteFile(sqlite3_vfs*, const char* name, int syncFolder)
+{
+    if (!disk.powered())
+        return SQLITE_IOERR_DELETE;
+    DiskFile& file = disk.files[baseName(name)];
+    file.removed = true;
+    file.removalPending = !syncFolder;
+    return SQLITE_OK;
+}
+
+int accessFile(sqlite3_vfs*, const char* name, int, int* result)
+{
+    const auto known = disk.files.find(baseName(name));
+    *result = known != disk.files.end() && !known->second.removed;
+    return SQLITE_OK;
+}
+
+// The runs
+
+class PowerLoss
+{
+public:
+    PowerLoss()
+    {
+        char name[] = "/tmp/sqlwrapper-power-XXXXXX";
+        _folder = mkdtemp(name);
+        _real = sqlite3_vfs_find(nullptr);
+        _vfs = *_real;
+        _vfs.zName = "disk";
+        _vfs.szOsFile = sizeof(File);
+        _vfs.xOpen = openFile;
+        _vfs.xDelete = deleteFile;
+        _vfs.xAccess = accessFile;
+        faults::makeDatabase(_folder + "/original.db");
+        std::ifstream original(_folder + "/original.db", std::ios::binary);
+        _original.assign(std::istreambuf_iterator<char>(original), {});
+    }
+    ~PowerLoss() { fs::remove_all(_folder); }
+
+    // Whether the power went before the scenario was done.
+    bool run(const Scenario& scenario, long points, unsigned firstSeed, unsigned seeds)
+    {
+        disk.files.clear();
+        DiskFile& file = disk.files["run.db"];
+        file.now = file.synced = _original;
+        file.everSynced = true;
+
+        Witness witness;
+        disk.losePowerAfter(points);
+        sqlite3_vfs_register(&_vfs, 1);
+        scenario.run(witness, _folder + "/run.db");
+        sqlite3_vfs_unregister(&_vfs);
+        for (unsigned seed = firstSeed; seed < firstSeed + seeds; ++seed)
+            look(scenario, points, seed, witness);
+        return disk.lost();
+    }
+
+    int finish() const
+    {
+        std::printf("cases %ld\n", _cases);
+        return _failures ? 1 : 0;
+    }
+
+private:
+    void look(const Scenario& scenario, long points, unsigned seed, Witness witness)
+    {
+        const std::string folder = _folder + "/found";
+        fs::remove_all(folder);
+        fs::create_directory(folder);
+        bool removalLost = false;
+        disk.writeOut(folder, seed, &removalLost);
+        // A journal whose removal was lost rolls back: all or nothing holds, the last commit may
+        // not.
+        faults::verifyFile(witness, folder + "/run.db", !removalLost);
+        ++_cases;
+        for (const std::string& what : witness.failures()) {
+            std::printf("failure %s:%ld:%u: %s\n", scenario.name, points, seed, what.c_str());
+            ++_failures;
+        }
+    }
+
+    std::string _folder;
+    sqlite3_vfs* _real;
+    sqlite3_vfs _vfs;
+    Bytes _original;
+    long _cases = 0;
+    long _failures = 0;
+};
+
+int repeat(PowerLoss& power, const std::string& point)
+{
+    const std::size_t first = point.find(':');
+    const std::size_t second = point.find(':', first + 1);
+    for (const Scenario& scenario : faults::scenarios())
+        if (second != std::string::npos && point.substr(0, first) == scenario.name) {
+            power.run(scenario, std::atol(point.c_str() + first + 1),
+                      static_cast<unsigned>(std::atol(point.c_str() + second + 1)), 1);
+            return power.finish();
+        }
+    std::fprintf(stderr, "a point is SCENARIO:CHANGES:SEED\n");
+    return 2;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    PowerLoss power;
+    if (argc == 3 && std::strcmp(argv[1], "--only") == 0)
+        return repeat(power, argv[2]);
+    const bool full = argc == 2 && std::strcmp(argv[1], "--full") == 0;
+    for (const Scenario& scenario : faults::scenarios()) {
+        long points = 0;
+        while (power.run(scenario, points, 1, full ? 100 : 10))
+            ++points;
+        std::printf("%s: %ld changes of the disk\n", scenario.name, points);
+    }
+    return power.finish();
+}
