@@ -34,13 +34,10 @@ install(EXPORT sqlwrapper${kind} FILE sqlwrapper${kind}Targets.cmake
   NAMESPACE sqlwrapper:: DESTINATION ${config_folder} COMPONENT development)
 install(EXPORT sqlwrapperStandalone FILE sqlwrapperStandaloneTargets.cmake
   NAMESPACE sqlwrapper:: DESTINATION ${config_folder} COMPONENT standalone)
-configure_package_config_file(
-  ${CMAKE_CURRENT_LIST_DIR}/sqlwrapperConfig.cmake.in ${PROJECT_BINARY_DIR}/sqlwrapperConfig.cmake
-  INSTALL_DESTINATION ${config_folder} NO_SET_AND_CHECK_MACRO)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/sqlwrapperConfigVersion.cmake
   COMPATIBILITY SameMajorVersion)
 install(FILES
-  ${PROJECT_BINARY_DIR}/sqlwrapperConfig.cmake
+  ${CMAKE_CURRENT_LIST_DIR}/sqlwrapperConfig.cmake
   ${PROJECT_BINARY_DIR}/sqlwrapperConfigVersion.cmake
   DESTINATION ${config_folder} COMPONENT development)
 

@@ -4,8 +4,6 @@
 # platform's part in programs that run without one. Of a shared and a static library side by side
 # the shared one is taken, unless the component `static` asks for the other.
 
-@PACKAGE_INIT@
-
 set(sqlwrapper_shared_FOUND FALSE)
 set(sqlwrapper_static_FOUND FALSE)
 set(sqlwrapper_standalone_FOUND FALSE)
@@ -26,4 +24,12 @@ if(EXISTS ${CMAKE_CURRENT_LIST_DIR}/sqlwrapperStandaloneTargets.cmake)
   set(sqlwrapper_standalone_FOUND TRUE)
 endif()
 
-check_required_components(sqlwrapper)
+foreach(sqlwrapper_component IN LISTS sqlwrapper_FIND_COMPONENTS)
+  if(sqlwrapper_FIND_REQUIRED_${sqlwrapper_component} AND
+     NOT sqlwrapper_${sqlwrapper_component}_FOUND)
+    set(sqlwrapper_FOUND FALSE)
+    set(sqlwrapper_NOT_FOUND_MESSAGE
+      "The component '${sqlwrapper_component}' of sqlwrapper is not installed here.")
+  endif()
+endforeach()
+unset(sqlwrapper_component)
