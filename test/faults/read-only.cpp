@@ -164,7 +164,7 @@ void folder()
     fs::permissions(place.folder(), fs::perms(0555)); // so that no journal can be made
     place.asReader([&] {
         return readsButDoesNotWrite(place.path(), sql::Database::read_write,
-                                    "rc=14=SQLITE_CANTOPEN");
+                                    "rc=8=SQLITE_READONLY");
     });
 }
 
