@@ -132,9 +132,10 @@ bool readsButDoesNotWrite(const std::string& path, sql::Database::AccessMode mod
     sql::Table table(database.getHandle(), "item", itemFields);
     if (!table.open() || table.recordCount() != 5)
         return false;
-    sql::Record record(table.getRecord(0));
-    record.setInteger("id", 99);
-    return !table.addRecord(record) && told(code) && !table.updateRecord(record) && told(code) &&
+    const sql::Record record(table.getRecord(0));
+    sql::Record another(record);
+    another.setInteger("id", 99);
+    return !table.addRecord(another) && told(code) && !table.updateRecord(record) && told(code) &&
            !table.deleteRecord(1) && told(code) && !table.truncate() && told(code) &&
            !table.remove() && told(code) && !database.setUserVersion(1);
 }
