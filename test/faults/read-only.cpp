@@ -132,7 +132,8 @@ bool readsButDoesNotWrite(const std::string& path, sql::Database::AccessMode mod
     sql::Table table(database.getHandle(), "item", itemFields);
     if (!table.open() || table.recordCount() != 5)
         return false;
-    const sql::Record record(table.getRecord(0));
+    sql::Record record(table.getRecord(0));
+    record.setString("name", "renamed");
     sql::Record another(record);
     another.setInteger("id", 99);
     return !table.addRecord(another) && told(code) && !table.updateRecord(record) && told(code) &&
