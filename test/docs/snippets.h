@@ -1,0 +1,75 @@
+// What the programs made of documents compare their remarks with.
+
+#ifndef SQLW_DOCS_SNIPPETS_H
+#define SQLW_DOCS_SNIPPETS_H
+
+#include <iomanip>
+#include <iostream>
+#include <limits>
+#include <sstream>
+#include <string>
+
+#include <Sql.h>
+
+static int failures = 0;
+
+inline std::string shown(bool truth)
+{
+    return truth ? "true" : "false";
+}
+
+inline std::string shown(double number)
+{
+    std::ostringstream text;
+    text << std::setprecision(15) << number;
+    return text.str();
+}
+
+inline std::string shown(int number)
+{
+    return std::to_string(number);
+}
+
+inline std::string shown(sql::integer number)
+{
+    return std::to_string(number);
+}
+
+inline std::string shown(std::size_t number)
+{
+    return std::to_string(number);
+}
+
+inline std::string shown(const std::string& text)
+{
+    std::string escaped = "\"";
+    for (const char character : text) {
+        if (character == '\r')
+            escaped += "\\r";
+        else if (character == '\n')
+            escaped += "\\n";
+        else
+            escaped += character;
+    }
+    return escaped + "\"";
+}
+
+inline std::string shown(const char* text)
+{
+    return shown(std::string(text));
+}
+
+inline std::string shown(const void* pointer)
+{
+    return pointer ? "a pointer" : "null";
+}
+
+template <typename Result> void check(int line, const Result& result, const char* remark)
+{
+    if (shown(result) == remark)
+        return;
+    std::cout << "line " << line << ": gives " << shown(result) << ", told is " << remark << "\n";
+    ++failures;
+}
+
+#endif
