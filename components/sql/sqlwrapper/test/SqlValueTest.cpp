@@ -1,14 +1,1162 @@
 #include "SqlValue.h"
 
+#include <cfloat>
+#include <climits>
+#include <clocale>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include "support/World.h"
 
 using namespace sqltest;
+using sql::Value;
 
 namespace
 {
 
-const Source source("SqlValue");
+const Source common("SqlCommon");
+
+static_assert(!std::is_polymorphic<Value>::value, "nothing virtual");
+static_assert(std::is_convertible<sql::field_type, Value>::value, "");
+
+const std::string nulInside("a\0b", 3);
+
+class ValueTest : public Test
+{
+protected:
+    static Value holding(const char* text, int type = sql::type_text)
+    {
+        Value value(sql::type_int);
+        value.setValue(text, static_cast<sql::field_type>(type));
+        return value;
+    }
+    static Value null(int type) { return Value(static_cast<sql::field_type>(type)); }
+    static std::string textOf(double number)
+    {
+        Value value(sql::type_float);
+        value.setDouble(number);
+        return value.asString();
+    }
+
+    // The line of each time that is made from a value.
+    static std::string made(long seconds, const char* text)
+    {
+        return common.debug3("Time", "Time ctor: time = %ld = '%s'", seconds, text);
+    }
+    const std::string madeEpoch = made(0, "Thu Jan  1 00:00:00 1970\n");
+    const std::string madeDay = made(86400, "Fri Jan  2 00:00:00 1970\n");
+    const std::string typeNameReport =
+        common.asserted("false", "sql::string sql::type2Str(sql::field_type)");
+
+    TimeZone zone{"UTC0"};
+};
+
+// NULL
+
+TEST_F(ValueTest, IsNullWhenMade)
+{
+    const Value value(sql::type_int);
+    EXPECT_TRUE(value.isNull());
+    EXPECT_EQ(sql::type_int, value.getType());
+    EXPECT_EQ(trace({}), recorded());
+}
+
+TEST_F(ValueTest, IsMadeOfAnyType)
+{
+    for (const int type : {0, 1, 2, 3, 4, 7, -1}) {
+        EXPECT_TRUE(null(type).isNull()) << type;
+        EXPECT_EQ(type, null(type).getType());
+    }
+    EXPECT_EQ(trace({}), recorded());
+}
+
+TEST_F(ValueTest, NullReadsAs0FalseAndTheEmptyText)
+{
+    const Value value(sql::type_text);
+    EXPECT_EQ(0, value.asInteger());
+    EXPECT_EQ(0.0, value.asDouble());
+    EXPECT_FALSE(value.asBool());
+    EXPECT_EQ("", value.asString());
+    EXPECT_EQ(trace({}), recorded());
+}
+
+TEST_F(ValueTest, NullReadsAsTheTimeOfTheEpoch)
+{
+    EXPECT_EQ(0, Value(sql::type_text).asTime().getTime());
+    EXPECT_EQ(trace({madeEpoch}), recorded());
+}
+
+TEST_F(ValueTest, NullTimeReadsAsTheTextOfTheEpoch)
+{
+    EXPECT_EQ("01-01-1970 00:00:00, Thu", Value(sql::type_time).asString());
+    EXPECT_EQ(trace({madeEpoch}), recorded());
+}
+
+TEST_F(ValueTest, SetNullDropsTheTextAndKeepsTheType)
+{
+    Value value = holding("42", sql::type_int);
+    value.setNull();
+    EXPECT_TRUE(value.isNull());
+    EXPECT_EQ(sql::type_int, value.getType());
+    EXPECT_EQ("", value.asString());
+    EXPECT_EQ(0, value.asInteger());
+}
+
+// Setting text and type
+
+TEST_F(ValueTest, SetValueTakesTextAndType)
+{
+    Value value(sql::type_int);
+    value.setValue("abc", sql::type_text);
+    EXPECT_FALSE(value.isNull());
+    EXPECT_EQ(sql::type_text, value.getType());
+    EXPECT_EQ("abc", value.asString());
+}
+
+TEST_F(ValueTest, SetValueOfNullPointerIsNullOfTheNewType)
+{
+    Value value = holding("abc", sql::type_text);
+    value.setValue(nullptr, sql::type_bool);
+    EXPECT_TRUE(value.isNull());
+    EXPECT_EQ(sql::type_bool, value.getType());
+    EXPECT_EQ("", value.asString());
+}
+
+TEST_F(ValueTest, SetValueOfAnEmptyTextIsNotNull)
+{
+    EXPECT_FALSE(holding("").isNull());
+    EXPECT_EQ("", holding("").asString());
+}
+
+TEST_F(ValueTest, SetValueChecksNoTextAgainstTheType)
+{
+    const Value value = holding("abc", sql::type_int);
+    EXPECT_EQ("abc", value.asString());
+    EXPECT_EQ(0, value.asInteger());
+    EXPECT_EQ("abc", value.toSql(sql::type_int));
+    EXPECT_EQ(trace({}), recorded());
+}
+
+TEST_F(ValueTest, SetValueTakesACopyOfTheText)
+{
+    char text[] = "abc";
+    const Value value = holding(text);
+    text[0] = 'x';
+    EXPECT_EQ("abc", value.asString());
+}
+
+TEST_F(ValueTest, SetValueTakesALongText)
+{
+    const std::string text(1000000, 'x');
+    EXPECT_TRUE(text == holding(text.c_str()).asString());
+}
+
+TEST_F(ValueTest, SettersKeepTheTypeAndEndNull)
+{
+    for (const int type : {0, 1, 2, 3, 4, 7}) {
+        std::vector<Value> values(5, null(type));
+        values[0].setString("1");
+        values[1].setInteger(1);
+        values[2].setDouble(1.0);
+        values[3].setBool(true);
+        values[4].setTime(sql::Time(1));
+        for (const Value& value : values) {
+            EXPECT_EQ(type, value.getType());
+            EXPECT_FALSE(value.isNull()) << type;
+        }
+    }
+}
+
+TEST_F(ValueTest, SettersLogNothing)
+{
+    const sql::Time time(1);
+    recorded();
+    Value value(sql::type_time);
+    value.setValue("1", sql::type_time);
+    value.setNull();
+    value.setString("1");
+    value.setInteger(1);
+    value.setDouble(1.0);
+    value.setBool(true);
+    value.setTime(time);
+    EXPECT_EQ(trace({}), recorded());
+}
+
+TEST_F(ValueTest, IsCopiedWithTextNullAndType)
+{
+    const Value value = holding("abc", sql::type_float);
+    const Value copy(value);
+    EXPECT_EQ("abc (float)", copy.dump(true));
+    const Value nullCopy(null(sql::type_bool));
+    EXPECT_EQ("null (bool)", nullCopy.dump(true));
+}
+
+TEST_F(ValueTest, ACopyKeepsItsTextWhenTheOriginalChanges)
+{
+    Value value = holding("abc");
+    const Value copy(value);
+    value.setString("xyz");
+    EXPECT_EQ("abc", copy.asString());
+}
+
+TEST_F(ValueTest, TakesTextNullAndTypeOfWhatIsAssigned)
+{
+    const Value value = holding("abc", sql::type_float);
+    Value assigned(sql::type_int);
+    assigned = value;
+    EXPECT_EQ("abc (float)", assigned.dump(true));
+    assigned = null(sql::type_bool);
+    EXPECT_EQ("null (bool)", assigned.dump(true));
+}
+
+TEST_F(ValueTest, StaysTheSameWhenAssignedToItself)
+{
+    Value value = holding("abc", sql::type_float);
+    const Value& itself = value;
+    EXPECT_EQ(&value, &(value = itself));
+    EXPECT_EQ("abc (float)", value.dump(true));
+}
+
+// Texts
+
+TEST_F(ValueTest, SetStringTakesATextAsItStands)
+{
+    Value value(sql::type_text);
+    value.setString(" O'Neil \"%s%n\" \x80\xff ");
+    EXPECT_EQ(" O'Neil \"%s%n\" \x80\xff ", value.asString());
+}
+
+TEST_F(ValueTest, SetStringKeepsWhatFollowsANulByte)
+{
+    Value value(sql::type_text);
+    value.setString(nulInside);
+    EXPECT_EQ(nulInside, value.asString());
+    EXPECT_EQ(nulInside, value.toString());
+    EXPECT_EQ(nulInside + " (text)", value.dump(true));
+}
+
+TEST_F(ValueTest, SetStringOfAnEmptyTextIsNotNull)
+{
+    Value value(sql::type_text);
+    value.setString("");
+    EXPECT_FALSE(value.isNull());
+}
+
+// Whole numbers
+
+TEST_F(ValueTest, SetIntegerWritesDecimal)
+{
+    Value value(sql::type_int);
+    value.setInteger(-7);
+    EXPECT_EQ("-7", value.asString());
+    value.setInteger(0);
+    EXPECT_EQ("0", value.asString());
+    value.setInteger(1234567890123);
+    EXPECT_EQ("1234567890123", value.asString());
+}
+
+TEST_F(ValueTest, SetIntegerWritesTheBoundsOf64Bits)
+{
+    Value value(sql::type_int);
+    value.setInteger(LLONG_MAX);
+    EXPECT_EQ("9223372036854775807", value.asString());
+    value.setInteger(LLONG_MIN);
+    EXPECT_EQ("-9223372036854775808", value.asString());
+}
+
+TEST_F(ValueTest, ReadsBackTheBoundsOf64Bits)
+{
+    Value value(sql::type_int);
+    value.setInteger(LLONG_MAX);
+    EXPECT_EQ(LLONG_MAX, value.asInteger());
+    value.setInteger(LLONG_MIN);
+    EXPECT_EQ(LLONG_MIN, value.asInteger());
+}
+
+TEST_F(ValueTest, ReadsTextsAsStrtollReadsThem)
+{
+    const struct
+    {
+        const char* text;
+        sql::integer number;
+    } rows[] = {
+        {"", 0},
+        {"-", 0},
+        {"abc", 0},
+        {"-7", -7},
+        {"+7", 7},
+        {"-0", 0},
+        {"007", 7},
+        {" 12", 12},
+        {" \t\n-12", -12},
+        {"12 ", 12},
+        {"12abc", 12},
+        {"12.9", 12},
+        {"-12.9", -12},
+        {"12.", 12},
+        {"1e3", 1},
+        {"1,000", 1},
+        {".5", 0},
+        {"--5", 0},
+        {"- 5", 0},
+        {"0x10", 0},
+        {"inf", 0},
+        {"999999999999999", 999999999999999},
+        {"-999999999999999", -999999999999999},
+        {"1000000000000000", 1000000000000000},
+        {"12345678901234567", 12345678901234567},
+        {"123456789012345.5", 123456789012345},
+        {"0000000000000000000000042", 42},
+        {"9223372036854775807", LLONG_MAX},
+        {"-9223372036854775808", LLONG_MIN},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(row.number, holding(row.text).asInteger()) << '"' << row.text << '"';
+}
+
+TEST_F(ValueTest, ReadsTheNearestBoundOfWhatExceeds64Bits)
+{
+    EXPECT_EQ(LLONG_MAX, holding("9223372036854775808").asInteger());
+    EXPECT_EQ(LLONG_MIN, holding("-9223372036854775809").asInteger());
+    EXPECT_EQ(LLONG_MAX, holding("99999999999999999999999999").asInteger());
+    EXPECT_EQ(LLONG_MIN, holding("-99999999999999999999999999").asInteger());
+}
+
+TEST_F(ValueTest, ReadsAnIntegerUpToTheFirstNulByte)
+{
+    Value value(sql::type_text);
+    value.setString(std::string("12\0003", 4));
+    EXPECT_EQ(12, value.asInteger());
+}
+
+TEST_F(ValueTest, ReadsAnIntegerWhateverItsType)
+{
+    for (const int type : {0, 1, 2, 3, 4, 7})
+        EXPECT_EQ(42, holding("42", type).asInteger()) << type;
+    EXPECT_EQ(trace({}), recorded());
+}
+
+// Doubles
+
+TEST_F(ValueTest, SetDoubleWritesEightDecimals)
+{
+    EXPECT_EQ("0.10000000", textOf(0.1));
+    EXPECT_EQ("3.50000000", textOf(3.5));
+    EXPECT_EQ("-3.50000000", textOf(-3.5));
+    EXPECT_EQ("0.00000000", textOf(0.0));
+    EXPECT_EQ("1000000.00000000", textOf(1e6));
+}
+
+TEST_F(ValueTest, SetDoubleKeepsTheSignOf0)
+{
+    EXPECT_EQ("-0.00000000", textOf(-0.0));
+}
+
+TEST_F(ValueTest, SetDoubleRoundsToTheNearestDecimal)
+{
+    EXPECT_EQ("0.12345679", textOf(0.123456789));
+    EXPECT_EQ("0.00000001", textOf(0.000000006));
+    EXPECT_EQ("0.00000000", textOf(0.000000004));
+    EXPECT_EQ("-0.00000000", textOf(-0.000000004));
+    EXPECT_EQ("1.00000000", textOf(0.999999996));
+    EXPECT_EQ("-10.00000000", textOf(-9.999999996));
+}
+
+// Halves of the last decimal that a double holds exactly.
+TEST_F(ValueTest, SetDoubleRoundsHalvesToEven)
+{
+    EXPECT_EQ("0.00195312", textOf(1.0 / 512));
+    EXPECT_EQ("0.00585938", textOf(3.0 / 512));
+    EXPECT_EQ("-1.00195312", textOf(-513.0 / 512));
+    EXPECT_EQ("-1.00585938", textOf(-515.0 / 512));
+}
+
+TEST_F(ValueTest, SetDoubleWritesNoExponent)
+{
+    EXPECT_EQ("10000000000000000000000.00000000", textOf(1e22));
+    EXPECT_EQ("-1000000000000000.00000000", textOf(-1e15));
+}
+
+TEST_F(ValueTest, SetDoubleWritesDenormalsAs0)
+{
+    EXPECT_EQ("0.00000000", textOf(std::numeric_limits<double>::denorm_min()));
+    EXPECT_EQ("-0.00000000", textOf(-DBL_MIN / 2));
+}
+
+TEST_F(ValueTest, SetDoubleWritesInfinityAndNanAsWords)
+{
+    EXPECT_EQ("inf", textOf(HUGE_VAL));
+    EXPECT_EQ("-inf", textOf(-HUGE_VAL));
+    EXPECT_EQ("nan", textOf(std::copysign(std::nan(""), 1.0)));
+    EXPECT_EQ("-nan", textOf(std::copysign(std::nan(""), -1.0)));
+}
+
+TEST_F(ValueTest, SetDoubleCutsTheTextAt127Characters)
+{
+    char whole[400];
+    std::snprintf(whole, sizeof(whole), "%0.8f", 1e300);
+    ASSERT_EQ(310u, std::strlen(whole));
+    EXPECT_EQ(std::string(whole, 127), textOf(1e300));
+    EXPECT_EQ("-" + std::string(whole, 126), textOf(-1e300));
+}
+
+TEST_F(ValueTest, SetDoubleCutsTheLargestDouble)
+{
+    EXPECT_EQ(127u, textOf(DBL_MAX).size());
+    EXPECT_EQ("179769313486231570", textOf(DBL_MAX).substr(0, 18));
+}
+
+TEST_F(ValueTest, SetDoubleKeepsATextOf127Characters)
+{
+    const std::string text = textOf(1e117); // 118 digits
+    EXPECT_EQ(127u, text.size());
+    EXPECT_EQ(".00000000", text.substr(118));
+    EXPECT_EQ(".0000000", textOf(-1e117).substr(119));
+}
+
+TEST_F(ValueTest, ReadsTextsAsStrtodReadsThem)
+{
+    const struct
+    {
+        const char* text;
+        double number;
+    } rows[] = {
+        {"", 0.0},
+        {"-", 0.0},
+        {".", 0.0},
+        {"abc", 0.0},
+        {"0.1", 0.1},
+        {"0.10000000", 0.1},
+        {"-0.1", -0.1},
+        {"+0.1", 0.1},
+        {"5.", 5.0},
+        {".5", 0.5},
+        {"-.5", -0.5},
+        {" 12", 12.0},
+        {" \t\n-12.5", -12.5},
+        {"12 ", 12.0},
+        {"12abc", 12.0},
+        {"1.5.5", 1.5},
+        {"1.5e3", 1500.0},
+        {"1.5E-3", 0.0015},
+        {"1.5e", 1.5},
+        {"1e-9", 1e-9},
+        {"3,5", 3.0},
+        {"1,000.5", 1.0},
+        {"--5", 0.0},
+        {"0x1A", 26.0},
+        {"0x1.8p1", 3.0},
+        {"inf", HUGE_VAL},
+        {"-Infinity", -HUGE_VAL},
+        {"1e999", HUGE_VAL},
+        {"-1e999", -HUGE_VAL},
+        {"1e-999", 0.0},
+        {"4.9406564584124654e-324", 4.9406564584124654e-324},
+        {"10000000000000000000000.00000000", 1e22},
+        {"123456789012345", 123456789012345.0},
+        {"1234567890.12345", 1234567890.12345},
+        {"12345678901234567890", 12345678901234567890.0},
+        {"0.123456789012345678", 0.123456789012345678},
+        {"00000000000000000000001.5", 1.5},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(row.number, holding(row.text).asDouble()) << '"' << row.text << '"';
+}
+
+TEST_F(ValueTest, ReadsNanAsNan)
+{
+    EXPECT_TRUE(std::isnan(holding("nan").asDouble()));
+    EXPECT_TRUE(std::isnan(holding("-nan").asDouble()));
+}
+
+TEST_F(ValueTest, ReadsTheSignOf0)
+{
+    EXPECT_TRUE(std::signbit(holding("-0.00000000").asDouble()));
+    EXPECT_TRUE(std::signbit(holding("-0").asDouble()));
+    EXPECT_FALSE(std::signbit(holding("0.00000000").asDouble()));
+}
+
+TEST_F(ValueTest, ReadsADoubleUpToTheFirstNulByte)
+{
+    Value value(sql::type_text);
+    value.setString(std::string("1.5\0003", 5));
+    EXPECT_EQ(1.5, value.asDouble());
+}
+
+TEST_F(ValueTest, ReadsADoubleWhateverItsType)
+{
+    for (const int type : {0, 1, 2, 3, 4, 7})
+        EXPECT_EQ(1.5, holding("1.5", type).asDouble()) << type;
+    EXPECT_EQ(trace({}), recorded());
+}
+
+// Numbers of all sizes, with the same ones in every run.
+
+class ManyDoubles
+{
+public:
+    // Any bits but those of infinity and NaN, which have tests of their own.
+    double any()
+    {
+        for (;;) {
+            const std::uint64_t bits = _random();
+            double number = 0.0;
+            std::memcpy(&number, &bits, sizeof(number));
+            if (std::isfinite(number))
+                return number;
+        }
+    }
+    // As cells hold them: some digits on both sides of the point.
+    double ordinary()
+    {
+        const double digits = static_cast<double>(_random() % 10000000000000000u) - 5e15;
+        return digits / std::pow(10.0, static_cast<double>(_random() % 21));
+    }
+    // Halves of a decimal, and what lies beside them.
+    double half()
+    {
+        const double exact = static_cast<double>(_random() % 1048576u) / 512;
+        return std::nextafter(exact, static_cast<double>(_random() % 3) * exact);
+    }
+    // Beside a power of two or of ten.
+    double edge()
+    {
+        const int power = static_cast<int>(_random() % 80) - 30;
+        const double exact = _random() % 2 ? std::ldexp(1.0, power) : std::pow(10.0, power / 2);
+        return std::nextafter(exact, static_cast<double>(_random() % 3) * exact);
+    }
+    // Up to twenty digits, with a point among them or without one.
+    std::string decimal()
+    {
+        std::string text = _random() % 2 ? "-" : "";
+        const std::uint64_t digits = 1 + _random() % 20;
+        const std::uint64_t point = _random() % 24;
+        for (std::uint64_t i = 0; i < digits; ++i) {
+            if (i == point)
+                text += '.';
+            text += static_cast<char>('0' + _random() % 10);
+        }
+        return text;
+    }
+
+private:
+    std::mt19937_64 _random{20240229};
+};
+
+class ManyDoublesTest : public ValueTest
+{
+protected:
+    static std::string printed(double number)
+    {
+        char text[128];
+        std::snprintf(text, sizeof(text), "%0.8f", number);
+        return text;
+    }
+    // What the C locale makes of it, where a test has set no other.
+    static void expectAsPrinted(double number)
+    {
+        EXPECT_EQ(printed(number), textOf(number)) << std::hexfloat << number;
+    }
+
+    ManyDoubles doubles;
+};
+
+TEST_F(ManyDoublesTest, OfAnyBitsAreWrittenAsPrinted)
+{
+    for (int i = 0; i < 2000; ++i)
+        expectAsPrinted(doubles.any());
+}
+
+TEST_F(ManyDoublesTest, OfOrdinarySizeAreWrittenAsPrinted)
+{
+    for (int i = 0; i < 5000; ++i)
+        expectAsPrinted(doubles.ordinary());
+}
+
+TEST_F(ManyDoublesTest, BesideHalvesOfADecimalAreWrittenAsPrinted)
+{
+    for (int i = 0; i < 5000; ++i)
+        expectAsPrinted(doubles.half());
+}
+
+TEST_F(ManyDoublesTest, BesidePowersAreWrittenAsPrinted)
+{
+    for (int i = 0; i < 3000; ++i)
+        expectAsPrinted(doubles.edge());
+}
+
+TEST_F(ManyDoublesTest, AreReadBackAsStrtodReadsThem)
+{
+    for (int i = 0; i < 3000; ++i) {
+        const std::string text = textOf(i % 2 ? doubles.ordinary() : doubles.any());
+        EXPECT_EQ(std::strtod(text.c_str(), nullptr), holding(text.c_str()).asDouble()) << text;
+    }
+}
+
+TEST_F(ManyDoublesTest, OfAnyDigitsAreReadAsStrtodReadsThem)
+{
+    for (int i = 0; i < 5000; ++i) {
+        const std::string text = doubles.decimal();
+        EXPECT_EQ(std::strtod(text.c_str(), nullptr), holding(text.c_str()).asDouble()) << text;
+    }
+}
+
+TEST_F(ManyDoublesTest, OfAnyDigitsAreReadAsStrtollReadsThem)
+{
+    for (int i = 0; i < 5000; ++i) {
+        const std::string text = doubles.decimal();
+        EXPECT_EQ(std::strtoll(text.c_str(), nullptr, 10), holding(text.c_str()).asInteger())
+            << text;
+    }
+}
+
+TEST_F(ManyDoublesTest, AreWrittenAlikeInACommaLocale)
+{
+    for (int i = 0; i < 1000; ++i) {
+        const double number = i % 2 ? doubles.ordinary() : doubles.any();
+        const std::string text = printed(number);
+        const ProgramLocale german("de_DE.UTF-8");
+        EXPECT_EQ(text, textOf(number)) << std::hexfloat << number;
+    }
+}
+
+TEST_F(ManyDoublesTest, AreReadAlikeInACommaLocale)
+{
+    for (int i = 0; i < 1000; ++i) {
+        const std::string text = doubles.decimal() + (i % 2 ? "e-5" : "");
+        const double number = std::strtod(text.c_str(), nullptr);
+        const ProgramLocale german("de_DE.UTF-8");
+        EXPECT_EQ(number, holding(text.c_str()).asDouble()) << text;
+    }
+}
+
+// Numbers where the program has set a locale that writes them in another way.
+
+class ForeignLocaleTest : public ValueTest, public ::testing::WithParamInterface<const char*>
+{
+protected:
+    ForeignLocaleTest() : locale(GetParam())
+    {
+        EXPECT_STRNE(".", std::localeconv()->decimal_point);
+        EXPECT_STRNE("", std::localeconv()->thousands_sep);
+    }
+
+private:
+    ProgramLocale locale;
+};
+
+INSTANTIATE_TEST_SUITE_P(Comma, ForeignLocaleTest, ::testing::Values("de_DE.UTF-8"));
+INSTANTIATE_TEST_SUITE_P(PointOfTwoBytes, ForeignLocaleTest, ::testing::Values("ps_AF.UTF-8"));
+
+TEST_P(ForeignLocaleTest, DoublesAreWrittenWithAFullStop)
+{
+    EXPECT_EQ("0.10000000", textOf(0.1));
+    EXPECT_EQ("-3.50000000", textOf(-3.5));
+    EXPECT_EQ("1234567.50000000", textOf(1234567.5));
+    EXPECT_EQ("-0.00000000", textOf(-0.0));
+    EXPECT_EQ("0.00000001", textOf(1e-8));
+    EXPECT_EQ("10000000000000000000000.00000000", textOf(1e22));
+}
+
+TEST_P(ForeignLocaleTest, DoublesAreCutAt127Characters)
+{
+    EXPECT_EQ(".00000000", textOf(1e117).substr(118));
+    EXPECT_EQ(".0000000", textOf(-1e117).substr(119));
+    EXPECT_EQ(127u, textOf(1e300).size());
+}
+
+TEST_P(ForeignLocaleTest, InfinityAndNanAreWords)
+{
+    EXPECT_EQ("-inf", textOf(-HUGE_VAL));
+    EXPECT_EQ("nan", textOf(std::copysign(std::nan(""), 1.0)));
+}
+
+TEST_P(ForeignLocaleTest, DoublesAreReadWithAFullStop)
+{
+    EXPECT_EQ(0.5, holding("0.5").asDouble());
+    EXPECT_EQ(1500.0, holding("1.5e3").asDouble());
+    EXPECT_EQ(12.5, holding(" 12.5").asDouble());
+    EXPECT_EQ(12.5, holding("12.5abc").asDouble());
+    EXPECT_EQ(1.5, holding("1.5.5").asDouble());
+    EXPECT_EQ(3.0, holding("0x1.8p1").asDouble());
+    EXPECT_EQ(0.123456789012345678, holding("0.123456789012345678").asDouble());
+}
+
+TEST_P(ForeignLocaleTest, PointsOfTheLocaleEndADouble)
+{
+    const std::string point = std::localeconv()->decimal_point;
+    const std::string separator = std::localeconv()->thousands_sep;
+    EXPECT_EQ(3.0, holding(("3" + point + "5").c_str()).asDouble());
+    EXPECT_EQ(3.5, holding(("3.5" + point + "5").c_str()).asDouble());
+    EXPECT_EQ(0.0, holding((point + "5").c_str()).asDouble());
+    EXPECT_EQ(-3.0, holding((" -3" + point + "5.5").c_str()).asDouble());
+    if (separator != ".") {
+        EXPECT_EQ(3.0, holding(("3" + separator + "500").c_str()).asDouble());
+    }
+}
+
+TEST_P(ForeignLocaleTest, WholeNumbersAreNotGrouped)
+{
+    Value value(sql::type_int);
+    value.setInteger(-1234567890123456789);
+    EXPECT_EQ("-1234567890123456789", value.asString());
+    EXPECT_EQ(-1234567890123456789, value.asInteger());
+    EXPECT_EQ("-1234567890123456789", value.toSql(sql::type_int));
+}
+
+TEST_P(ForeignLocaleTest, TimesAreNotGrouped)
+{
+    EXPECT_EQ("1234567890", holding("1234567890", sql::type_time).toSql(sql::type_time));
+}
+
+// Bools
+
+TEST_F(ValueTest, SetBoolWrites1Or0)
+{
+    Value value(sql::type_bool);
+    value.setBool(true);
+    EXPECT_EQ("1", value.asString());
+    EXPECT_TRUE(value.asBool());
+    value.setBool(false);
+    EXPECT_EQ("0", value.asString());
+    EXPECT_FALSE(value.asBool());
+}
+
+TEST_F(ValueTest, ReadsNoTextButOneAsTrue)
+{
+    EXPECT_TRUE(holding("1").asBool());
+    for (const char* text : {"", "0", "true", "2", " 1", "1 ", "01", "+1", "1.0", "11", "-1"})
+        EXPECT_FALSE(holding(text).asBool()) << '"' << text << '"';
+}
+
+TEST_F(ValueTest, ReadsA1BeforeANulByteAsFalse)
+{
+    Value value(sql::type_bool);
+    value.setString(std::string("1\0", 2));
+    EXPECT_FALSE(value.asBool());
+}
+
+TEST_F(ValueTest, ReadsABoolWhateverItsType)
+{
+    for (const int type : {0, 1, 2, 3, 4, 7})
+        EXPECT_TRUE(holding("1", type).asBool()) << type;
+    EXPECT_EQ(trace({}), recorded());
+}
+
+// Times
+
+TEST_F(ValueTest, SetTimeWritesItsSeconds)
+{
+    Value value(sql::type_text);
+    value.setTime(sql::Time(-86400));
+    EXPECT_EQ("-86400", value.asString());
+    EXPECT_EQ(-86400, value.asInteger());
+}
+
+TEST_F(ValueTest, ReadsATimeAsItsSeconds)
+{
+    EXPECT_EQ(86400, holding("86400").asTime().getTime());
+    EXPECT_EQ(trace({madeDay}), recorded());
+}
+
+TEST_F(ValueTest, ReadsATimeAsFarAsItIsANumber)
+{
+    EXPECT_EQ(86400, holding(" 86400abc", sql::type_time).asTime().getTime());
+    EXPECT_EQ(0, holding("abc", sql::type_time).asTime().getTime());
+    EXPECT_EQ(trace({madeDay, madeEpoch}), recorded());
+}
+
+TEST_F(ValueTest, ReadsATimeCutToTimeT)
+{
+    EXPECT_EQ(static_cast<time_t>(4294967297), holding("4294967297").asTime().getTime());
+}
+
+TEST_F(ValueTest, ATimeIsTextInLocalTime)
+{
+    const TimeZone cet("CET-1");
+    EXPECT_EQ("02-01-1970 01:00:00, Fri", holding("86400", sql::type_time).asString());
+    EXPECT_EQ(trace({made(86400, "Fri Jan  2 01:00:00 1970\n")}), recorded());
+}
+
+TEST_F(ValueTest, ATextThatIsNoNumberIsTheEpochAsATime)
+{
+    EXPECT_EQ("01-01-1970 00:00:00, Thu", holding("abc", sql::type_time).asString());
+    EXPECT_EQ(trace({madeEpoch}), recorded());
+}
+
+TEST_F(ValueTest, ATimeIsTheEmptyTextWhenLocalTimeFails)
+{
+    faults.localTimeFails = true;
+    EXPECT_EQ("", holding("86400", sql::type_time).asString());
+    EXPECT_EQ(
+        trace({madeDay, common.error("format", "Failed to convert calendar time to local time")}),
+        recorded());
+}
+
+// Texts for people
+
+TEST_F(ValueTest, ToStringIsTheWordNull)
+{
+    for (const int type : {0, 1, 2, 3, 4, 7})
+        EXPECT_EQ("null", null(type).toString()) << type;
+    EXPECT_EQ(trace({}), recorded());
+}
+
+TEST_F(ValueTest, ToStringIsTheTextOfWhatIsNotNull)
+{
+    EXPECT_EQ("42", holding("42", sql::type_int).toString());
+    EXPECT_EQ("", holding("").toString());
+    EXPECT_EQ("null", holding("null").toString());
+    EXPECT_EQ(trace({}), recorded());
+}
+
+TEST_F(ValueTest, ToStringOfATimeIsItsLocalTime)
+{
+    EXPECT_EQ("02-01-1970 00:00:00, Fri", holding("86400", sql::type_time).toString());
+    EXPECT_EQ(trace({madeDay}), recorded());
+}
+
+TEST_F(ValueTest, DumpIsToStringWithoutTheType)
+{
+    EXPECT_EQ("42", holding("42", sql::type_int).dump(false));
+    EXPECT_EQ("null", null(sql::type_int).dump(false));
+    EXPECT_EQ("02-01-1970 00:00:00, Fri", holding("86400", sql::type_time).dump(false));
+    EXPECT_EQ("42", holding("42", 7).dump(false));
+    EXPECT_EQ(trace({madeDay}), recorded());
+}
+
+TEST_F(ValueTest, DumpAddsTheTypeInParentheses)
+{
+    EXPECT_EQ("42 (integer)", holding("42", 0).dump(true));
+    EXPECT_EQ("abc (text)", holding("abc", 1).dump(true));
+    EXPECT_EQ("1.50000000 (float)", holding("1.50000000", 2).dump(true));
+    EXPECT_EQ("1 (bool)", holding("1", 3).dump(true));
+    EXPECT_EQ("02-01-1970 00:00:00, Fri (time)", holding("86400", 4).dump(true));
+    EXPECT_EQ(trace({madeDay}), recorded());
+}
+
+TEST_F(ValueTest, DumpAddsTheTypeOfNull)
+{
+    EXPECT_EQ("null (integer)", null(0).dump(true));
+    EXPECT_EQ("null (text)", null(1).dump(true));
+    EXPECT_EQ("null (float)", null(2).dump(true));
+    EXPECT_EQ("null (bool)", null(3).dump(true));
+    EXPECT_EQ("null (time)", null(4).dump(true));
+    EXPECT_EQ(trace({}), recorded());
+}
+
+TEST_F(ValueTest, DumpReportsATypeThatIsNone)
+{
+    EXPECT_EQ("42 (undefined)", holding("42", 7).dump(true));
+    EXPECT_EQ(trace({typeNameReport}), recorded());
+}
+
+// Literals
+
+TEST_F(ValueTest, NullIsTheLiteralNullInEveryColumn)
+{
+    for (const int type : {0, 1, 2, 3, 4, 7})
+        for (const int column : {0, 1, 2, 3, 4, 7})
+            EXPECT_EQ("null", null(type).toSql(static_cast<sql::field_type>(column)))
+                << type << " in " << column;
+    EXPECT_EQ(trace({}), recorded());
+}
+
+TEST_F(ValueTest, LiteralOfATextColumnIsQuoted)
+{
+    EXPECT_EQ("'-7'", holding("-7", sql::type_int).toSql(sql::type_text));
+    EXPECT_EQ("'abc'", holding("abc", sql::type_text).toSql(sql::type_text));
+    EXPECT_EQ("'3.50000000'", holding("3.50000000", sql::type_float).toSql(sql::type_text));
+    EXPECT_EQ("'1'", holding("1", sql::type_bool).toSql(sql::type_text));
+    EXPECT_EQ("''", holding("", sql::type_text).toSql(sql::type_text));
+    EXPECT_EQ("'x'", holding("x", 7).toSql(sql::type_text));
+    EXPECT_EQ(trace({}), recorded());
+}
+
+TEST_F(ValueTest, LiteralOfATextColumnDoublesQuotesWithin)
+{
+    EXPECT_EQ("'O''Neil'", holding("O'Neil").toSql(sql::type_text));
+    EXPECT_EQ("''''", holding("'").toSql(sql::type_text));
+}
+
+TEST_F(ValueTest, LiteralOfATextColumnKeepsEveryOtherByte)
+{
+    Value value(sql::type_text);
+    value.setString(std::string("a\0'%s\"\\\x80\xff", 9));
+    EXPECT_EQ(std::string("'a\0''%s\"\\\x80\xff'", 12), value.toSql(sql::type_text));
+}
+
+TEST_F(ValueTest, LiteralOfATimeInATextColumnIsItsQuotedLocalTime)
+{
+    EXPECT_EQ("'02-01-1970 00:00:00, Fri'", holding("86400", sql::type_time).toSql(sql::type_text));
+    EXPECT_EQ(trace({madeDay}), recorded());
+}
+
+TEST_F(ValueTest, LiteralOfATimeInAnyOtherColumnIsItsSeconds)
+{
+    for (const int column : {0, 2, 3, 4, 7, -1})
+        EXPECT_EQ("86400",
+                  holding("86400", sql::type_time).toSql(static_cast<sql::field_type>(column)))
+            << column;
+    EXPECT_EQ(trace({}), recorded());
+}
+
+TEST_F(ValueTest, LiteralOfATimeIsReadAsANumberFirst)
+{
+    EXPECT_EQ("12", holding(" 12abc", sql::type_time).toSql(sql::type_time));
+    EXPECT_EQ("0", holding("abc", sql::type_time).toSql(sql::type_int));
+    EXPECT_EQ("-5", holding("-5", sql::type_time).toSql(sql::type_time));
+}
+
+TEST_F(ValueTest, LiteralOfATimeIsNotCutToTimeT)
+{
+    EXPECT_EQ("4294967297", holding("4294967297", sql::type_time).toSql(sql::type_time));
+}
+
+TEST_F(ValueTest, LiteralOfAnyOtherValueIsItsTextAsItStands)
+{
+    for (const int type : {0, 1, 2, 3, 7})
+        for (const int column : {0, 2, 3, 4, 7, -1})
+            EXPECT_EQ("O'Neil %s",
+                      holding("O'Neil %s", type).toSql(static_cast<sql::field_type>(column)))
+                << type << " in " << column;
+    EXPECT_EQ(trace({}), recorded());
+}
+
+TEST_F(ValueTest, LiteralOfAnEmptyTextIsEmptyOutsideATextColumn)
+{
+    EXPECT_EQ("", holding("").toSql(sql::type_int));
+}
+
+TEST_F(ValueTest, LiteralsOfWhatTheSettersStore)
+{
+    Value value(sql::type_int);
+    value.setInteger(-7);
+    EXPECT_EQ("-7", value.toSql(sql::type_int));
+    value.setDouble(0.1);
+    EXPECT_EQ("0.10000000", value.toSql(sql::type_float));
+    value.setBool(true);
+    EXPECT_EQ("1", value.toSql(sql::type_bool));
+    value.setTime(sql::Time(86400));
+    EXPECT_EQ("86400", value.toSql(sql::type_time));
+    value.setString(nulInside);
+    EXPECT_EQ(nulInside, value.toSql(sql::type_int));
+}
+
+// Comparing
+
+TEST_F(ValueTest, NullsAreEqualWhateverTheirTypes)
+{
+    for (const int type : {0, 1, 2, 3, 4, 7, -1})
+        for (const int other : {0, 1, 2, 3, 4, 7, -1})
+            EXPECT_TRUE(null(type).equals(null(other))) << type << " and " << other;
+    EXPECT_EQ(trace({}), recorded());
+}
+
+// Each row: a text read as a type, and another text; null stands for NULL.
+class EqualsTest : public ValueTest
+{
+protected:
+    struct Row
+    {
+        const char* mine;
+        const char* other;
+        bool equal;
+    };
+
+    // The other value is of each type but time, whose reading as text is a date.
+    static void expectRows(sql::field_type type, const std::vector<Row>& rows)
+    {
+        for (const Row& row : rows)
+            for (const int otherType : {0, 1, 2, 3, 7})
+                EXPECT_EQ(row.equal, holding(row.mine, type).equals(holding(row.other, otherType)))
+                    << shown(row.mine) << " and " << shown(row.other) << " of type " << otherType;
+    }
+
+private:
+    static std::string shown(const char* text) { return text ? text : "NULL"; }
+};
+
+TEST_F(EqualsTest, IntegersByTheirNumbers)
+{
+    expectRows(sql::type_int, {
+                                  {"42", "42", true},
+                                  {"42", "43", false},
+                                  {"42", "-42", false},
+                                  {"42", " 042", true},
+                                  {"42", "42.9", true},
+                                  {"42", "abc", false},
+                                  {"0", "abc", true},
+                                  {"4294967296", "0", false},
+                                  {"9223372036854775807", "9223372036854775806", false},
+                                  {"0", nullptr, true},
+                                  {"5", nullptr, false},
+                                  {nullptr, "0", true},
+                                  {nullptr, "", true},
+                                  {nullptr, "5", false},
+                              });
+    EXPECT_EQ(trace({}), recorded());
+}
+
+TEST_F(EqualsTest, TextsByTheirBytes)
+{
+    expectRows(sql::type_text, {
+                                   {"abc", "abc", true},
+                                   {"abc", "abd", false},
+                                   {"abc", "ABC", false},
+                                   {"abc", "ab", false},
+                                   {"abc", "abc ", false},
+                                   {"42", "042", false},
+                                   {"\xff", "\xff", true},
+                                   {"\xff", "\x7f", false},
+                                   {"", nullptr, true},
+                                   {"0", nullptr, false},
+                                   {"null", nullptr, false},
+                                   {nullptr, "", true},
+                                   {nullptr, "0", false},
+                               });
+    EXPECT_EQ(trace({}), recorded());
+}
+
+TEST_F(EqualsTest, TextsPastANulByte)
+{
+    Value value(sql::type_text);
+    value.setString(nulInside);
+    Value same(sql::type_text);
+    same.setString(nulInside);
+    Value another(sql::type_text);
+    another.setString(std::string("a\0c", 3));
+    EXPECT_TRUE(value.equals(same));
+    EXPECT_FALSE(value.equals(another));
+    EXPECT_FALSE(value.equals(holding("a")));
+}
+
+TEST_F(EqualsTest, FloatsExactly)
+{
+    expectRows(sql::type_float, {
+                                    {"0.1", "0.10000000", true},
+                                    {"1e-9", "0", false},
+                                    {"1.0", "1.0000000000000002", false},
+                                    {"-0.0", "0.0", true},
+                                    {"1500", "1.5e3", true},
+                                    {"inf", "inf", true},
+                                    {"inf", "-inf", false},
+                                    {"nan", "nan", false},
+                                    {"0", "abc", true},
+                                    {"0.0", nullptr, true},
+                                    {"1e-9", nullptr, false},
+                                    {"nan", nullptr, false},
+                                    {nullptr, "0.0", true},
+                                    {nullptr, "", true},
+                                    {nullptr, "0.1", false},
+                                });
+    EXPECT_EQ(trace({}), recorded());
+}
+
+TEST_F(EqualsTest, NanIsNotEvenEqualToItself)
+{
+    const Value nan = holding("nan", sql::type_float);
+    EXPECT_FALSE(nan.equals(nan));
+}
+
+TEST_F(EqualsTest, BoolsByTheirTruth)
+{
+    expectRows(sql::type_bool, {
+                                   {"1", "1", true},
+                                   {"1", "0", false},
+                                   {"0", "0", true},
+                                   {"0", "2", true},
+                                   {"1", "01", false},
+                                   {"true", "false", true},
+                                   {"0", nullptr, true},
+                                   {"1", nullptr, false},
+                                   {nullptr, "0", true},
+                                   {nullptr, "true", true},
+                                   {nullptr, "1", false},
+                               });
+    EXPECT_EQ(trace({}), recorded());
+}
+
+TEST_F(EqualsTest, AnyTimeEqualsWhatever)
+{
+    expectRows(sql::type_time, {
+                                   {"1", "1", true},
+                                   {"1", "2", true},
+                                   {"1", "abc", true},
+                                   {"1", nullptr, true},
+                                   {nullptr, "1", true},
+                               });
+    EXPECT_TRUE(holding("1", sql::type_time).equals(holding("2", sql::type_time)));
+}
+
+TEST_F(EqualsTest, TimesMakeThisOneFirst)
+{
+    EXPECT_TRUE(holding("86400", sql::type_time).equals(holding("0", sql::type_time)));
+    EXPECT_EQ(trace({madeDay, madeEpoch}), recorded());
+}
+
+TEST_F(EqualsTest, ATimeMakesATimeOfAnyOtherValue)
+{
+    EXPECT_TRUE(holding("0", sql::type_time).equals(holding("86400", sql::type_text)));
+    EXPECT_EQ(trace({madeEpoch, madeDay}), recorded());
+}
+
+TEST_F(EqualsTest, ATimeMakesTheEpochOfNull)
+{
+    EXPECT_TRUE(holding("86400", sql::type_time).equals(null(sql::type_time)));
+    EXPECT_EQ(trace({madeDay, madeEpoch}), recorded());
+}
+
+TEST_F(EqualsTest, ANullTimeMakesTheEpochOfItself)
+{
+    EXPECT_TRUE(null(sql::type_time).equals(holding("86400", sql::type_time)));
+    EXPECT_EQ(trace({madeEpoch, madeDay}), recorded());
+}
+
+TEST_F(EqualsTest, ATextIsComparedWithTheTextOfATime)
+{
+    EXPECT_TRUE(holding("02-01-1970 00:00:00, Fri").equals(holding("86400", sql::type_time)));
+    EXPECT_FALSE(holding("86400").equals(holding("86400", sql::type_time)));
+    EXPECT_EQ(trace({madeDay, madeDay}), recorded());
+}
+
+TEST_F(EqualsTest, ATextIsComparedWithTheEpochOfANullTime)
+{
+    EXPECT_FALSE(holding("").equals(null(sql::type_time)));
+    EXPECT_TRUE(holding("01-01-1970 00:00:00, Thu").equals(null(sql::type_time)));
+    EXPECT_EQ(trace({madeEpoch, madeEpoch}), recorded());
+}
+
+TEST_F(EqualsTest, AnIntegerIsComparedWithTheSecondsOfATime)
+{
+    EXPECT_TRUE(holding("86400", sql::type_int).equals(holding("86400", sql::type_time)));
+    EXPECT_EQ(trace({}), recorded());
+}
+
+TEST_F(EqualsTest, GoesByTheTypeOfThisValue)
+{
+    EXPECT_TRUE(holding("1", sql::type_int).equals(holding("01", sql::type_text)));
+    EXPECT_FALSE(holding("01", sql::type_text).equals(holding("1", sql::type_int)));
+}
+
+TEST_F(EqualsTest, NoValueOfATypeThatIsNoneEqualsAnother)
+{
+    for (const int type : {7, -1}) {
+        EXPECT_FALSE(holding("1", type).equals(holding("1", type)));
+        EXPECT_FALSE(holding("", type).equals(null(type)));
+        EXPECT_FALSE(null(type).equals(holding("", type)));
+    }
+    EXPECT_EQ(trace({}), recorded());
+}
 
 } // namespace
