@@ -1,0 +1,415 @@
+#include "SqlTable.h"
+
+#include <gtest/gtest.h>
+
+#include "support/People.h"
+#include "support/Statements.h"
+#include "support/World.h"
+
+using namespace sqltest;
+
+namespace
+{
+
+const Source source("SqlTable");
+const Source record("SqlRecord");
+const Source fieldset("SqlFieldSet");
+
+const char* const insertSignature = "sql::string sql::Record::toSqlInsert(const string&) const";
+const char* const updateSignature = "sql::string sql::Record::toSqlUpdate(const string&) const";
+
+const Refusal noPets = {1, "SQLITE_ERROR", "no such table: pets"};
+
+// What the operations do to the rows held
+
+class TableRecordHeldRowsTest : public PeopleAndPartsTest
+{
+protected:
+    TableRecordHeldRowsTest() { hold(); }
+};
+
+// Adding
+
+class TableAddRecordTest : public PeopleAndPartsTest
+{
+};
+
+TEST_F(TableAddRecordTest, RunsTheInsertOfTheRecord)
+{
+    EXPECT_TRUE(people.addRecord(person(4, "Dan")));
+    EXPECT_EQ(trace({queried("insert into people (id, name, age) values (4, 'Dan', null)")}),
+              recorded());
+    EXPECT_EQ("Dan", nameOf("4"));
+}
+
+TEST_F(TableAddRecordTest, QuotesTextKey)
+{
+    EXPECT_TRUE(parts.addRecord(part("A'18\"", "100%s")));
+    EXPECT_EQ(trace({queried("insert into parts (id, name) values ('A''18\"', '100%s')")}),
+              recorded());
+    EXPECT_EQ("100%s", cell("select name from parts where id = 'A''18\"'"));
+}
+
+TEST_F(TableAddRecordTest, KeyThatIsThereIsRefused)
+{
+    EXPECT_FALSE(people.addRecord(person(1, "Eve")));
+    EXPECT_EQ(trace({refused("insert into people (id, name, age) values (1, 'Eve', null)",
+                             {19, "SQLITE_CONSTRAINT", "UNIQUE constraint failed: people.id"})}),
+              recorded());
+    EXPECT_EQ("Ada", nameOf("1"));
+}
+
+TEST_F(TableAddRecordTest, NullKeyIsNumberedBySqlite)
+{
+    sql::Record keyless = person(0, "Dan");
+    keyless.setNull("id");
+    EXPECT_TRUE(people.addRecord(keyless));
+    EXPECT_EQ("Dan", nameOf("4"));
+}
+
+TEST_F(TableAddRecordTest, NeedsNoKeyColumn)
+{
+    sql::Table keyless(db, "people", keylessFields);
+    sql::Record dan(keyless.fields());
+    dan.setString("name", "Dan");
+    recorded();
+    EXPECT_TRUE(keyless.addRecord(dan));
+    EXPECT_EQ(trace({queried("insert into people (name, age) values ('Dan', null)")}), recorded());
+}
+
+TEST_F(TableAddRecordTest, RecordBringsItsOwnColumns)
+{
+    EXPECT_TRUE(people.addRecord(part("9", "Nut")));
+    EXPECT_EQ(trace({queried("insert into people (id, name) values ('9', 'Nut')")}), recorded());
+}
+
+TEST_F(TableAddRecordTest, TableThatIsNotThereFails)
+{
+    EXPECT_FALSE(pets.addRecord(person(4, "Dan")));
+    EXPECT_EQ(trace({refused("insert into pets (id, name, age) values (4, 'Dan', null)", noPets)}),
+              recorded());
+}
+
+TEST_F(TableAddRecordTest, RecordWithoutColumnsRunsNothing)
+{
+    const sql::FieldSet none(noFields);
+    EXPECT_FALSE(people.addRecord(sql::Record(none)));
+    EXPECT_EQ(trace({
+                  record.error("toSqlInsert", "No fields to insert in table '%s'", "people"),
+                  record.asserted("false", insertSignature),
+                  source.error("addRecord", "Failed to build SQL INSERT statement for table '%s'",
+                               "people"),
+              }),
+              recorded());
+}
+
+TEST_F(TableAddRecordTest, RecordOfUnnumberedColumnsRunsNothing)
+{
+    const sql::FieldSet unnumbered(std::vector<sql::Field>{sql::Field("id", sql::type_int, 2)});
+    EXPECT_FALSE(people.addRecord(sql::Record(unnumbered)));
+    EXPECT_EQ(trace({
+                  record.error("getValue", "No value for column with index %d", -1),
+                  record.asserted("false", "const sql::Value* sql::Record::getValue(int) const"),
+                  record.error("toSql", "field with index %d does not have value", 0),
+                  record.asserted("false", "sql::string sql::Record::toSql() const"),
+                  record.error("toSqlInsert", "No values to insert in table '%s'", "people"),
+                  record.asserted("false", insertSignature),
+                  source.error("addRecord", "Failed to build SQL INSERT statement for table '%s'",
+                               "people"),
+              }),
+              recorded());
+}
+
+TEST_F(TableAddRecordTest, TableWithoutNameRunsNothing)
+{
+    sql::Table nameless(db, "", personFields);
+    EXPECT_FALSE(nameless.addRecord(person(4, "Dan")));
+    EXPECT_EQ(
+        trace({
+            record.error("toSqlInsert", "No table name given"),
+            record.asserted("false", insertSignature),
+            source.error("addRecord", "Failed to build SQL INSERT statement for table '%s'", ""),
+        }),
+        recorded());
+}
+
+TEST_F(TableAddRecordTest, RecordThatCannotBeRenderedIsNotLoggedAtLevel2)
+{
+    setTraceLevel(2);
+    const sql::FieldSet none(noFields);
+    EXPECT_FALSE(people.addRecord(sql::Record(none)));
+    EXPECT_EQ(trace({record.asserted("false", insertSignature)}), recorded());
+}
+
+TEST_F(TableAddRecordTest, RecordThatCannotBeRenderedIsLoggedAboveLevel2)
+{
+    setTraceLevel(3);
+    const sql::FieldSet none(noFields);
+    EXPECT_FALSE(people.addRecord(sql::Record(none)));
+    EXPECT_EQ(trace({
+                  record.error("toSqlInsert", "No fields to insert in table '%s'", "people"),
+                  record.asserted("false", insertSignature),
+                  source.error("addRecord", "Failed to build SQL INSERT statement for table '%s'",
+                               "people"),
+              }),
+              recorded());
+}
+
+TEST_F(TableAddRecordTest, MissingConnectionIsReportedByTheStatement)
+{
+    sql::Table unconnected(nullptr, "people", personFields);
+    EXPECT_FALSE(unconnected.addRecord(person(4, "Dan")));
+    EXPECT_EQ(trace({notConnected()}), recorded());
+}
+
+TEST_F(TableRecordHeldRowsTest, AddLeavesThem)
+{
+    EXPECT_TRUE(people.addRecord(person(4, "Dan")));
+    EXPECT_EQ("1 2", held());
+}
+
+TEST_F(TableRecordHeldRowsTest, FailingAddLeavesThem)
+{
+    EXPECT_FALSE(people.addRecord(person(1, "Eve")));
+    EXPECT_EQ("1 2", held());
+}
+
+TEST_F(TableRecordHeldRowsTest, AddOfRecordThatCannotBeRenderedLeavesThem)
+{
+    const sql::FieldSet none(noFields);
+    EXPECT_FALSE(people.addRecord(sql::Record(none)));
+    EXPECT_EQ("1 2", held());
+}
+
+// Updating
+
+class TableUpdateRecordTest : public PeopleAndPartsTest
+{
+};
+
+TEST_F(TableUpdateRecordTest, RunsTheUpdateOfTheRecord)
+{
+    EXPECT_TRUE(people.updateRecord(person(2, "Rob")));
+    EXPECT_EQ(trace({queried("update people set name='Rob', age=null where id = 2")}), recorded());
+    EXPECT_EQ("Rob", nameOf("2"));
+    EXPECT_EQ("Ada", nameOf("1"));
+}
+
+TEST_F(TableUpdateRecordTest, WritesRowHeldBack)
+{
+    EXPECT_TRUE(people.open("id = 3"));
+    people.getTopRecord()->setInteger("age", 42);
+    EXPECT_TRUE(people.updateRecord(*people.getTopRecord()));
+    EXPECT_EQ("42", cell("select age from people where id = 3"));
+}
+
+TEST_F(TableUpdateRecordTest, SucceedsWithoutSuchRow)
+{
+    EXPECT_TRUE(people.updateRecord(person(9, "Max")));
+    EXPECT_EQ("3", cell("select count(*) from people"));
+}
+
+TEST_F(TableUpdateRecordTest, TextKeyIsReportedAndWrittenUnquoted)
+{
+    EXPECT_FALSE(parts.updateRecord(part("A17", "Screw")));
+    EXPECT_EQ(trace({
+                  record.asserted("value->getType() == type_int", updateSignature),
+                  refused("update parts set name='Screw' where id = A17",
+                          {1, "SQLITE_ERROR", "no such column: A17"}),
+              }),
+              recorded());
+}
+
+TEST_F(TableUpdateRecordTest, TextKeyOfDigitsIsReportedAndFound)
+{
+    EXPECT_TRUE(parts.updateRecord(part("42", "Screw")));
+    EXPECT_EQ(trace({
+                  record.asserted("value->getType() == type_int", updateSignature),
+                  queried("update parts set name='Screw' where id = 42"),
+              }),
+              recorded());
+    EXPECT_EQ("Screw", cell("select name from parts where id = '42'"));
+}
+
+TEST_F(TableUpdateRecordTest, KeyAsLastColumnLeavesCommaThatSqliteRefuses)
+{
+    const sql::Field fields[] = {
+        sql::Field("name", sql::type_text, 0),
+        sql::Field("id", sql::type_int, sql::flag_primary_key),
+        sql::Field(),
+    };
+    sql::Table swapped(db, "people", fields);
+    EXPECT_FALSE(swapped.updateRecord(person(swapped, 2, "Rob")));
+    EXPECT_EQ(trace({refused("update people set name='Rob',  where id = 2",
+                             {1, "SQLITE_ERROR", "near \"where\": syntax error"})}),
+              recorded());
+}
+
+TEST_F(TableUpdateRecordTest, MissingKeyColumnRunsNothing)
+{
+    sql::Table keyless(db, "people", keylessFields);
+    recorded();
+    EXPECT_FALSE(keyless.updateRecord(sql::Record(keyless.fields())));
+    EXPECT_EQ(trace({
+                  fieldset.error("getKeyIdName", "Failed to get name of PRIMARY KEY column"),
+                  fieldset.asserted("false", "sql::string sql::FieldSet::getKeyIdName() const"),
+                  record.error("toSqlUpdate",
+                               "Failed to get name of PRIMARY KEY column for table %s", "people"),
+                  record.asserted("false", updateSignature),
+                  source.error("updateRecord",
+                               "Failed to build SQL UPDATE statement for table '%s'", "people"),
+              }),
+              recorded());
+}
+
+TEST_F(TableUpdateRecordTest, TableWithoutNameRunsNothing)
+{
+    sql::Table nameless(db, "", personFields);
+    EXPECT_FALSE(nameless.updateRecord(person(2, "Rob")));
+    EXPECT_EQ(
+        trace({
+            record.error("toSqlUpdate", "No table name given"),
+            record.asserted("false", updateSignature),
+            source.error("updateRecord", "Failed to build SQL UPDATE statement for table '%s'", ""),
+        }),
+        recorded());
+}
+
+TEST_F(TableUpdateRecordTest, RecordThatCannotBeRenderedIsNotLoggedAtLevel2)
+{
+    setTraceLevel(2);
+    sql::Table nameless(db, "", personFields);
+    EXPECT_FALSE(nameless.updateRecord(person(2, "Rob")));
+    EXPECT_EQ(trace({record.asserted("false", updateSignature)}), recorded());
+}
+
+TEST_F(TableUpdateRecordTest, RefusedStatementFails)
+{
+    EXPECT_FALSE(pets.updateRecord(person(2, "Rob")));
+    EXPECT_EQ(trace({refused("update pets set name='Rob', age=null where id = 2", noPets)}),
+              recorded());
+}
+
+TEST_F(TableUpdateRecordTest, MissingConnectionIsReportedByTheStatement)
+{
+    sql::Table unconnected(nullptr, "people", personFields);
+    EXPECT_FALSE(unconnected.updateRecord(person(2, "Rob")));
+    EXPECT_EQ(trace({notConnected()}), recorded());
+}
+
+TEST_F(TableRecordHeldRowsTest, UpdateLeavesThem)
+{
+    EXPECT_TRUE(people.updateRecord(person(2, "Rob")));
+    EXPECT_EQ("1 2", held());
+    EXPECT_EQ("Bob", people.getRecord(1)->getValue("name")->asString());
+}
+
+TEST_F(TableRecordHeldRowsTest, FailingUpdateLeavesThem)
+{
+    run("drop table people");
+    EXPECT_FALSE(people.updateRecord(person(2, "Rob")));
+    EXPECT_EQ("1 2", held());
+}
+
+// Deleting by condition
+
+class TableDeleteRecordsTest : public PeopleAndPartsTest
+{
+};
+
+TEST_F(TableDeleteRecordsTest, DeletesTheRowsOfCondition)
+{
+    EXPECT_TRUE(people.deleteRecords("age > 30"));
+    EXPECT_EQ(trace({queried("delete from people where age > 30")}), recorded());
+    EXPECT_EQ("Bob", cell("select name from people"));
+}
+
+TEST_F(TableDeleteRecordsTest, EmptyConditionDeletesEveryRow)
+{
+    EXPECT_TRUE(people.deleteRecords(""));
+    EXPECT_EQ(trace({queried("delete from people")}), recorded());
+    EXPECT_EQ("0", cell("select count(*) from people"));
+}
+
+TEST_F(TableDeleteRecordsTest, ConditionStandsAsItIs)
+{
+    EXPECT_TRUE(people.deleteRecords("name like '%d%s' or name = 'Bob'"));
+    EXPECT_EQ(trace({queried("delete from people where name like '%d%s' or name = 'Bob'")}),
+              recorded());
+    EXPECT_EQ("2", cell("select count(*) from people"));
+}
+
+TEST_F(TableDeleteRecordsTest, SucceedsWithoutMatch)
+{
+    EXPECT_TRUE(people.deleteRecords("id = 9"));
+    EXPECT_EQ("3", cell("select count(*) from people"));
+}
+
+TEST_F(TableDeleteRecordsTest, NeedsNoKeyColumn)
+{
+    sql::Table keyless(db, "people", keylessFields);
+    recorded();
+    EXPECT_TRUE(keyless.deleteRecords("id = 1"));
+    EXPECT_EQ(trace({queried("delete from people where id = 1")}), recorded());
+}
+
+TEST_F(TableDeleteRecordsTest, RefusedConditionFails)
+{
+    EXPECT_FALSE(people.deleteRecords("height > 2"));
+    EXPECT_EQ(trace({refused("delete from people where height > 2",
+                             {1, "SQLITE_ERROR", "no such column: height"})}),
+              recorded());
+}
+
+TEST_F(TableDeleteRecordsTest, MissingConnectionIsReportedByTheStatement)
+{
+    EXPECT_FALSE(sql::Table("people").deleteRecords(""));
+    EXPECT_EQ(trace({notConnected()}), recorded());
+}
+
+TEST_F(TableRecordHeldRowsTest, DeleteByConditionLeavesThem)
+{
+    EXPECT_TRUE(people.deleteRecords("id = 1"));
+    EXPECT_EQ("1 2", held());
+}
+
+TEST_F(TableRecordHeldRowsTest, DeleteOfEveryRowLeavesThem)
+{
+    EXPECT_TRUE(people.deleteRecords(""));
+    EXPECT_EQ("1 2", held());
+}
+
+// Names that SQL would have quoted
+
+class TableNameTest : public PeopleAndPartsTest
+{
+};
+
+TEST_F(TableNameTest, PercentSignsStandInStatementsAsTheyAre)
+{
+    run("create table \"100%s\" (id integer primary key, name text, age integer)");
+    sql::Table quoted(db, "\"100%s\"", personFields);
+    EXPECT_TRUE(quoted.addRecord(person(1, "Ada")));
+    EXPECT_TRUE(quoted.deleteRecord(1));
+    EXPECT_EQ(trace({
+                  queried("insert into \"100%s\" (id, name, age) values (1, 'Ada', null)"),
+                  queried("delete from \"100%s\" where id = 1"),
+              }),
+              recorded());
+}
+
+TEST_F(TableNameTest, PercentSignsStandInErrorsAsTheyAre)
+{
+    sql::Table quoted(db, "100%s", personFields);
+    const sql::FieldSet none(noFields);
+    EXPECT_FALSE(quoted.addRecord(sql::Record(none)));
+    EXPECT_EQ(trace({
+                  record.error("toSqlInsert", "No fields to insert in table '%s'", "100%s"),
+                  record.asserted("false", insertSignature),
+                  source.error("addRecord", "Failed to build SQL INSERT statement for table '%s'",
+                               "100%s"),
+              }),
+              recorded());
+}
+
+} // namespace
