@@ -49,20 +49,19 @@ void Witness::settle(const Effects& effects, bool answer)
     }
 }
 
-void Witness::begin(const std::function<bool()>& run)
+bool Witness::begin(const std::function<bool()>& run)
 {
     _inTransaction = operation("transactionBegin", run);
+    return _inTransaction;
 }
 
-void Witness::commit(const std::function<bool()>& run)
+void Witness::end(const char* name, const std::function<bool()>& run)
 {
-    const bool answer = operation("transactionCommit", run);
+    const bool answer = operation(name, run);
     const Effects effects = std::move(_pending);
     _pending.clear();
-    const bool within = _inTransaction;
     _inTransaction = false;
-    if (within)
-        settle(effects, answer);
+    settle(effects, answer && std::string(name) == "transactionCommit");
 }
 
 void Witness::complain(const std::string& what)
@@ -132,12 +131,14 @@ struct Session
             use(made[0]);
     }
 
-    void add(sql::Table& table, const std::string& tableName, sql::integer id)
+    bool add(sql::Table& table, const std::string& tableName, sql::integer id)
     {
+        bool added = false;
         withRecord(id, longName, [&](const sql::Record& record) {
-            witness.operation("addRecord", [&] { return table.addRecord(record); },
-                              {{countWhere("id = " + std::to_string(id), tableName), "1"}});
+            added = witness.operation("addRecord", [&] { return table.addRecord(record); },
+                                      {{countWhere("id = " + std::to_string(id), tableName), "1"}});
         });
+        return added;
     }
 
     Witness& witness;
@@ -284,16 +285,22 @@ void transaction(Witness& witness, const std::string& path)
     witness.either("select count(*) from item where id between 20 and 23", "0", "4");
     witness.either("select count(*) from item where id <= 5", "5", "5");
     Session session(witness, path);
-    witness.begin([&] { return session.database.transactionBegin(); });
-    for (sql::integer id = 20; id < 24; ++id)
-        session.add(session.item, "item", id);
-    witness.commit([&] { return session.database.transactionCommit(); });
+    sql::Database& database = session.database;
+    const auto commit = [&] { return database.transactionCommit(); };
+    const auto rollback = [&] { return database.transactionRollback(); };
+    if (witness.begin([&] { return database.transactionBegin(); })) {
+        bool ok = true;
+        for (sql::integer id = 20; ok && id < 24; ++id)
+            ok = session.add(session.item, "item", id);
+        if (ok)
+            witness.end("transactionCommit", commit);
+        else
+            witness.end("transactionRollback", rollback);
+    }
 
-    if (witness.operation("transactionBegin",
-                          [&] { return session.database.transactionBegin(); })) {
+    if (witness.begin([&] { return database.transactionBegin(); })) {
         witness.operation("deleteRecords", [&] { return session.item.deleteRecords("id <= 5"); });
-        witness.operation("transactionRollback",
-                          [&] { return session.database.transactionRollback(); });
+        witness.end("transactionRollback", rollback);
     }
 }
 

@@ -28,9 +28,10 @@ public:
     /// Notes a failure.
     void complain(const std::string& what);
 
-    /// Between these, effects are only due when `commit` answers true.
-    void begin(const std::function<bool()>& run);
-    void commit(const std::function<bool()>& run);
+    /// From `begin` on, effects are only due when `end`, a commit or a rollback, commits and
+    /// answers true.
+    bool begin(const std::function<bool()>& run);
+    void end(const char* name, const std::function<bool()>& run);
 
     /// Whatever happens, `query` must give the one value or the other at the end of the run.
     void either(const std::string& query, const std::string& one, const std::string& other)
