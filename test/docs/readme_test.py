@@ -38,4 +38,4 @@ def main(readme, command):
 
 
 if __name__ == "__main__":
-    sys.exit(main(pathlib.Path(sys.argv[1]), sys.argv[2:]))
+    sys.exit(main(pathlib.Path(sys.argv[1]).resolve(), sys.argv[2:]))
