@@ -8,15 +8,16 @@ before=$(sha256sum "$database")
 
 # compare TABLE COLUMN:TYPE,... CLAUSES OPTION...: the clauses are what the options stand for in SQL.
 compare() {
-    local table=$1 description=$2 clauses=$3 column columns widths=() expected output
+    local table=$1 description=$2 clauses=$3 column name width
+    local columns='' widths=() expected output
     shift 3
-    columns=$(sed 's/:[a-z]*//g' <<<"$description")
     for column in ${description//,/ }; do
-        local name=${column%:*} width
-        width=$(sqlite3 -readonly "$database" \
-            "select max(length('$name'), ifnull(max(length($name)), 0)) from
-             (select $columns from $table $clauses)")
-        [[ $column == *:text ]] && widths+=("$width") || widths+=("-$width")
+        name=${column%:*}
+        columns+=${columns:+, }$name
+        width=$(sqlite3 -readonly "$database" "select max(length('$name'), max(length($name)))
+                                               from (select * from $table $clauses)")
+        [[ $column == *:text ]] || width=-$width # numbers stand to the right
+        widths+=("$width")
     done
     expected=$(sqlite3 -readonly -nullvalue null -cmd '.mode column --wrap 0' -cmd '.headers on' \
         -cmd ".width ${widths[*]}" "$database" "select $columns from $table $clauses" |

@@ -1,0 +1,235 @@
+// A log of events in a database file: bounded in size, and appended to by any number of programs.
+
+#include <cstdio>
+#include <filesystem>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include <Sql.h>
+
+namespace
+{
+
+const char usage[] =
+    "usage: event-log FILE append SOURCE TEXT [SIZE]   add an event\n"
+    "       event-log FILE show [COUNT]                print the last events (10)\n"
+    "       event-log FILE rotate                      put aside all events\n"
+    "       event-log FILE backup COPY                 copy the log to another file\n"
+    "\n"
+    "A log that has SIZE events (1000) is full: it is rotated before the next one is added. The\n"
+    "events put aside by the rotation before are dropped then.\n"
+    "\n"
+    "Exit status: 0 when all went well, 1 when it did not, 2 for wrong usage.\n";
+
+/// What ends the program, in one line.
+struct Failure
+{
+    std::string message;
+    int status = 1;
+};
+
+const int logVersion = 1;
+const int waitMs = 10000; // for other programs that write at the moment
+
+const sql::Field eventColumns[] = {sql::Field("id", sql::type_int, sql::flag_primary_key),
+                                   sql::Field("at", sql::type_time, sql::flag_not_null),
+                                   sql::Field("source", sql::type_text, sql::flag_not_null),
+                                   sql::Field("text", sql::type_text, sql::flag_not_null),
+                                   sql::Field()};
+
+/// Undoes what was written unless it is committed.
+class Transaction
+{
+public:
+    /// A transaction that is to write takes the lock at once. If it took it after its first read
+    /// only, two programs could both have read, and one of them could not go on.
+    Transaction(sql::Database& database, bool writes) : _database(database)
+    {
+        _open = sql::RecordSet(database.getHandle()).query(writes ? "BEGIN IMMEDIATE" : "BEGIN");
+    }
+    ~Transaction()
+    {
+        if (_open)
+            _database.transactionRollback();
+    }
+    Transaction(const Transaction&) = delete;
+    Transaction& operator=(const Transaction&) = delete;
+
+    bool isOpen() const { return _open; }
+    bool commit()
+    {
+        _open = !_database.transactionCommit();
+        return !_open;
+    }
+
+private:
+    sql::Database& _database;
+    bool _open;
+};
+
+class Log
+{
+public:
+    Log(const std::string& file, sql::Database::AccessMode mode)
+        : _file(file), _events("event"), _previous("previous")
+    {
+        std::error_code error;
+        if (mode != sql::Database::read_write_create && !std::filesystem::exists(file, error))
+            throw Failure{file + " is not there"};
+        if (!_database.open(file, mode, false, waitMs))
+            throw Failure{file + " cannot be opened"};
+        _events.initTable(_database.getHandle(), eventColumns);
+        _previous.initTable(_database.getHandle(), eventColumns);
+    }
+
+    void append(const std::string& source, const std::string& text, int size)
+    {
+        Transaction transaction(_database, true);
+        prepare(transaction);
+        if (_events.totalRecordCount() >= size)
+            putAside();
+        sql::Record event(_events.fields());
+        event.setInteger("id", lastId() + 1);
+        event.setTime("at", sql::Time::now());
+        event.setString("source", source);
+        event.setString("text", text);
+        require(_events.addRecord(event) && transaction.commit());
+    }
+
+    void show(const std::string& count)
+    {
+        Transaction transaction(_database, false);
+        check(transaction);
+        require(_events.query(
+            "select * from (select * from previous union all select * from event order by id desc "
+            "limit " +
+            count + ") order by id"));
+        for (int i = 0; i < _events.recordCount(); ++i)
+            print(*_events.getRecord(i));
+    }
+
+    void rotate()
+    {
+        Transaction transaction(_database, true);
+        check(transaction);
+        putAside();
+        require(transaction.commit());
+    }
+
+    /// The copy is complete or as it was before: it changes in one transaction. This log is read in
+    /// one, so that no event comes in between.
+    void backup(Log& copy)
+    {
+        Transaction reading(_database, false);
+        check(reading);
+        Transaction writing(copy._database, true);
+        copy.prepare(writing);
+        copy.require(copy._events.backup(_events) && copy._previous.backup(_previous) &&
+                     writing.commit());
+    }
+
+private:
+    void require(bool done) const
+    {
+        if (!done)
+            throw Failure{_file + " cannot be read or written; the system log tells why"};
+    }
+
+    /// Makes an empty database a log. Any other must be one.
+    void prepare(const Transaction& transaction)
+    {
+        if (transaction.isOpen() && _database.getUserVersion() == 0 &&
+            sql::queryNumber(_database.getHandle(), "select count(*) from sqlite_master") == 0)
+            require(_events.create() && _previous.create() && _database.setUserVersion(logVersion));
+        check(transaction);
+    }
+
+    void check(const Transaction& transaction)
+    {
+        const int version = transaction.isOpen() ? _database.getUserVersion() : -1;
+        if (version < 0)
+            throw Failure{_file + " is not a database, or in use for too long"};
+        if (version != logVersion)
+            throw Failure{_file + " is not an event log: its version is " +
+                          sql::intToStr(version) + ", not " + sql::intToStr(logVersion)};
+        checkColumns(_events);
+        checkColumns(_previous);
+    }
+
+    /// Rows are read by position, so the columns must be these and no others.
+    void checkColumns(const sql::Table& table)
+    {
+        const std::vector<sql::Field> nameColumn = {sql::Field("name", sql::type_text, 0)};
+        sql::RecordSet columns(_database.getHandle(), nameColumn);
+        require(columns.query("select name from pragma_table_info('" + table.name() + "')"));
+        if (columns.count() == 0)
+            throw Failure{_file + " has no table '" + table.name() + "'"};
+        for (int i = 0; i < table.fields().count(); ++i) {
+            const std::string name = table.fields().getByIndex(i)->getName();
+            if (i >= columns.count() || columns.getRecord(i)->getValue(0)->asString() != name)
+                throw Failure{"table '" + table.name() + "' of " + _file + " lacks its column '" +
+                              name + "'"};
+        }
+        if (columns.count() > table.fields().count())
+            throw Failure{"table '" + table.name() + "' of " + _file + " has too many columns"};
+    }
+
+    int lastId()
+    {
+        const int id = sql::queryNumber(
+            _database.getHandle(), "select max(ifnull((select max(id) from event), 0), "
+                                   "ifnull((select max(id) from previous), 0))");
+        require(id >= 0);
+        return id;
+    }
+
+    void putAside()
+    {
+        if (_events.totalRecordCount() != 0)
+            require(_previous.backup(_events) && _events.truncate());
+    }
+
+    static void print(const sql::Record& event)
+    {
+        std::cout << event.getValue("id")->asInteger() << "  "
+                  << event.getValue("at")->asTime().format("%Y-%m-%d %H:%M:%S") << "  "
+                  << shown(event.getValue("source")->asString()) << ": "
+                  << shown(event.getValue("text")->asString()) << "\n";
+    }
+
+public:
+    /// One line, whatever stands in the text: control characters are told by their numbers.
+    static std::string shown(const std::string& text)
+    {
+        std::string line;
+        for (const char character : text) {
+            const unsigned char byte = static_cast<unsigned char>(character);
+            if (byte >= 0x20 && byte != 0x7f) {
+                line += character;
+                continue;
+            }
+            char number[5];
+            std::snprintf(number, sizeof(number), "\\x%02x", static_cast<unsigned int>(byte));
+            line += number;
+        }
+        return line;
+    }
+
+private:
+    const std::string _file;
+    sql::Database _database;
+    sql::Table _events;
+    sql::Table _previous;
+};
+
+// A number from 1 to 999999.
+std::string numberOf(const std::string& text)
+{
+    if (text.empty() || text.size() > 6 || text[0] == '0' ||
+        text.find_first_not_of("0123456789") != std::string::npos)
+        throw Failure{"'" + text + "' is no number from 1 to 999999 (see --help)", 2};
+    return text;
+}
+
+} // namespace
