@@ -235,7 +235,7 @@ TEST_F(TimeTest, IsReadComparedAndShiftedWithoutLogLine)
     sql::Time time(10);
     sql::Time other(4);
     recorded();
-    time == other;
+    EXPECT_TRUE(time == other);
     time.diff(other);
     time.asInteger();
     time.getTime();

@@ -1,5 +1,6 @@
 #include "World.h"
 
+#include <clocale>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdlib>
@@ -111,6 +112,15 @@ void writeLine(int priority, const char* format, va_list args)
     theFaults.levelAfterNextLine = -1;
 }
 
+// Not from the named locale, which the C library leaks when it is made for C++.
+class GroupingNumbers : public std::numpunct<char>
+{
+protected:
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+};
+
 } // namespace
 
 namespace sqltest
@@ -183,12 +193,18 @@ TimeZone::~TimeZone()
     tzset();
 }
 
-// A named C++ locale becomes that of C as well.
-ProgramLocale::ProgramLocale(const char* name) : _former(std::locale::global(std::locale(name))) {}
+ProgramLocale::ProgramLocale(const char* name)
+    : _formerC(std::setlocale(LC_ALL, nullptr)),
+      _former(std::locale::global(std::locale(std::locale(), new GroupingNumbers)))
+{
+    EXPECT_NE(nullptr, std::setlocale(LC_ALL, name))
+        << name << " is not in LOCPATH, which ctest sets to the locales of the build";
+}
 
 ProgramLocale::~ProgramLocale()
 {
     std::locale::global(_former);
+    std::setlocale(LC_ALL, _formerC.c_str());
 }
 
 } // namespace sqltest

@@ -152,8 +152,8 @@ private:
     const std::string _formerRule;
 };
 
-/// The locale of the program, for C as for C++, while this lives: one of those that the build
-/// makes, which LOCPATH leads to.
+/// The locale of the program while this lives: for C one of those that the build makes, which
+/// LOCPATH leads to; for C++ one that writes 1.234.567,5.
 class ProgramLocale
 {
 public:
@@ -163,6 +163,7 @@ public:
     ProgramLocale& operator=(const ProgramLocale&) = delete;
 
 private:
+    const std::string _formerC;
     const std::locale _former;
 };
 
