@@ -1,0 +1,43 @@
+// Splitting agrees with a splitter that is written out plainly.
+
+#include <cctype>
+
+#include "Fuzz.h"
+
+static std::string trimmed(const std::string& text)
+{
+    std::size_t begin = 0, end = text.size();
+    while (begin < end && std::isspace(static_cast<unsigned char>(text[begin])))
+        ++begin;
+    while (end > begin && std::isspace(static_cast<unsigned char>(text[end - 1])))
+        --end;
+    return text.substr(begin, end - begin);
+}
+
+static std::vector<std::string> split(const std::string& list, const std::string& delimiters)
+{
+    std::vector<std::string> items;
+    std::string item;
+    for (const char character : list + (delimiters.empty() ? "" : delimiters.substr(0, 1))) {
+        if (delimiters.find(character) == std::string::npos) {
+            item += character;
+        } else if (!item.empty()) {
+            items.push_back(trimmed(item));
+            item.clear();
+        }
+    }
+    if (!item.empty())
+        items.push_back(trimmed(item));
+    return items;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    FuzzedDataProvider input(data, size);
+    const std::string delimiters = fuzz::upToNul(input.ConsumeRandomLengthString(8));
+    const std::string list = input.ConsumeRemainingBytesAsString();
+    std::vector<sql::string> items(3, "left from before");
+    sql::listToVector(list, items, delimiters.c_str());
+    fuzz::require(items == split(fuzz::upToNul(list), delimiters), "items as split plainly");
+    return 0;
+}
