@@ -38,6 +38,23 @@ const sql::Field eventColumns[] = {sql::Field("id", sql::type_int, sql::flag_pri
                                    sql::Field("text", sql::type_text, sql::flag_not_null),
                                    sql::Field()};
 
+/// One line, whatever stands in the text: control characters are told by their numbers.
+std::string shown(const std::string& text)
+{
+    std::string line;
+    for (const char character : text) {
+        const unsigned char byte = static_cast<unsigned char>(character);
+        if (byte >= 0x20 && byte != 0x7f) {
+            line += character;
+            continue;
+        }
+        char number[5];
+        std::snprintf(number, sizeof(number), "\\x%02x", static_cast<unsigned int>(byte));
+        line += number;
+    }
+    return line;
+}
+
 /// Undoes what was written unless it is committed.
 class Transaction
 {
@@ -97,14 +114,13 @@ public:
         require(_events.addRecord(event) && transaction.commit());
     }
 
-    void show(const std::string& count)
+    void show(int count)
     {
         Transaction transaction(_database, false);
         check(transaction);
-        require(_events.query(
-            "select * from (select * from previous union all select * from event order by id desc "
-            "limit " +
-            count + ") order by id"));
+        require(_events.query("select * from (select * from previous union all select * from event "
+                              "order by id desc limit " +
+                              sql::intToStr(count) + ") order by id"));
         for (int i = 0; i < _events.recordCount(); ++i)
             print(*_events.getRecord(i));
     }
@@ -151,8 +167,8 @@ private:
         if (version < 0)
             throw Failure{_file + " is not a database, or in use for too long"};
         if (version != logVersion)
-            throw Failure{_file + " is not an event log: its version is " +
-                          sql::intToStr(version) + ", not " + sql::intToStr(logVersion)};
+            throw Failure{_file + " is not an event log: its version is " + sql::intToStr(version) +
+                          ", not " + sql::intToStr(logVersion)};
         checkColumns(_events);
         checkColumns(_previous);
     }
@@ -177,9 +193,9 @@ private:
 
     int lastId()
     {
-        const int id = sql::queryNumber(
-            _database.getHandle(), "select max(ifnull((select max(id) from event), 0), "
-                                   "ifnull((select max(id) from previous), 0))");
+        const int id = sql::queryNumber(_database.getHandle(),
+                                        "select max(ifnull((select max(id) from event), 0), "
+                                        "ifnull((select max(id) from previous), 0))");
         require(id >= 0);
         return id;
     }
@@ -198,38 +214,77 @@ private:
                   << shown(event.getValue("text")->asString()) << "\n";
     }
 
-public:
-    /// One line, whatever stands in the text: control characters are told by their numbers.
-    static std::string shown(const std::string& text)
-    {
-        std::string line;
-        for (const char character : text) {
-            const unsigned char byte = static_cast<unsigned char>(character);
-            if (byte >= 0x20 && byte != 0x7f) {
-                line += character;
-                continue;
-            }
-            char number[5];
-            std::snprintf(number, sizeof(number), "\\x%02x", static_cast<unsigned int>(byte));
-            line += number;
-        }
-        return line;
-    }
-
-private:
     const std::string _file;
     sql::Database _database;
     sql::Table _events;
     sql::Table _previous;
 };
 
-// A number from 1 to 999999.
-std::string numberOf(const std::string& text)
+// The command line
+
+Failure usageFailure(const std::string& message)
 {
-    if (text.empty() || text.size() > 6 || text[0] == '0' ||
-        text.find_first_not_of("0123456789") != std::string::npos)
-        throw Failure{"'" + text + "' is no number from 1 to 999999 (see --help)", 2};
-    return text;
+    return {message + " (see --help)", 2};
+}
+
+/// The argument at `index`, a number that a log can hold; `fallback` when there is none.
+int numberAt(const std::vector<std::string>& arguments, std::size_t index, int fallback)
+{
+    if (index >= arguments.size())
+        return fallback;
+    const std::string& text = arguments[index];
+    const bool isNumber = text.find_first_not_of("0123456789") == std::string::npos;
+    if (!isNumber || text.empty() || text.size() > 6 || std::stoi(text) == 0)
+        throw usageFailure("'" + text + "' is no number from 1 to 999999");
+    return std::stoi(text);
+}
+
+void backup(const std::string& file, const std::string& copyFile)
+{
+    Log log(file, sql::Database::read_only);
+    std::error_code error;
+    if (std::filesystem::equivalent(file, copyFile, error))
+        throw Failure{copyFile + " is the log itself"};
+    Log copy(copyFile, sql::Database::read_write_create);
+    log.backup(copy);
+}
+
+void run(const std::vector<std::string>& arguments)
+{
+    const std::size_t count = arguments.size();
+    const std::string command = count > 1 ? arguments[1] : "";
+    if (command == "append" && (count == 4 || count == 5)) {
+        const int size = numberAt(arguments, 4, 1000);
+        Log(arguments[0], sql::Database::read_write_create)
+            .append(arguments[2], arguments[3], size);
+    } else if (command == "show" && (count == 2 || count == 3)) {
+        const int last = numberAt(arguments, 2, 10);
+        Log(arguments[0], sql::Database::read_only).show(last);
+    } else if (command == "rotate" && count == 2) {
+        Log(arguments[0], sql::Database::read_write).rotate();
+    } else if (command == "backup" && count == 3) {
+        backup(arguments[0], arguments[2]);
+    } else {
+        throw usageFailure("a file, a command and its arguments are needed");
+    }
+    if (!std::cout.flush())
+        throw Failure{"the events could not be written"};
 }
 
 } // namespace
+
+int main(int argc, char** argv)
+{
+    const std::vector<std::string> arguments(argv + 1, argv + argc);
+    if (arguments == std::vector<std::string>{"--help"}) {
+        std::cout << usage;
+        return 0;
+    }
+    try {
+        run(arguments);
+        return 0;
+    } catch (const Failure& failure) {
+        std::cerr << "event-log: " << shown(failure.message) << "\n";
+        return failure.status;
+    }
+}

@@ -1,0 +1,119 @@
+#!/usr/bin/env bash
+# Appends from several processes at once, rotates, backs up, and says in one line what is wrong with
+# its input: events.sh LOG...
+set -euo pipefail
+log=("$@")
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work"
+
+fail() {
+    printf '%s\n' "$*"
+    exit 1
+}
+
+shows() { # EXPECTED ARGUMENT...: the events without their times
+    local expected=$1 output
+    shift
+    output=$("${log[@]}" "$@" | sed -E 's/^([0-9]+)  [0-9]{4}(-[0-9]{2}){2} [0-9]{2}(:[0-9]{2}){2}  /\1 /')
+    [[ $output == "$expected" ]] || fail "$* shows:" "$output" "in place of:" "$expected"
+}
+
+refuses() { # STATUS MESSAGE ARGUMENT...
+    local wanted=$1 expected="event-log: $2" output status=0
+    shift 2
+    output=$("${log[@]}" "$@" 2>&1) || status=$?
+    [[ $status == "$wanted" && $output == "$expected" ]] ||
+        fail "status $status" "$output" "in place of status $wanted" "$expected" "for: $*"
+}
+
+holds() { # EXPECTED FILE QUERY
+    local output
+    output=$(sqlite3 "$2" "$3")
+    [[ $output == "$1" ]] || fail "$3 on $2 gives $output, not $1"
+}
+
+# Events are numbered on across rotations, and of these only the last is kept.
+for text in one "it's two" $'thr\nee' four five six seven; do
+    "${log[@]}" board.db append gearbox "$text" 3
+done
+shows $'4 gearbox: four\n5 gearbox: five\n6 gearbox: six\n7 gearbox: seven' board.db show
+shows $'6 gearbox: six\n7 gearbox: seven' board.db show 2
+holds '1 3' board.db "select (select count(*) from event) || ' ' || (select count(*) from previous)"
+"${log[@]}" board.db rotate
+shows '7 gearbox: seven' board.db show
+"${log[@]}" board.db rotate # there is nothing to put aside
+shows '7 gearbox: seven' board.db show
+"${log[@]}" board.db append pump $'tab\there'
+shows $'7 gearbox: seven\n8 pump: tab\\x09here' board.db show
+
+# A copy is a log itself, and the next copy replaces it. Its text is the same whoever reads it.
+"${log[@]}" board.db backup copy.db
+shows $'7 gearbox: seven\n8 pump: tab\\x09here' copy.db show
+"${log[@]}" board.db append pump nine
+"${log[@]}" board.db backup copy.db
+[[ $(sqlite3 board.db .dump) == "$(sqlite3 copy.db .dump)" ]] || fail "the copy differs"
+
+# Nothing is lost when processes append at once, while others read and copy.
+writers=5 each=20
+append_all() {
+    local i
+    for ((i = 1; i <= each; ++i)); do
+        "${log[@]}" shared.db append "writer $1" "event $i" 1000 || return 1
+    done
+}
+pids=()
+for ((writer = 1; writer <= writers; ++writer)); do
+    append_all "$writer" &
+    pids+=($!)
+done
+for ((i = 1; i <= 5; ++i)); do
+    "${log[@]}" shared.db show 1000 >shown.txt 2>/dev/null || continue # until the log is there
+    "${log[@]}" shared.db backup shared-copy.db
+    cut -d ' ' -f 1 shown.txt | diff - <(seq "$(wc -l <shown.txt)") || fail "events are missing"
+done
+for pid in "${pids[@]}"; do
+    wait "$pid" || fail "a writer failed"
+done
+holds "$((writers * each))" shared.db 'select count(*) from event'
+holds "1 $((writers * each))" shared.db "select min(id) || ' ' || max(id) from event"
+holds "$each $each" shared.db "select min(n) || ' ' || max(n) from
+    (select count(distinct text) n from event group by source)"
+
+# Bad input.
+sqlite3 others.db 'create table event (id integer); pragma user_version = 7'
+sqlite3 older.db 'create table event (id integer primary key, at, source);
+    create table previous (id, at, source, text); pragma user_version = 1'
+sqlite3 half.db 'create table event (id integer primary key, at, source, text);
+    pragma user_version = 1'
+sqlite3 wider.db 'create table event (id integer primary key, at, source, text, host);
+    create table previous (id, at, source, text); pragma user_version = 1'
+sqlite3 unstamped.db 'create table t (id)'
+echo 'no database, though long enough for one: an SQLite file begins with "SQLite format 3"' >text.txt
+mkdir folder
+for command in show rotate 'backup copy.db'; do
+    # shellcheck disable=SC2086
+    refuses 1 'none.db is not there' none.db $command
+done
+[[ ! -e none.db ]] || fail "a log was made by reading it"
+refuses 1 'folder cannot be opened' folder append a b
+refuses 1 'none/log.db cannot be opened' none/log.db append a b
+refuses 1 'text.txt is not a database, or in use for too long' text.txt show
+refuses 1 'text.txt is not a database, or in use for too long' text.txt append a b
+refuses 1 'others.db is not an event log: its version is 7, not 1' others.db append a b
+refuses 1 'unstamped.db is not an event log: its version is 0, not 1' unstamped.db append a b
+refuses 1 "table 'event' of older.db lacks its column 'text'" older.db show
+refuses 1 "half.db has no table 'previous'" half.db show
+refuses 1 "table 'event' of wider.db has too many columns" wider.db append a b
+refuses 1 './board.db is the log itself' board.db backup ./board.db
+refuses 1 'others.db is not an event log: its version is 7, not 1' board.db backup others.db
+refuses 2 'a file, a command and its arguments are needed (see --help)'
+refuses 2 'a file, a command and its arguments are needed (see --help)' board.db erase
+refuses 2 'a file, a command and its arguments are needed (see --help)' board.db append gearbox
+refuses 2 "'0' is no number from 1 to 999999 (see --help)" board.db show 0
+refuses 2 "'many' is no number from 1 to 999999 (see --help)" board.db append a b many
+"${log[@]}" --help | grep -q '^usage: event-log FILE'
+status=0
+"${log[@]}" board.db show >/dev/full 2>full.txt || status=$?
+[[ $status == 1 && $(<full.txt) == 'event-log: the events could not be written' ]] ||
+    fail "a full disk gives status $status: $(<full.txt)"
