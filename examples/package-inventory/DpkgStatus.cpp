@@ -221,9 +221,10 @@ std::optional<Package> StatusReader::installedPackage(const Stanza& stanza) cons
 // A package that may be installed for several architectures at once has a list for each.
 std::optional<sql::Time> filesChanged(const std::string& infoFolder, const Package& package)
 {
-    for (const std::string& stem : {package.name + ":" + package.architecture, package.name}) {
+    const std::string stem = infoFolder + "/" + package.name;
+    for (const std::string& path : {stem + ":" + package.architecture + ".list", stem + ".list"}) {
         struct stat list;
-        if (stat((infoFolder + "/" + stem + ".list").c_str(), &list) == 0)
+        if (stat(path.c_str(), &list) == 0)
             return sql::Time(static_cast<sql::integer>(list.st_mtime));
     }
     return std::nullopt;

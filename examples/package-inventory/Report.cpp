@@ -23,12 +23,12 @@ std::string withDecimals(double number, int decimals)
 
 std::string sizeText(sql::integer kib)
 {
-    const double size = static_cast<double>(kib);
-    if (kib < 1024)
+    const double mib = static_cast<double>(kib) / 1024;
+    if (mib < 1)
         return sql::intToStr(kib) + " KiB";
-    if (kib < 1024 * 1024)
-        return withDecimals(size / 1024, 1) + " MiB";
-    return withDecimals(size / (1024 * 1024), 2) + " GiB";
+    if (mib < 1024)
+        return withDecimals(mib, 1) + " MiB";
+    return withDecimals(mib / 1024, 2) + " GiB";
 }
 
 std::string sizeText(const std::optional<sql::integer>& kib)

@@ -40,7 +40,7 @@ Summary Store::update(std::vector<Package> installed, const View& view, Progress
     require(_previous.backup(_packages));
     write(installed, progress);
     rebuildSections();
-    const Summary result = summary(view);
+    Summary result = summary(view);
     require(transaction.commit());
     return result;
 }
@@ -52,7 +52,7 @@ Summary Store::restore(const View& view)
     prepare();
     require(_packages.backup(_previous));
     rebuildSections();
-    const Summary result = summary(view);
+    Summary result = summary(view);
     require(transaction.commit());
     return result;
 }
@@ -163,6 +163,7 @@ std::vector<Package> Store::read(sql::Table& table, const std::string& where,
 {
     require(table.open(where, order));
     std::vector<Package> packages;
+    packages.reserve(static_cast<std::size_t>(table.recordCount()));
     for (int i = 0; i < table.recordCount(); ++i)
         packages.push_back(toPackage(*table.getRecord(i)));
     return packages;
