@@ -129,6 +129,7 @@ void checkColumns(sql::Database& database, const Request& request)
         throw Failure{request.file + " has no table '" + request.table + "'"};
 
     std::vector<std::string> names;
+    names.reserve(static_cast<std::size_t>(present.count()));
     for (int i = 0; i < present.count(); ++i)
         names.push_back(present.getRecord(i)->getValue(0)->asString());
     for (const sql::Field& column : request.columns) {

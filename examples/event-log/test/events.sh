@@ -55,7 +55,7 @@ shows $'7 gearbox: seven\n8 pump: tab\\x09here' copy.db show
 [[ $(sqlite3 board.db .dump) == "$(sqlite3 copy.db .dump)" ]] || fail "the copy differs"
 
 # Nothing is lost when processes append at once, while others read and copy.
-writers=5 each=20
+writers=4 each=12
 append_all() {
     local i
     for ((i = 1; i <= each; ++i)); do
