@@ -910,6 +910,13 @@ TEST_F(OutOfMemoryTest, RowThatFindsNoRoomIsMissing)
     EXPECT_EQ(0, set.count());
 }
 
+TEST_F(OutOfMemoryTest, RowThatFindsNoRoomIsLoggedBeforeItIsMissing)
+{
+    setTraceLevel(9);
+    EXPECT_FALSE(queryWith(1)); // the line of the row is short enough to need no memory
+    EXPECT_EQ(executed(sql.c_str()) + row("id = 1|name = a") + failure, recorded());
+}
+
 TEST_F(OutOfMemoryTest, RowsStandWhileTheirVectorCannotGrow)
 {
     queryWith(3); // the second row, but no vector for both
@@ -944,6 +951,15 @@ TEST_F(OutOfMemoryTest, QueryReadsAllRowsOnceThereIsMemoryAgain)
     queryWith(0);
     EXPECT_TRUE(set.query(sql));
     EXPECT_EQ("1. 1|a\r\n2. 2|b\r\n3. 3|c\r\n", set.toString());
+}
+
+TEST_F(OutOfMemoryTest, LaterFailureOfSQLiteKeepsTheCodeAndFreesTheText)
+{
+    const char* const twice = "select 7, 'Bob'; nonsense";
+    EXPECT_FALSE(queryWith(0, twice));
+    EXPECT_EQ(trace({sqlite("exec", twice)}) +
+                  failed(twice, 7, "SQLITE_NOMEM", "near \"nonsense\": syntax error") + freed,
+              recorded());
 }
 
 TEST_F(OutOfMemoryTest, RowCallbackAnswers0)
