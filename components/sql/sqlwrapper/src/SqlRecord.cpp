@@ -242,14 +242,14 @@ string Record::dump(bool withType) const
 
 // Statements. Each is built in one growing text; a part that appends nothing has failed.
 
-// Enough for either statement, but for the quotes that are doubled.
+// Enough for either statement, be every character a quote that is doubled.
 string::size_type Record::statementSize(const string& table) const
 {
     string::size_type size = sizeof("insert into  () values ()") + 2 * table.size();
     for (const Field& field : _fields->_fields)
         size += field._name.size() + sizeof(", =");
     for (const Value& value : _values)
-        size += value.text.size() + sizeof(", 'null'");
+        size += 2 * value.text.size() + sizeof(", 'null'");
     return size;
 }
 

@@ -217,7 +217,10 @@ void Value::toSql(string& sql, field_type columnType) const
         sql += "null";
     } else if (columnType == type_text) {
         sql += '\'';
-        appendQuoted(sql, type == type_time ? asString() : text);
+        if (type == type_time)
+            appendQuoted(sql, asString());
+        else
+            appendQuoted(sql, text);
         sql += '\'';
     } else if (type == type_time) {
         appendInteger(sql, asInteger());
