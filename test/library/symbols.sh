@@ -17,16 +17,17 @@ platform='g_traceObject logAssertFailed'
 runtime='@(GLIBCXX|CXXABI|GCC)_'
 compiler='^(_ITM_(de)?registerTMCloneTable|__gmon_start__|__cxa_finalize|__stack_chk_(fail|guard)|_GLOBAL_OFFSET_TABLE_|mem(chr|cmp|cpy|move|set)|strlen)$'
 
+imports=$("$nm" -D --undefined-only "$library" | awk '{print $NF}')
+
 allowed=" $(printf 'sqlite3_%s ' $sqlite)$system $platform "
 while read -r symbol; do
     name=${symbol%%@*}
     [[ $allowed == *" $name "* || $symbol =~ $runtime || $name =~ $compiler ]] && continue
     fail "import $symbol"
-done < <("$nm" -D --undefined-only "$library" | awk '{print $NF}')
+done <<<"$imports"
 
 for name in $(printf 'sqlite3_%s ' $sqlite) syslog $platform; do
-    "$nm" -D --undefined-only "$library" | awk '{print $NF}' | grep -qE "^$name(@|$)" ||
-        fail "no import of $name"
+    grep -qE "^$name(@|$)" <<<"$imports" || fail "no import of $name"
 done
 
 functions='sqliteRc2Str|runOneStepSqlStmt|queryNumber|type2Str|quoteStr|trim|trimleft|trimright|intToStr|listToVector'
@@ -45,8 +46,7 @@ done < <(sed -nE 's/.*\(NEEDED\).*\[(.*)\]/\1/p' <<<"$dynamic")
 [[ $dynamic != *TEXTREL* ]] || fail "text relocations"
 
 # Nothing of the library runs before main.
-"$readelf" -SW "$library" | grep -qE '\.ctors' && fail "constructors"
-"$nm" -C "$library" 2>/dev/null | grep -E '_GLOBAL__sub_I|__static_initialization' &&
-    fail "static initialisation"
+grep -E '_GLOBAL__sub_I|__static_initialization|__do_global_ctors' \
+    <<<"$("$nm" -C "$library" 2>/dev/null)" && fail "static initialisation"
 
 exit $((failures > 0))
