@@ -111,6 +111,14 @@ TEST_F(TableObjectTest, CopyHoldsRowsOfItsOwn)
     EXPECT_EQ("Bob", copy.getRecord(1)->getValue("name")->asString());
 }
 
+TEST_F(TableObjectTest, CopyGivesItsRowsItsOwnColumns)
+{
+    hold();
+    sql::Table copy(people);
+    EXPECT_EQ(&copy.fields(), copy.getRecord(0)->fields());
+    EXPECT_EQ(&people.fields(), people.getRecord(0)->fields());
+}
+
 TEST_F(TableObjectTest, CopyOutlivesWhatItWasCopiedFrom)
 {
     auto original = std::make_unique<sql::Table>(db, "people", personFields);
@@ -134,6 +142,14 @@ TEST_F(TableObjectTest, AssignmentTakesNameHandleColumnsAndRows)
     EXPECT_EQ(3, assigned.fields().count());
     EXPECT_EQ(2, assigned.recordCount());
     EXPECT_EQ("Bob", assigned.getRecord(0)->getValue("name")->asString());
+}
+
+TEST_F(TableObjectTest, AssignedTableCanBeRead)
+{
+    sql::Table assigned("other");
+    assigned = people;
+    EXPECT_TRUE(assigned.open());
+    EXPECT_EQ("1 2 3", held(assigned));
 }
 
 // Completing a table object
