@@ -16,6 +16,7 @@ namespace sql
 class Database
 {
 public:
+    /// How a database is opened.
     enum AccessMode : int {
         read_only = 0,        ///< the file must be there
         read_write = 1,       ///< the file must be there
@@ -30,7 +31,9 @@ public:
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
 
-    /// Closes the connection held, and opens the database in the file `path`. Logged at DEBUG1.
+    /// Closes the connection held, and opens a database. Logged at DEBUG1.
+    /// @param path the database file.
+    /// @param mode whether it may be written, and made.
     /// @param unused changes nothing.
     /// @param busyTimeoutMs how long a statement waits for another connection's lock, in
     ///        milliseconds; 0 or less does not wait.
@@ -43,6 +46,7 @@ public:
     /// statement is still in use, is reported as an assertion.
     void close();
 
+    /// Whether the last `open` was accepted by SQLite; false before the first, and after `close`.
     bool isOpen() const;
 
     /// The connection, to be lent to tables. Null when none is held; after a failed `open` it may
@@ -54,8 +58,12 @@ public:
     /// pairing and what a failure undoes are left to SQLite.
     /// @return false as by `RecordSet::query`, which logs and reports.
     /// @{
+    /// Begins a transaction. It takes its locks as its statements need them.
     bool transactionBegin();
+    /// Ends the transaction and keeps what it wrote. While another connection is in the way, it
+    /// fails after the busy timeout, and can be tried again.
     bool transactionCommit();
+    /// Ends the transaction and undoes what it wrote.
     bool transactionRollback();
     /// @}
 

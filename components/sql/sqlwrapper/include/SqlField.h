@@ -43,17 +43,22 @@ public:
     /// True when the name is empty, which ends a description.
     bool isEndingField() const;
 
+    /// The type of its values.
     field_type getType() const;
     /// The position of the column in its set, from 0; -1 while it belongs to none.
     int getIndex() const;
+    /// Its name, as it was given.
     string getName() const;
 
     /// The storage word: "INTEGER" (also for bool and time), "TEXT" or "REAL".
     /// The empty text for a type of another value, after an assertion report.
     string getTypeStr() const;
 
+    /// Whether `flag_not_null` is among its flags.
     bool isNotNull() const;
+    /// Whether `flag_primary_key` is among its flags.
     bool isPrimaryKey() const;
+    /// Whether `flag_unique` is among its flags.
     bool isUnique() const;
 
     /// The constraint words, each with its leading blank: " PRIMARY KEY NOT NULL UNIQUE".

@@ -26,22 +26,27 @@ public:
     /// A row for `fields`, every cell NULL and of its column's type.
     Record(const FieldSet& fields);
 
+    /// The values of `other`, for the same column set.
     Record(const Record& other) = default;
     Record(Record&& other) = default;
     /// A copy of `*other`, which must not be null.
     Record(const Record* other);
+    /// Takes over the values and the column set of `other`.
     Record& operator=(const Record& other) = default;
     Record& operator=(Record&& other) = default;
 
     /// The borrowed column set, never null.
     const FieldSet* fields() const;
+    /// The number of cells.
     int columnCount() const;
 
     /// @name A cell
     /// Null when there is no such column. The record owns the value.
     /// @{
+    /// The cell at `index`, from 0.
     Value* getValue(int index);
     const Value* getValue(int index) const;
+    /// The cell of the column `name`.
     Value* getValue(const string& name);
     const Value* getValue(const string& name) const;
     /// The cell of the key column, which is the first PRIMARY KEY column.
@@ -59,16 +64,22 @@ public:
     /// They store as the `Value` operation of the same name does, whatever the column's type, and
     /// change nothing when there is no such column.
     /// @{
+    /// Makes the cell NULL.
     void setNull(int index);
     void setNull(const string& name);
+    /// Stores a text.
     void setString(int index, const string& value);
     void setString(const string& name, const string& value);
+    /// Stores a number, in decimal.
     void setInteger(int index, integer value);
     void setInteger(const string& name, integer value);
+    /// Stores a number, with eight decimals.
     void setDouble(int index, double value);
     void setDouble(const string& name, double value);
+    /// Stores "1" for true and "0" for false.
     void setBool(int index, bool value);
     void setBool(const string& name, bool value);
+    /// Stores the seconds since the epoch.
     void setTime(int index, Time value);
     void setTime(const string& name, Time value);
     /// @}

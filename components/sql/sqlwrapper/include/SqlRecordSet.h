@@ -55,6 +55,7 @@ public:
     /// The number of rows held.
     int count() const;
 
+    /// The columns, which the set owns.
     const FieldSet& fields() const;
 
     /// The row at `index`, from 0. Null when there is none, and nothing is logged.

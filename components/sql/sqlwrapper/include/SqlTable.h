@@ -36,7 +36,9 @@ public:
     /// @return what `FieldSet::initFieldSet` returns.
     bool initTable(sqlite3* db, const Field* fields);
 
+    /// The name, as it was given.
     string name() const;
+    /// The columns, which the table owns.
     const FieldSet& fields() const;
     /// The borrowed connection; null when there is none.
     sqlite3* getHandle();
@@ -65,8 +67,11 @@ public:
     /// @name Reading
     /// They replace the rows held. An empty condition or order counts as none.
     /// @{
+    /// Reads every row.
     bool open();
+    /// Reads the rows that match a condition, which is SQL: "price > 2".
     bool open(const string& where);
+    /// Reads them in an order, which is SQL: "name desc".
     bool open(const string& where, const string& orderBy);
     /// Runs any statement, and holds the rows of its result.
     bool query(const string& sql);
@@ -75,8 +80,11 @@ public:
     /// @name The rows held
     /// Null when there is none, and nothing is logged.
     /// @{
+    /// Their number.
     int recordCount() const;
+    /// The row at `index`, from 0.
     Record* getRecord(int index);
+    /// The first row.
     Record* getTopRecord();
     /// @}
 
@@ -85,6 +93,7 @@ public:
     /// its own.
     /// @{
 
+    /// Adds a row. A NULL key is given a number by SQLite, where the key column is an integer one.
     bool addRecord(const Record& record);
 
     /// Updates the row with the key that `record` holds. True also when there is no such row.
@@ -106,7 +115,7 @@ public:
     bool addOrUpdateRecord(string keyId, const Record& record);
     bool addOrUpdateRecord(integer keyId, const Record& record);
 
-    /// True also when there is no such row.
+    /// Deletes the row. True also when there is no such row.
     bool deleteRecord(string keyId);
     bool deleteRecord(integer keyId);
 
@@ -114,7 +123,7 @@ public:
     Record* getRecordByKeyId(string keyId);
     Record* getRecordByKeyId(integer keyId);
 
-    /// False also when that cannot be determined.
+    /// Whether there is such a row. False also when that cannot be determined.
     bool hasRecordWithKeyId(string keyId);
     bool hasRecordWithKeyId(integer keyId);
 

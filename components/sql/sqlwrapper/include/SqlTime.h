@@ -56,9 +56,13 @@ public:
     /// @name Shifting
     /// Argument, product and sum are cut to `time_t`: they wrap around where it does.
     /// @{
+    /// Goes on by `seconds`; back where they are negative, here and below.
     void addValue(integer seconds);
+    /// Goes on by `minutes` of 60 seconds.
     void addMinutes(integer minutes);
+    /// Goes on by `hours` of 3600 seconds.
     void addHours(integer hours);
+    /// Goes on by `days` of 86400 seconds, whatever the clocks of the time zone do.
     void addDays(integer days);
     /// @}
 

@@ -25,16 +25,23 @@ public:
     /// @name Setters that keep the type
     /// Whatever is stored, the value is still read as the type that it was made with.
     /// @{
+    /// Stores NULL.
     void setNull();
+    /// Stores a copy of the text as it stands.
     void setString(const string& newText);
+    /// Stores the number in decimal.
     void setInteger(integer number);
     /// Stores eight decimals; what exceeds 127 characters is cut off.
     void setDouble(double number);
+    /// Stores "1" for true and "0" for false.
     void setBool(bool truth);
+    /// Stores the seconds since the epoch.
     void setTime(Time newTime);
     /// @}
 
+    /// Whether it is NULL.
     bool isNull() const;
+    /// The type that it is read as.
     field_type getType() const;
 
     /// @name Reading the text as a type
