@@ -81,9 +81,9 @@ string intToStr(int number);
 /// The number in decimal, the same in every locale.
 string intToStr(integer number);
 
-/// Splits `list` wherever any of the characters of `delimiters` stands.
-/// @param items receives the trimmed items; what it held is dropped. Runs of delimiters count as
-///        one and give no empty item, but an item of white space alone is kept as an empty one.
+/// Splits a list wherever any of the characters of `delimiters` stands. Runs of delimiters count as
+/// one and give no empty item, but an item of white space alone is kept as an empty one. `items`
+/// receives the trimmed items; what it held is dropped.
 /// @note Not for two threads at once: `strtok` keeps a hidden state.
 void listToVector(string list, std::vector<string>& items, const char* delimiters);
 
@@ -104,6 +104,24 @@ SQLW_INTERNAL bool traceLevelExceeds(int threshold);
 /// @return `condition`, so that a guard reads `if (!SQLW_ASSERT(db)) return false;`.
 SQLW_INTERNAL bool checkAssertion(bool condition, const char* expression, const char* path,
                                   int line, const char* function);
+
+/// The digits of a number in decimal, with its sign.
+class SQLW_INTERNAL IntegerText
+{
+public:
+    /// With zeros in front of numbers of fewer digits.
+    explicit IntegerText(integer number, string::size_type fewestDigits = 1);
+
+    const char* data() const { return _first; }
+    string::size_type size() const
+    {
+        return static_cast<string::size_type>(_bytes + sizeof(_bytes) - _first);
+    }
+
+private:
+    char _bytes[sizeof("-9223372036854775808") - 1];
+    const char* _first;
+};
 
 /// Appends the number in decimal, without a temporary text.
 SQLW_INTERNAL void appendInteger(string& out, integer number);

@@ -225,22 +225,30 @@ string trim(const string& text)
     return trim(copy);
 }
 
-void appendInteger(string& out, integer number)
+IntegerText::IntegerText(integer number, string::size_type fewestDigits)
 {
-    using magnitude = unsigned long long;
-    char digits[20]; // "-9223372036854775808"
-    char* const end = digits + sizeof(digits);
-    char* first = end;
-    magnitude rest = static_cast<magnitude>(number);
+    char* first = _bytes + sizeof(_bytes);
+    const char* const padded = first - fewestDigits;
+    unsigned long long magnitude = static_cast<unsigned long long>(number);
     if (number < 0)
-        rest = 0 - rest;
-    do {
-        *--first = static_cast<char>('0' + rest % 10);
-        rest /= 10;
-    } while (rest != 0);
+        magnitude = 0 - magnitude;
+    for (; magnitude > UINT32_MAX; magnitude /= 10)
+        *--first = static_cast<char>('0' + magnitude % 10);
+    std::uint32_t rest = static_cast<std::uint32_t>(magnitude); // quicker on 32-bit processors
+    while (rest != 0 || first > padded) {
+        const std::uint32_t tenth = rest / 10;
+        *--first = static_cast<char>('0' + (rest - 10 * tenth));
+        rest = tenth;
+    }
     if (number < 0)
         *--first = '-';
-    out.append(first, end);
+    _first = first;
+}
+
+void appendInteger(string& out, integer number)
+{
+    const IntegerText digits(number);
+    out.append(digits.data(), digits.size());
 }
 
 string intToStr(int number)

@@ -1,6 +1,7 @@
 #include "SqlValue.h"
 
 #include <cfloat>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 
@@ -15,9 +16,40 @@ static bool isDigit(char character)
     return character >= '0' && character <= '9';
 }
 
+static const string::size_type decimalsWritten = 8;
+
+// A number of ordinary size in whole-number arithmetic, which gives the digits that snprintf gives:
+// the binary fraction is multiplied out exactly, and what is beyond eight decimals rounds to the
+// nearest, halves to even.
+static bool ordinaryDoubleToStr(double number, string& text)
+{
+    using bits = unsigned long long;
+    const double magnitude = number < 0.0 ? -number : number;
+    if (!(magnitude >= 1.0 / 4096 && magnitude < 1e10)) // ends within 64 bits behind the point
+        return false;
+
+    const bits unit = 100000000; // 1, shifted by the decimals
+    const bits wholes = static_cast<bits>(magnitude);
+    const double remainder = magnitude - static_cast<double>(wholes);
+    const bits fraction = static_cast<bits>(remainder * 18446744073709551616.0); // 2^64
+    const bits low = (fraction & UINT32_MAX) * unit;
+    const bits high = (fraction >> 32) * unit + (low >> 32);
+    const bits beyond = (high << 32) | (low & UINT32_MAX);
+    const bits half = bits(1) << 63;
+    integer shifted = static_cast<integer>(wholes * unit + (high >> 32));
+    if (beyond > half || (beyond == half && shifted % 2 == 1))
+        ++shifted;
+
+    const IntegerText digits(number < 0.0 ? -shifted : shifted, decimalsWritten + 1);
+    const string::size_type point = digits.size() - decimalsWritten;
+    text.assign(digits.data(), point);
+    text += '.';
+    text.append(digits.data() + point, decimalsWritten);
+    return true;
+}
+
 static string doubleToStr(double number)
 {
-    const string::size_type decimals = 8;
     const string::size_type longest = 127;
     char buffer[DBL_MAX_10_EXP + 64]; // sign, digits, a point of some bytes, decimals
     std::snprintf(buffer, sizeof(buffer), "%0.8f", number);
@@ -25,7 +57,7 @@ static string doubleToStr(double number)
     string text(buffer);
     if (isDigit(text[text.size() - 1])) { // neither "inf" nor "nan"
         const string::size_type point = text.find_first_not_of("0123456789", 1);
-        text.replace(point, text.size() - decimals - point, 1, '.');
+        text.replace(point, text.size() - decimalsWritten - point, 1, '.');
     }
     if (text.size() > longest)
         text.resize(longest);
@@ -116,14 +148,15 @@ void Value::setString(const string& newText)
 
 void Value::setInteger(integer number)
 {
-    text.clear();
-    appendInteger(text, number);
+    const IntegerText digits(number);
+    text.assign(digits.data(), digits.size());
     nullFlag = false;
 }
 
 void Value::setDouble(double number)
 {
-    text = doubleToStr(number);
+    if (!ordinaryDoubleToStr(number, text))
+        text = doubleToStr(number);
     nullFlag = false;
 }
 
