@@ -712,7 +712,7 @@ TEST_F(QueryNumberTest, ReadsNullAs0)
 
 TEST_F(QueryNumberTest, EndsTheQueryAtItsFirstNulByte)
 {
-    EXPECT_EQ(42, sql::queryNumber(db, std::string("select 42\0 nonsense", 19)));
+    EXPECT_EQ(42, sql::queryNumber(db, std::string("select 42\0, 7", 13)));
     EXPECT_EQ(trace({debug2("select 42"), debug2(42)}), recordedDiagnostics());
 }
 
@@ -1037,13 +1037,6 @@ TEST_F(ListToVectorTest, SplitsAtABytePast127)
 TEST_F(ListToVectorTest, EndsTheListAtItsFirstNulByte)
 {
     EXPECT_EQ((Items{"a", "b"}), split(std::string("a,b\0c,d", 7), ","));
-}
-
-TEST_F(ListToVectorTest, LeavesTheListOfTheCallerAsItIs)
-{
-    const std::string list = "a,b";
-    split(list, ",");
-    EXPECT_EQ("a,b", list);
 }
 
 // More than a stack holds.

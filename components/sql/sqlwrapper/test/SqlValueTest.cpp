@@ -732,6 +732,13 @@ TEST_F(ValueTest, SetBoolWrites1Or0)
     EXPECT_FALSE(value.asBool());
 }
 
+TEST_F(ValueTest, SetBoolOfFalseIsNotNull)
+{
+    Value value(sql::type_bool);
+    value.setBool(false);
+    EXPECT_FALSE(value.isNull());
+}
+
 TEST_F(ValueTest, ReadsNoTextButOneAsTrue)
 {
     EXPECT_TRUE(holding("1").asBool());
