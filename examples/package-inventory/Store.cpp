@@ -37,6 +37,7 @@ Summary Store::update(std::vector<Package> installed, const View& view, Progress
     require(transaction.isOpen());
     prepare();
     progress.show("keeping the previous inventory");
+    require(_previous.remove()); // here, for backup says nothing when this fails
     require(_previous.backup(_packages));
     write(installed, progress);
     rebuildSections();
@@ -50,6 +51,7 @@ Summary Store::restore(const View& view)
     Transaction transaction(_database);
     require(transaction.isOpen());
     prepare();
+    require(_packages.remove());
     require(_packages.backup(_previous));
     rebuildSections();
     Summary result = summary(view);

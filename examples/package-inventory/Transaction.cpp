@@ -8,11 +8,12 @@ namespace inventory
 Transaction::Transaction(sql::Database& database) : _database(database)
 {
     _database.transactionBegin();
+    sqlite3_commit_hook(_database.getHandle(), refuseCommit, this);
 }
 
-// SQLite itself rolls back after some failures, such as a full disk.
 Transaction::~Transaction()
 {
+    sqlite3_commit_hook(_database.getHandle(), nullptr, nullptr);
     if (isOpen())
         _database.transactionRollback();
 }
@@ -24,7 +25,16 @@ bool Transaction::isOpen() const
 
 bool Transaction::commit()
 {
-    return _database.transactionCommit();
+    _isCommitting = true;
+    const bool done = _database.transactionCommit();
+    _isCommitting = false;
+    return done;
+}
+
+// SQLite asks before each commit, and rolls back when the answer is not 0.
+int Transaction::refuseCommit(void* transaction)
+{
+    return static_cast<const Transaction*>(transaction)->_isCommitting ? 0 : 1;
 }
 
 } // namespace inventory

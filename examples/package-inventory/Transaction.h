@@ -10,6 +10,9 @@ namespace inventory
 {
 
 /// A transaction that is rolled back at its end unless it was committed.
+///
+/// SQLite itself rolls back after some failures, such as a full disk, and would then take each
+/// further statement for a transaction of its own. While this lives, it writes nothing more.
 class Transaction
 {
 public:
@@ -23,7 +26,10 @@ public:
     bool commit();
 
 private:
+    static int refuseCommit(void* transaction);
+
     sql::Database& _database;
+    bool _isCommitting = false;
 };
 
 } // namespace inventory

@@ -189,10 +189,17 @@ with --database" status
 }
 
 test_database_of_another_program() {
+    local line="the database 'inventory.db' holds something other than an inventory; name another \
+with --database" table
     write_status
     sql 'pragma user_version = 1; create table packages (id integer primary key, price real)'
-    keeps 1 "the database 'inventory.db' holds something other than an inventory; name another with \
---database" status
+    keeps 1 "$line" status
+    for table in packages previous_packages sections; do
+        rm inventory.db
+        recorded
+        sql "alter table $table add column more"
+        keeps 1 "$line" status
+    done
 }
 
 test_nothing_to_restore() {

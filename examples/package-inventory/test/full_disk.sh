@@ -16,7 +16,7 @@ fills_up_during() {
         refuses 1 "$full" "$@"
         expect "inventory after $room bytes" "$before" "$(contents)"
         expect "integrity after $room bytes" ok "$(sql 'pragma integrity_check')"
-        ((room += 1024))
+        ((room += 2048))
         ((room < 1024 * 1024)) || fail "not even $room bytes are enough"
     done
     ((room >= 8 * 1024)) || fail "$room bytes were enough"
