@@ -4,7 +4,7 @@ set -euo pipefail
 . "$(dirname "$0")/../../scripts/needs.sh"
 
 all=(threads unsigned-char gcc-asan clang-asan debug-stl signed-char valgrind)
-quick=(threads unsigned-char)
+quick=(threads)
 cases=0
 failures=0
 

@@ -52,7 +52,7 @@ long cases = 0;
 
 void run(int writers, long rows, int busyTimeout)
 {
-    char name[] = "/tmp/sqlwrapper-contention-XXXXXX";
+    char name[] = "/dev/shm/sqlwrapper-contention-XXXXXX";
     const std::string folder = mkdtemp(name);
     const std::string path = folder + "/rows.db";
     {
