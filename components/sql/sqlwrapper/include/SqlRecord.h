@@ -117,8 +117,9 @@ public:
     /// @}
 
 private:
-    friend class RecordSet; // moves its records to its own column set when it is copied
+    friend class RecordSet; // fills records from rows, and moves copies to its own column set
 
+    SQLW_INTERNAL Record(const FieldSet& fields, int count, const char* const* texts);
     SQLW_INTERNAL const Value* getValue(int index, const char* signature) const;
     SQLW_INTERNAL const Value* getValue(const string& name, const char* signature,
                                         const char* byIndex) const;

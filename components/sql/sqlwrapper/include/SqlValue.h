@@ -76,8 +76,9 @@ public:
     string toSql(field_type columnType) const;
 
 private:
-    friend class Record; // has literals appended to the statement that it builds
+    friend class Record; // is filled from texts, and has literals appended to its statements
 
+    SQLW_INTERNAL Value(const char* newText, field_type newType);
     SQLW_INTERNAL void toSql(string& sql, field_type columnType) const;
 
     string text;

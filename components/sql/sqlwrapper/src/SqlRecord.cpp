@@ -15,6 +15,18 @@ Record::Record(const FieldSet& fields) : _fields(&fields)
         _values.emplace_back(fields.getByIndex(i)->getType());
 }
 
+// A row of a result: its first cells from `count` texts, NULL for null pointers and behind them.
+Record::Record(const FieldSet& fields, int count, const char* const* texts) : _fields(&fields)
+{
+    _values.reserve(fields._fields.size());
+    int column = 0;
+    for (const Field& field : fields._fields) {
+        const char* text = column < count ? texts[column] : nullptr;
+        _values.push_back(Value(text, field._type));
+        ++column;
+    }
+}
+
 Record::Record(const Record* other) : Record(*other) {}
 
 const FieldSet* Record::fields() const

@@ -100,10 +100,7 @@ int RecordSet::on_next_record(void* param, int argc, char** argv, char** /*colum
         return 0; // no rows behind one that is missing
 
     try {
-        Record record(set._fields);
-        for (int i = 0; i < argc; ++i)
-            if (const Field* field = set._fields.getByIndex(i))
-                record.initColumnValue(i, argv[i], field->getType());
+        Record record(set._fields, argc, argv);
         SQLW_DEBUG3("%s", record.dump(false).c_str());
         set._records.push_back(std::move(record));
     } catch (const std::exception&) { // memory has run out, and SQLite's frames know no exceptions

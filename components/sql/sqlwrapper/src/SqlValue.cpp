@@ -123,6 +123,11 @@ static double strToDouble(const string& text)
 
 Value::Value(field_type newType) : nullFlag(true), type(newType) {}
 
+// As `setValue` leaves it.
+Value::Value(const char* newText, field_type newType)
+    : text(newText ? newText : ""), nullFlag(!newText), type(newType)
+{}
+
 void Value::setValue(const char* newText, field_type newType)
 {
     type = newType;
