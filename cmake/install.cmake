@@ -56,6 +56,17 @@ install(FILES ${PROJECT_BINARY_DIR}/sqlwrapper.pc
 install(FILES ${PROJECT_BINARY_DIR}/sqlwrapper-standalone.pc
   DESTINATION ${pkgconfig_folder} COMPONENT standalone)
 
-# To read.
-install(FILES ${PROJECT_SOURCE_DIR}/LICENSE
+# To read. The examples can be built from a copy.
+install(FILES
+  ${PROJECT_SOURCE_DIR}/CHANGELOG.md
+  ${PROJECT_SOURCE_DIR}/LICENSE
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples
+  DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation
+  PATTERN test EXCLUDE)
+if(SQLWRAPPER_BUILD_DOCS)
+  install(DIRECTORY ${PROJECT_BINARY_DIR}/docs/html
+    DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
+  install(DIRECTORY ${PROJECT_BINARY_DIR}/docs/man/
+    DESTINATION ${CMAKE_INSTALL_MANDIR} COMPONENT documentation)
+endif()

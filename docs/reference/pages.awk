@@ -1,0 +1,60 @@
+# Doxygen's view of a document: headings get the names by which links reach them, which are made as
+# everybody else makes them, but are one's own in all documents together. What links lead to outside
+# of these pages, such as a source, is named without the link.
+
+function slug(text) {
+    text = tolower(text)
+    gsub(/[^a-z0-9_ -]/, "", text)
+    gsub(/ /, "-", text)
+    return text
+}
+
+function label(file, heading) {
+    sub(/.*\//, "", file)
+    sub(/\.md$/, "", file)
+    return heading == "" ? file : file "-" heading
+}
+
+# A file as links from this document name it: its path from the folder of the documents; "" outside.
+function page(target, path) {
+    path = folder target
+    while (sub(/[^\/]+\/\.\.\//, "", path)) {}
+    return path ~ /(^|\/)docs\/[^.]*\.md$/ ? path : ""
+}
+
+function with_links(line, done, target, heading, text) {
+    done = ""
+    while (match(line, /\]\([^) ]+\)/)) {
+        target = substr(line, RSTART + 2, RLENGTH - 3)
+        text = substr(line, 1, RSTART - 1)
+        line = substr(line, RSTART + RLENGTH)
+        heading = target ~ /#/ ? target : ""
+        sub(/^[^#]*#/, "", heading)
+        sub(/#.*/, "", target)
+        if (target ~ /^https?:/)
+            done = done text "](" target (heading == "" ? "" : "#" heading) ")"
+        else if (target == "")
+            done = done text "](#" label(FILENAME, heading) ")"
+        else if (page(target) != "")
+            done = done text "](#" label(page(target), heading) ")"
+        else {
+            match(text, /.*\[/)
+            done = done substr(text, 1, RLENGTH - 1) substr(text, RLENGTH + 1)
+        }
+    }
+    return done line
+}
+
+FNR == 1 {
+    folder = FILENAME
+    sub(/[^\/]*$/, "", folder)
+}
+/^ *```/ { fenced = !fenced }
+fenced || /^ *```/ { print; next }
+/^#+ / {
+    heading = $0
+    sub(/^#+ */, "", heading)
+    print $0 " {#" label(FILENAME, /^# / ? "" : slug(heading)) "}"
+    next
+}
+{ print with_links($0) }
