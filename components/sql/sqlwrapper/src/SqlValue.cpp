@@ -1,6 +1,7 @@
 #include "SqlValue.h"
 
 #include <cfloat>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -64,37 +65,43 @@ static string doubleToStr(double number)
     return text;
 }
 
-// Up to fifteen digits are exact in a double and so is their power of ten: the quotient is rounded
-// once, as strtod rounds. This is what SQLite's texts of short numbers look like.
-static bool readShortDecimal(const char* text, double& number)
+// A decimal number of up to fifteen digits: what SQLite's texts of ordinary numbers look like.
+struct ShortDecimal
+{
+    bool negative;
+    integer digits;
+    int decimals;
+};
+
+static const char* readDigits(const char* text, unsigned long long& digits)
+{
+    for (; isDigit(*text); ++text)
+        digits = digits * 10 + static_cast<unsigned long long>(*text - '0');
+    return text;
+}
+
+static bool readShortDecimal(const char* text, ShortDecimal& number)
+{
+    number.negative = *text == '-';
+    if (number.negative)
+        ++text;
+    unsigned long long digits = 0; // wraps around, where there are too many
+    const char* const point = readDigits(text, digits);
+    const char* const end = *point == '.' ? readDigits(point + 1, digits) : point;
+    number.digits = static_cast<integer>(digits);
+    number.decimals = end > point ? static_cast<int>(end - point - 1) : 0;
+    const std::ptrdiff_t count = point - text + number.decimals;
+    return *end == '\0' && count > 0 && count <= 15;
+}
+
+// The digits and their power of ten are exact in a double: the quotient is rounded once, as strtod
+// rounds.
+static double shortDecimalToDouble(const ShortDecimal& number)
 {
     static const double powersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                          1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
-    const bool negative = *text == '-';
-    if (negative)
-        ++text;
-
-    integer digits = 0;
-    int count = 0;
-    int decimals = 0;
-    bool pastPoint = false;
-    for (; count <= 15; ++text) {
-        if (isDigit(*text)) {
-            digits = digits * 10 + (*text - '0');
-            ++count;
-            decimals += pastPoint ? 1 : 0;
-        } else if (*text == '.' && !pastPoint) {
-            pastPoint = true;
-        } else {
-            break;
-        }
-    }
-    if (*text != '\0' || count == 0 || count > 15 || FLT_EVAL_METHOD != 0)
-        return false;
-    number = static_cast<double>(digits) / powersOfTen[decimals];
-    if (negative)
-        number = -number;
-    return true;
+    const double magnitude = static_cast<double>(number.digits) / powersOfTen[number.decimals];
+    return number.negative ? -magnitude : magnitude;
 }
 
 static string localPoint()
@@ -107,9 +114,9 @@ static string localPoint()
 
 static double strToDouble(const string& text)
 {
-    double number = 0.0;
-    if (readShortDecimal(text.c_str(), number))
-        return number;
+    ShortDecimal number;
+    if (FLT_EVAL_METHOD == 0 && readShortDecimal(text.c_str(), number))
+        return shortDecimalToDouble(number);
 
     const string point = localPoint();
     if (point == ".")
@@ -188,7 +195,12 @@ field_type Value::getType() const
 
 integer Value::asInteger() const
 {
-    return nullFlag ? 0 : std::strtoll(text.c_str(), nullptr, 10);
+    if (nullFlag)
+        return 0;
+    ShortDecimal number;
+    if (readShortDecimal(text.c_str(), number) && number.decimals == 0)
+        return number.negative ? -number.digits : number.digits;
+    return std::strtoll(text.c_str(), nullptr, 10);
 }
 
 double Value::asDouble() const
@@ -198,7 +210,7 @@ double Value::asDouble() const
 
 bool Value::asBool() const
 {
-    return !nullFlag && text == "1";
+    return text.size() == 1 && text[0] == '1';
 }
 
 Time Value::asTime() const
