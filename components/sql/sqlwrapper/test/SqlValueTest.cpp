@@ -486,6 +486,12 @@ TEST_F(ValueTest, ReadsTheSignOf0)
     EXPECT_FALSE(std::signbit(holding("0.00000000").asDouble()));
 }
 
+TEST_F(ValueTest, ReadsASignWithoutDigitsAs0WithoutSign)
+{
+    for (const char* text : {"-", "-.", "-abc", "--5", "- 5"})
+        EXPECT_FALSE(std::signbit(holding(text).asDouble())) << '"' << text << '"';
+}
+
 TEST_F(ValueTest, ReadsADoubleUpToTheFirstNulByte)
 {
     Value value(sql::type_text);
