@@ -73,16 +73,18 @@ public:
     string toString() const;
 
 private:
-    friend class Table; // is copied member by member
+    friend class Table; // is copied member by member, and lends its columns to other statements
 
     RecordSet(const RecordSet& other);
     RecordSet& operator=(const RecordSet& other);
+    SQLW_INTERNAL bool query(const char* sql, const FieldSet& columns);
     SQLW_INTERNAL void adoptRecordsOf(const RecordSet& other);
 
     sqlite3* _db;
     int _result;
     FieldSet _fields;
     std::vector<Record> _records;
+    const FieldSet* _columns; // by which rows are laid out: its own, or lent by a table
 };
 
 } // namespace sql

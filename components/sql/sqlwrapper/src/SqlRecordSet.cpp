@@ -16,11 +16,11 @@ RecordSet::RecordSet() : RecordSet(nullptr) {}
 RecordSet::RecordSet(sqlite3* db) : RecordSet(db, static_cast<const Field*>(nullptr)) {}
 
 RecordSet::RecordSet(sqlite3* db, const FieldSet& fields)
-    : _db(db), _result(SQLITE_ERROR), _fields(fields)
+    : _db(db), _result(SQLITE_ERROR), _fields(fields), _columns(&_fields)
 {}
 
 RecordSet::RecordSet(sqlite3* db, const Field* fields)
-    : _db(db), _result(SQLITE_ERROR), _fields(fields)
+    : _db(db), _result(SQLITE_ERROR), _fields(fields), _columns(&_fields)
 {}
 
 RecordSet::~RecordSet()
@@ -29,7 +29,8 @@ RecordSet::~RecordSet()
 }
 
 RecordSet::RecordSet(const RecordSet& other)
-    : _db(other._db), _result(other._result), _fields(other._fields), _records(other._records)
+    : _db(other._db), _result(other._result), _fields(other._fields), _records(other._records),
+      _columns(&_fields)
 {
     adoptRecordsOf(other);
 }
@@ -70,20 +71,26 @@ void RecordSet::close()
 
 bool RecordSet::query(const string& sql)
 {
+    return query(sql.c_str(), _fields);
+}
+
+bool RecordSet::query(const char* sql, const FieldSet& columns)
+{
     SQLW_SIGNATURE("bool sql::RecordSet::query(const string&)");
     close();
+    _columns = &columns;
     if (!SQLW_ASSERT(_db))
         return false;
-    SQLW_DEBUG2("stmt='%s'", sql.c_str());
+    SQLW_DEBUG2("stmt='%s'", sql);
 
     char* errorText = nullptr;
-    const int rc = sqlite3_exec(_db, sql.c_str(), on_next_record, this, &errorText);
+    const int rc = sqlite3_exec(_db, sql, on_next_record, this, &errorText);
     if (_result != SQLITE_NOMEM) // which the callback leaves when it could not keep a row
         _result = rc;
     if (isResultOk())
         return true;
 
-    SQLW_ERROR("Failed to run the SQL stmt '%s'", sql.c_str());
+    SQLW_ERROR("Failed to run the SQL stmt '%s'", sql);
     if (errorText)
         SQLW_ERROR("  rc=%d=%s: %s", _result, sqliteRc2Str(_result), errorText);
     else
@@ -100,7 +107,7 @@ int RecordSet::on_next_record(void* param, int argc, char** argv, char** /*colum
         return 0; // no rows behind one that is missing
 
     try {
-        Record record(set._fields, argc, argv);
+        Record record(*set._columns, argc, argv);
         SQLW_DEBUG3("%s", record.dump(false).c_str());
         set._records.push_back(std::move(record));
     } catch (const std::exception&) { // memory has run out, and SQLite's frames know no exceptions

@@ -138,7 +138,7 @@ Record* Table::getTopRecord()
 
 bool Table::runAside(const string& sql)
 {
-    return RecordSet(_db, fields()).query(sql);
+    return RecordSet(_db).query(sql.c_str(), fields());
 }
 
 bool Table::addRecord(const Record& record)
