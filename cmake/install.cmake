@@ -7,7 +7,8 @@ set(headers_folder ${CMAKE_INSTALL_INCLUDEDIR}/sqlwrapper)
 set(config_folder ${CMAKE_INSTALL_LIBDIR}/cmake/sqlwrapper)
 set(pkgconfig_folder ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-# A shared and a static library can stand side by side: each is installed by a build of its own.
+# A shared and a static library can stand side by side: each is installed by a build of its own. What
+# both install is the same.
 if(BUILD_SHARED_LIBS)
   set(kind Shared)
 else()
@@ -41,13 +42,11 @@ install(FILES
   ${PROJECT_BINARY_DIR}/sqlwrapperConfigVersion.cmake
   DESTINATION ${config_folder} COMPONENT development)
 
-# For pkg-config. Paths go from the folder of the file itself, so that the whole can be moved. SQLite
-# is named as a library: as a module, a board without its file could not even compile.
+# For pkg-config. Paths go from the folder of the file itself, so that the whole can be moved. SQLite,
+# which only the static library asks for (pkg-config --static), is named as a library: as a module,
+# a board without its file could not even compile.
 file(RELATIVE_PATH pkgconfig_prefix /prefix/${pkgconfig_folder} /prefix)
 string(REGEX REPLACE "/$" "" pkgconfig_prefix ${pkgconfig_prefix})
-if(kind STREQUAL "Static")
-  set(pkgconfig_sqlite "-lsqlite3")
-endif()
 foreach(module sqlwrapper sqlwrapper-standalone)
   configure_file(${CMAKE_CURRENT_LIST_DIR}/${module}.pc.in ${PROJECT_BINARY_DIR}/${module}.pc @ONLY)
 endforeach()

@@ -15,11 +15,15 @@ function label(file, heading) {
     return heading == "" ? file : file "-" heading
 }
 
-# A file as links from this document name it: its path from the folder of the documents; "" outside.
-function page(target, path) {
+# The path of the page that a link from this document leads to; "" for what is no page.
+function page(target, path, line, found) {
     path = folder target
     while (sub(/[^\/]+\/\.\.\//, "", path)) {}
-    return path ~ /(^|\/)docs\/[^.]*\.md$/ ? path : ""
+    if (path !~ /(^|\/)docs\/[^.]*\.md$/)
+        return ""
+    found = (getline line < path) >= 0
+    close(path)
+    return found ? path : ""
 }
 
 function with_links(line, done, target, heading, text) {
