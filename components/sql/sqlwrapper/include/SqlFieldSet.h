@@ -60,10 +60,12 @@ public:
     string getKeyIdName() const;
 
 private:
-    friend class Record; // looks up its key, and has names appended to its statements
+    friend class Record; // looks up its key, and adds names to its statements
+    friend class Table;  // adds the name of its key to its statements
 
     SQLW_INTERNAL const Field* keyField() const;
-    SQLW_INTERNAL void toSql(string& sql) const;
+    SQLW_INTERNAL bool getKeyIdName(StatementText& sql) const;
+    SQLW_INTERNAL void toSql(StatementText& sql) const;
 
     std::vector<Field> _fields;
 };

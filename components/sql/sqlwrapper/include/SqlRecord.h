@@ -118,6 +118,7 @@ public:
 
 private:
     friend class RecordSet; // fills records from rows, and moves copies to its own column set
+    friend class Table;     // has statements written to where it runs them
 
     SQLW_INTERNAL Record(const FieldSet& fields, int count, const char* const* texts);
     SQLW_INTERNAL const Value* getValue(int index, const char* signature) const;
@@ -125,7 +126,9 @@ private:
                                         const char* byIndex) const;
     SQLW_INTERNAL bool hasColumn(int index) const;
     SQLW_INTERNAL string::size_type statementSize(const string& table) const;
-    SQLW_INTERNAL void toSql(string& sql) const;
+    SQLW_INTERNAL void toSql(StatementText& sql) const;
+    SQLW_INTERNAL bool toSqlInsert(const string& table, StatementText& sql) const;
+    SQLW_INTERNAL bool toSqlUpdate(const string& table, StatementText& sql) const;
     SQLW_INTERNAL void adopt(const FieldSet& fields);
 
     const FieldSet* _fields;

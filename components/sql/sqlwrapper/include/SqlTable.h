@@ -153,7 +153,10 @@ private:
     template <typename Key> Record* getRecordByKeyId(const Key& keyId, const char* signature);
     template <typename Key> bool hasRecordWithKeyId(const Key& keyId, const char* signature);
 
-    SQLW_INTERNAL bool runAside(const string& sql);
+    template <size_t Size, typename Key>
+    SQLW_INTERNAL bool buildByKey(StatementText& sql, const char (&start)[Size],
+                                  const Key& keyId) const;
+    SQLW_INTERNAL bool runAside(const char* sql);
 
     sqlite3* _db;
     string _name;

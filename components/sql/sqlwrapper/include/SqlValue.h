@@ -76,10 +76,10 @@ public:
     string toSql(field_type columnType) const;
 
 private:
-    friend class Record; // is filled from texts, and has literals appended to its statements
+    friend class Record; // is filled from texts, and adds literals to its statements
 
     SQLW_INTERNAL Value(const char* newText, field_type newType);
-    SQLW_INTERNAL void toSql(string& sql, field_type columnType) const;
+    SQLW_INTERNAL void toSql(StatementText& sql, field_type columnType) const;
 
     string text;
     bool nullFlag;

@@ -174,23 +174,11 @@ string type2Str(field_type type)
     return "undefined";
 }
 
-void appendQuoted(string& out, const string& text)
-{
-    string::size_type begin = 0;
-    string::size_type quote = text.find('\'');
-    while (quote != string::npos) {
-        out.append(text, begin, quote + 1 - begin);
-        begin = quote; // the quote is appended again, as the first character of what follows
-        quote = text.find('\'', quote + 1);
-    }
-    out.append(text, begin, string::npos);
-}
-
 string quoteStr(const string& text)
 {
-    string quoted;
-    appendQuoted(quoted, text);
-    return quoted;
+    StatementText quoted;
+    quoted.addQuoted(text);
+    return quoted.str();
 }
 
 static bool isSpace(char character)
@@ -225,6 +213,31 @@ string trim(const string& text)
     return trim(copy);
 }
 
+string intToStr(int number)
+{
+    return intToStr(static_cast<integer>(number));
+}
+
+string intToStr(integer number)
+{
+    const IntegerText digits(number);
+    return string(digits.data(), digits.size());
+}
+
+void listToVector(string list, std::vector<string>& items, const char* delimiters)
+{
+    items.clear();
+    // The list came by value, so strtok may cut it up where it stands, however long it is.
+    char* token = std::strtok(&list[0], delimiters);
+    while (token) {
+        items.emplace_back(token);
+        trim(items.back());
+        token = std::strtok(nullptr, delimiters);
+    }
+}
+
+// Building texts
+
 IntegerText::IntegerText(integer number, string::size_type fewestDigits)
 {
     char* first = _bytes + sizeof(_bytes);
@@ -245,34 +258,37 @@ IntegerText::IntegerText(integer number, string::size_type fewestDigits)
     _first = first;
 }
 
-void appendInteger(string& out, integer number)
+void StatementText::addInteger(integer number)
 {
     const IntegerText digits(number);
-    out.append(digits.data(), digits.size());
+    add(digits.data(), digits.size());
 }
 
-string intToStr(int number)
+void StatementText::addQuoted(const string& text)
 {
-    return intToStr(static_cast<integer>(number));
-}
-
-string intToStr(integer number)
-{
-    string text;
-    appendInteger(text, number);
-    return text;
-}
-
-void listToVector(string list, std::vector<string>& items, const char* delimiters)
-{
-    items.clear();
-    // The list came by value, so strtok may cut it up where it stands, however long it is.
-    char* token = std::strtok(&list[0], delimiters);
-    while (token) {
-        items.emplace_back(token);
-        trim(items.back());
-        token = std::strtok(nullptr, delimiters);
+    string::size_type begin = 0;
+    string::size_type quote = text.find('\'');
+    while (quote != string::npos) {
+        add(text.data() + begin, quote + 1 - begin);
+        begin = quote; // the quote is added again, as the first character of what follows
+        quote = text.find('\'', quote + 1);
     }
+    add(text.data() + begin, text.size() - begin);
+}
+
+void StatementText::growTo(string::size_type room)
+{
+    char* const longer = new char[room];
+    std::memcpy(longer, _first, _size);
+    release();
+    _first = longer;
+    _room = room;
+}
+
+void StatementText::release()
+{
+    if (_first != _short)
+        delete[] _first;
 }
 
 // Time

@@ -75,12 +75,12 @@ string FieldSet::getDefinition() const
 
 string FieldSet::toSql() const
 {
-    string sql;
+    StatementText sql;
     toSql(sql);
-    return sql;
+    return sql.str();
 }
 
-void FieldSet::toSql(string& sql) const
+void FieldSet::toSql(StatementText& sql) const
 {
     SQLW_SIGNATURE("sql::string sql::FieldSet::toSql() const");
     for (int i = 0; i < count(); ++i) {
@@ -89,9 +89,9 @@ void FieldSet::toSql(string& sql) const
             SQLW_FAULT("No field for index %d", i);
             continue;
         }
-        sql += field->_name;
+        sql.add(field->_name);
         if (i < count() - 1)
-            sql += ", ";
+            sql.add(", ");
     }
 }
 
@@ -114,13 +114,22 @@ string FieldSet::dump() const
 
 string FieldSet::getKeyIdName() const
 {
+    StatementText name;
+    getKeyIdName(name);
+    return name.str();
+}
+
+// Answers whether it has added a name.
+bool FieldSet::getKeyIdName(StatementText& sql) const
+{
     SQLW_SIGNATURE("sql::string sql::FieldSet::getKeyIdName() const");
     const Field* key = keyField();
     if (!key) {
         SQLW_FAULT("Failed to get name of PRIMARY KEY column");
-        return string();
+        return false;
     }
-    return key->_name;
+    sql.add(key->_name);
+    return !key->_name.empty();
 }
 
 } // namespace sql

@@ -252,7 +252,7 @@ string Record::dump(bool withType) const
     return text;
 }
 
-// Statements. Each is built in one growing text; a part that appends nothing has failed.
+// Statements. Each is built in one growing text; a part that adds nothing has failed.
 
 // Enough for either statement, be every character a quote that is doubled.
 string::size_type Record::statementSize(const string& table) const
@@ -267,12 +267,12 @@ string::size_type Record::statementSize(const string& table) const
 
 string Record::toSql() const
 {
-    string sql;
+    StatementText sql;
     toSql(sql);
-    return sql;
+    return sql.str();
 }
 
-void Record::toSql(string& sql) const
+void Record::toSql(StatementText& sql) const
 {
     SQLW_SIGNATURE("sql::string sql::Record::toSql() const");
     const string::size_type begin = sql.size();
@@ -280,65 +280,75 @@ void Record::toSql(string& sql) const
         const Field* field = _fields->getByIndex(i);
         if (!field) {
             SQLW_FAULT("field with index %d does not exist", i);
-            sql.resize(begin);
+            sql.cut(begin);
             return;
         }
         const Value* value = getValue(field->_name); // by name: of two columns with one, the first
         if (!value) {
             SQLW_FAULT("field with index %d does not have value", i);
-            sql.resize(begin);
+            sql.cut(begin);
             return;
         }
         value->toSql(sql, field->_type);
         if (i < _fields->count() - 1)
-            sql += ", ";
+            sql.add(", ");
     }
 }
 
 string Record::toSqlInsert(const string& table) const
 {
-    SQLW_SIGNATURE("sql::string sql::Record::toSqlInsert(const string&) const");
-    if (table.empty()) {
-        SQLW_FAULT("No table name given");
-        return string();
-    }
-
-    string sql;
-    sql.reserve(statementSize(table));
-    sql += "insert into ";
-    sql += table;
-    sql += " (";
-    const string::size_type columns = sql.size();
-    _fields->toSql(sql);
-    if (sql.size() == columns) {
-        SQLW_FAULT("No fields to insert in table '%s'", table.c_str());
-        return string();
-    }
-
-    sql += ") values (";
-    const string::size_type values = sql.size();
-    toSql(sql);
-    if (sql.size() == values) {
-        SQLW_FAULT("No values to insert in table '%s'", table.c_str());
-        return string();
-    }
-    sql += ")";
-    return sql;
+    StatementText sql;
+    return toSqlInsert(table, sql) ? sql.str() : string();
 }
 
 string Record::toSqlUpdate(const string& table) const
 {
+    StatementText sql;
+    return toSqlUpdate(table, sql) ? sql.str() : string();
+}
+
+bool Record::toSqlInsert(const string& table, StatementText& sql) const
+{
+    SQLW_SIGNATURE("sql::string sql::Record::toSqlInsert(const string&) const");
+    if (table.empty()) {
+        SQLW_FAULT("No table name given");
+        return false;
+    }
+
+    sql.reserve(statementSize(table));
+    sql.add("insert into ");
+    sql.add(table);
+    sql.add(" (");
+    const string::size_type columns = sql.size();
+    _fields->toSql(sql);
+    if (sql.size() == columns) {
+        SQLW_FAULT("No fields to insert in table '%s'", table.c_str());
+        return false;
+    }
+
+    sql.add(") values (");
+    const string::size_type values = sql.size();
+    toSql(sql);
+    if (sql.size() == values) {
+        SQLW_FAULT("No values to insert in table '%s'", table.c_str());
+        return false;
+    }
+    sql.add(")");
+    return true;
+}
+
+bool Record::toSqlUpdate(const string& table, StatementText& sql) const
+{
     SQLW_SIGNATURE("sql::string sql::Record::toSqlUpdate(const string&) const");
     if (table.empty()) {
         SQLW_FAULT("No table name given");
-        return string();
+        return false;
     }
 
-    string sql;
     sql.reserve(statementSize(table));
-    sql += "update ";
-    sql += table;
-    sql += " set ";
+    sql.add("update ");
+    sql.add(table);
+    sql.add(" set ");
     for (int i = 0; i < _fields->count(); ++i) {
         const Field* field = _fields->getByIndex(i);
         if (!field || field->isPrimaryKey())
@@ -347,31 +357,29 @@ string Record::toSqlUpdate(const string& table) const
         if (!value) {
             SQLW_FAULT("No value for column with index=%d (and name=%s) of table %s", i,
                        field->_name.c_str(), table.c_str());
-            return string();
+            return false;
         }
-        sql += field->_name;
-        sql += "=";
+        sql.add(field->_name);
+        sql.add("=");
         value->toSql(sql, field->_type);
         if (i < _fields->count() - 1) // by position alone: a key column at the end leaves a comma
-            sql += ", ";
+            sql.add(", ");
     }
 
-    const string key = _fields->getKeyIdName();
-    if (key.empty()) {
+    sql.add(" where ");
+    if (!_fields->getKeyIdName(sql)) {
         SQLW_FAULT("Failed to get name of PRIMARY KEY column for table %s", table.c_str());
-        return string();
+        return false;
     }
     const Value* value = getKeyIdValue();
     if (!value) {
         SQLW_FAULT("No PRIMARY KEY column found for table %s", table.c_str());
-        return string();
+        return false;
     }
     SQLW_ASSERT(value->getType() == type_int); // and goes on: a text key is written unquoted
-    sql += " where ";
-    sql += key;
-    sql += " = ";
+    sql.add(" = ");
     value->toSql(sql, type_int);
-    return sql;
+    return true;
 }
 
 void Record::adopt(const FieldSet& fields)

@@ -136,29 +136,29 @@ Record* Table::getTopRecord()
 
 // Writing
 
-bool Table::runAside(const string& sql)
+bool Table::runAside(const char* sql)
 {
-    return RecordSet(_db).query(sql.c_str(), fields());
+    return RecordSet(_db).query(sql, fields());
 }
 
 bool Table::addRecord(const Record& record)
 {
-    const string sql = record.toSqlInsert(_name);
-    if (sql.empty()) {
+    StatementText sql;
+    if (!record.toSqlInsert(_name, sql)) {
         SQLW_ERROR("Failed to build SQL INSERT statement for table '%s'", _name.c_str());
         return false;
     }
-    return runAside(sql);
+    return runAside(sql.c_str());
 }
 
 bool Table::updateRecord(const Record& record)
 {
-    const string sql = record.toSqlUpdate(_name);
-    if (sql.empty()) {
+    StatementText sql;
+    if (!record.toSqlUpdate(_name, sql)) {
         SQLW_ERROR("Failed to build SQL UPDATE statement for table '%s'", _name.c_str());
         return false;
     }
-    return runAside(sql);
+    return runAside(sql.c_str());
 }
 
 bool Table::deleteRecords(const string& where)
@@ -166,29 +166,44 @@ bool Table::deleteRecords(const string& where)
     string sql = "delete from " + _name;
     if (!where.empty())
         sql += " where " + where;
-    return runAside(sql);
+    return runAside(sql.c_str());
 }
 
 // Rows by their key. Text and integer keys differ in the key test and the signature alone.
 
-static string keyTest(const string& keyId)
+static void addKey(StatementText& sql, const string& keyId)
 {
-    return " = \"" + keyId + "\""; // double quotes, and none escaped
+    sql.add("\""); // double quotes, and none escaped
+    sql.add(keyId);
+    sql.add("\"");
 }
 
-static string keyTest(integer keyId)
+static void addKey(StatementText& sql, integer keyId)
 {
-    return " = " + intToStr(keyId);
+    sql.addInteger(keyId);
+}
+
+// Answers whether there is a key column.
+template <size_t Size, typename Key>
+bool Table::buildByKey(StatementText& sql, const char (&start)[Size], const Key& keyId) const
+{
+    sql.add(start);
+    sql.add(_name);
+    sql.add(" where ");
+    const bool hasKey = fields().getKeyIdName(sql);
+    sql.add(" = ");
+    addKey(sql, keyId);
+    return hasKey;
 }
 
 template <typename Key> bool Table::deleteRecord(const Key& keyId, const char* signature)
 {
-    const string key = fields().getKeyIdName();
-    if (key.empty()) {
+    StatementText sql;
+    if (!buildByKey(sql, "delete from ", keyId)) {
         SQLW_FAULT("Failed to get name of PRIMARY KEY column");
         return false;
     }
-    return runAside("delete from " + _name + " where " + key + keyTest(keyId));
+    return runAside(sql.c_str());
 }
 
 bool Table::deleteRecord(string keyId)
@@ -203,13 +218,12 @@ bool Table::deleteRecord(integer keyId)
 
 template <typename Key> Record* Table::getRecordByKeyId(const Key& keyId, const char* signature)
 {
-    const string key = fields().getKeyIdName();
-    if (key.empty()) {
+    StatementText sql;
+    if (!buildByKey(sql, "select * from ", keyId)) {
         SQLW_FAULT("Failed to get name of PRIMARY KEY column");
         return nullptr;
     }
-    const bool ok = query("select * from " + _name + " where " + key + keyTest(keyId));
-    return ok ? getRecord(0) : nullptr;
+    return _recordset.query(sql.c_str(), fields()) ? getRecord(0) : nullptr;
 }
 
 Record* Table::getRecordByKeyId(string keyId)
@@ -224,12 +238,12 @@ Record* Table::getRecordByKeyId(integer keyId)
 
 template <typename Key> bool Table::hasRecordWithKeyId(const Key& keyId, const char* signature)
 {
-    const string key = fields().getKeyIdName();
-    if (key.empty()) {
+    StatementText sql;
+    if (!buildByKey(sql, "select count(*) from ", keyId)) {
         SQLW_FAULT("Failed to get name of PRIMARY KEY column");
         return false;
     }
-    return queryNumber(_db, "select count(*) from " + _name + " where " + key + keyTest(keyId)) > 0;
+    return queryNumber(_db, sql.str()) > 0;
 }
 
 bool Table::hasRecordWithKeyId(string keyId)

@@ -256,26 +256,26 @@ bool Value::equals(const Value& other) const
 
 string Value::toSql(field_type columnType) const
 {
-    string sql;
+    StatementText sql;
     toSql(sql, columnType);
-    return sql;
+    return sql.str();
 }
 
-void Value::toSql(string& sql, field_type columnType) const
+void Value::toSql(StatementText& sql, field_type columnType) const
 {
     if (nullFlag) {
-        sql += "null";
+        sql.add("null");
     } else if (columnType == type_text) {
-        sql += '\'';
+        sql.add("'");
         if (type == type_time)
-            appendQuoted(sql, asString());
+            sql.addQuoted(asString());
         else
-            appendQuoted(sql, text);
-        sql += '\'';
+            sql.addQuoted(text);
+        sql.add("'");
     } else if (type == type_time) {
-        appendInteger(sql, asInteger());
+        sql.addInteger(asInteger());
     } else {
-        sql += text; // as it stands, whatever the column's type
+        sql.add(text); // as it stands, whatever the column's type
     }
 }
 
