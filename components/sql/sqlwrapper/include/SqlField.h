@@ -80,7 +80,6 @@ private:
     field_type _type;
     int _index;
     int _flags;
-    int _valueIndex; // of the value that statements write for the column; its set finds it
 };
 
 } // namespace sql

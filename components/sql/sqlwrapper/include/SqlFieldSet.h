@@ -63,7 +63,6 @@ private:
     friend class Record; // looks up its key, and adds names to its statements
     friend class Table;  // adds the name of its key to its statements
 
-    SQLW_INTERNAL void findValues();
     SQLW_INTERNAL const Field* keyField() const;
     SQLW_INTERNAL bool getKeyIdName(StatementText& sql) const;
     SQLW_INTERNAL void toSql(StatementText& sql) const;

@@ -7,10 +7,10 @@
 namespace sql
 {
 
-Field::Field() : _type(type_int), _index(-1), _flags(0), _valueIndex(-1) {}
+Field::Field() : _type(type_int), _index(-1), _flags(0) {}
 
 Field::Field(const string& name, field_type type, int flags)
-    : _name(name), _type(type), _index(-1), _flags(flags), _valueIndex(-1)
+    : _name(name), _type(type), _index(-1), _flags(flags)
 {
     SQLW_SIGNATURE("sql::Field::Field(const string&, sql::field_type, int)");
     SQLW_ASSERT(name.empty() == false); // and goes on: the field is then an end marker

@@ -7,10 +7,7 @@
 namespace sql
 {
 
-FieldSet::FieldSet(const std::vector<Field>& fields) : _fields(fields)
-{
-    findValues();
-}
+FieldSet::FieldSet(const std::vector<Field>& fields) : _fields(fields) {}
 
 FieldSet::FieldSet(const Field* fields)
 {
@@ -36,15 +33,7 @@ bool FieldSet::initFieldSet(const Field* fields)
         // Not back(): on a set that held fields before, it is those that are numbered.
         _fields[static_cast<size_t>(i)]._index = i;
     }
-    findValues();
     return keyField() != nullptr || SQLW_ASSERT(false);
-}
-
-// Values are found by the name of their column: of two columns with one name, the first.
-void FieldSet::findValues()
-{
-    for (Field& field : _fields)
-        field._valueIndex = getByName(field._name)->_index;
 }
 
 int FieldSet::count() const

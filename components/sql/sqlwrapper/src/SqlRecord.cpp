@@ -276,22 +276,21 @@ void Record::toSql(StatementText& sql) const
 {
     SQLW_SIGNATURE("sql::string sql::Record::toSql() const");
     const string::size_type begin = sql.size();
-    const int count = _fields->count();
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < _fields->count(); ++i) {
         const Field* field = _fields->getByIndex(i);
         if (!field) {
             SQLW_FAULT("field with index %d does not exist", i);
             sql.cut(begin);
             return;
         }
-        const Value* value = getValue(field->_valueIndex);
+        const Value* value = getValue(field->_name); // by name: of two columns with one, the first
         if (!value) {
             SQLW_FAULT("field with index %d does not have value", i);
             sql.cut(begin);
             return;
         }
         value->toSql(sql, field->_type);
-        if (i < count - 1)
+        if (i < _fields->count() - 1)
             sql.add(", ");
     }
 }
@@ -350,12 +349,11 @@ bool Record::toSqlUpdate(const string& table, StatementText& sql) const
     sql.add("update ");
     sql.add(table);
     sql.add(" set ");
-    const int count = _fields->count();
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < _fields->count(); ++i) {
         const Field* field = _fields->getByIndex(i);
         if (!field || field->isPrimaryKey())
             continue;
-        const Value* value = getValue(field->_valueIndex);
+        const Value* value = getValue(field->_name);
         if (!value) {
             SQLW_FAULT("No value for column with index=%d (and name=%s) of table %s", i,
                        field->_name.c_str(), table.c_str());
@@ -364,7 +362,7 @@ bool Record::toSqlUpdate(const string& table, StatementText& sql) const
         sql.add(field->_name);
         sql.add("=");
         value->toSql(sql, field->_type);
-        if (i < count - 1) // by position alone: a key column at the end leaves a comma
+        if (i < _fields->count() - 1) // by position alone: a key column at the end leaves a comma
             sql.add(", ");
     }
 
