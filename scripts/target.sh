@@ -52,27 +52,27 @@ target_deps_name() {
 
 # A process of its own, so that whatever ends it, its traps clear up.
 make_target_deps() ( # PLACE
-    set -euo pipefail
-    local place=$1 log=build/target-deps.log free work
+    local place=$1 log=build/target-deps.log needed=350 free work step result
     rm -rf "$target_deps"/new.* # left by a run that was killed
     free=$(($(stat -f -c '%a * %S' "$target_deps") >> 20))
-    ((free >= 400)) || die "building SQLite for the target needs 400 MiB in $target_deps, where $free are free"
+    ((free >= needed)) ||
+        die "$needed MiB of disk are needed in $target_deps, and $free are free"
 
-    work=$(mktemp -d "$target_deps/new.XXXXXX") || die "cannot write to $target_deps"
+    work=$(mktemp -d "$PWD/$target_deps/new.XXXXXX") || die "cannot write to $target_deps"
     trap 'rm -rf "$work"' EXIT
     trap 'exit 130' INT TERM HUP
-    work=$(realpath "$work")
     say "building SQLite and GoogleTest for the target"
-    local step
     for step in fetch_sqlite build_sqlite build_googletest; do
-        # Not in a condition, where errexit would not hold within the function.
-        set +e
+        set +e # so that errexit holds within the step, which in a condition it would not
         (set -e; "$step" "$work") >"$log" 2>&1
-        local result=$?
+        result=$?
         set -e
-        ((result == 0)) || { tail -n 20 "$log" >&2; die "${step//_/ } failed; the whole log is $log"; }
+        ((result == 0)) && continue
+        cat "$log" >&2
+        grep -q 'No space left on device' "$log" && die "the disk that holds $target_deps is full"
+        die "${step//_/ } failed, as said above and in $log"
     done
-    mv -T "$work/prefix" "$place"
+    mv -T "$work/prefix" "$place" || die "cannot write to $target_deps"
 )
 
 # The source package of the SQLite that this machine has. It is looked up with the machine's own
@@ -97,9 +97,12 @@ fetch_sqlite() { # FOLDER
         -o "Dir::State::lists=$1/lists" -o "Dir::Cache=$1/cache"
         -o APT::Sandbox::User=root) # apt's own user need not have access to this folder
     "${apt[@]}" update
-    "${apt[@]}" source --only-source "sqlite3=$version" ||
-        { say "the package sources hold no sqlite3 $version, which libsqlite3-dev has here"; return 1; }
-    mv sqlite3-*/ sqlite3
+    "${apt[@]}" source --only-source --download-only "sqlite3=$version" || {
+        say "no source package of sqlite3 $version, the version of libsqlite3-dev here: the package" \
+            "sources of this machine are out of reach, or hold another version (apt-get upgrade)"
+        return 1
+    }
+    dpkg-source --no-check -x ./*.dsc sqlite3 # apt has checked it
 }
 
 # As the package's own rules configure it, but for the Tcl binding and the shell.
