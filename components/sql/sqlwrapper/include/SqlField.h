@@ -76,6 +76,7 @@ private:
     friend class FieldSet; // numbers its fields
     friend class Record;   // reads names without copying them
 
+    // What a field is, and nothing that a set could derive from it.
     string _name;
     field_type _type;
     int _index;

@@ -10,6 +10,7 @@
 #include <syslog.h>
 
 #include "SqlTime.h"
+#include "StatementText.h"
 
 #define SQLW_SOURCE_NAME "SqlCommon.cpp"
 
@@ -234,61 +235,6 @@ void listToVector(string list, std::vector<string>& items, const char* delimiter
         trim(items.back());
         token = std::strtok(nullptr, delimiters);
     }
-}
-
-// Building texts
-
-IntegerText::IntegerText(integer number, string::size_type fewestDigits)
-{
-    char* first = _bytes + sizeof(_bytes);
-    const char* const padded = first - fewestDigits;
-    unsigned long long magnitude = static_cast<unsigned long long>(number);
-    if (number < 0)
-        magnitude = 0 - magnitude;
-    for (; magnitude > UINT32_MAX; magnitude /= 10)
-        *--first = static_cast<char>('0' + magnitude % 10);
-    std::uint32_t rest = static_cast<std::uint32_t>(magnitude); // quicker on 32-bit processors
-    while (rest != 0 || first > padded) {
-        const std::uint32_t tenth = rest / 10;
-        *--first = static_cast<char>('0' + (rest - 10 * tenth));
-        rest = tenth;
-    }
-    if (number < 0)
-        *--first = '-';
-    _first = first;
-}
-
-void StatementText::addInteger(integer number)
-{
-    const IntegerText digits(number);
-    add(digits.data(), digits.size());
-}
-
-void StatementText::addQuoted(const string& text)
-{
-    string::size_type begin = 0;
-    string::size_type quote = text.find('\'');
-    while (quote != string::npos) {
-        add(text.data() + begin, quote + 1 - begin);
-        begin = quote; // the quote is added again, as the first character of what follows
-        quote = text.find('\'', quote + 1);
-    }
-    add(text.data() + begin, text.size() - begin);
-}
-
-void StatementText::growTo(string::size_type room)
-{
-    char* const longer = new char[room];
-    std::memcpy(longer, _first, _size);
-    release();
-    _first = longer;
-    _room = room;
-}
-
-void StatementText::release()
-{
-    if (_first != _short)
-        delete[] _first;
 }
 
 // Time

@@ -2,6 +2,8 @@
 
 #include <syslog.h>
 
+#include "StatementText.h"
+
 #define SQLW_SOURCE_NAME "SqlFieldSet.cpp"
 
 namespace sql

@@ -2,6 +2,8 @@
 
 #include <syslog.h>
 
+#include "StatementText.h"
+
 #define SQLW_SOURCE_NAME "SqlRecord.cpp"
 
 namespace sql

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "StatementText.h"
+
 namespace sql
 {
 
