@@ -10,6 +10,7 @@ function slug(text) {
 }
 
 function label(file, heading) {
+    sub(/\/README\.md$/, ".md", file) # the page of a folder is named for it
     sub(/.*\//, "", file)
     sub(/\.md$/, "", file)
     return heading == "" ? file : file "-" heading
