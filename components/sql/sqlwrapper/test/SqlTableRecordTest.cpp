@@ -1,5 +1,8 @@
 #include "SqlTable.h"
 
+#include <climits>
+#include <ctime>
+
 #include <gtest/gtest.h>
 
 #include "support/People.h"
@@ -19,6 +22,74 @@ const char* const insertSignature = "sql::string sql::Record::toSqlInsert(const 
 const char* const updateSignature = "sql::string sql::Record::toSqlUpdate(const string&) const";
 
 const Refusal noPets = {1, "SQLITE_ERROR", "no such table: pets"};
+
+// What is written comes back
+
+class TableRoundTripTest : public PeopleAndPartsTest
+{
+protected:
+    // The value of `name` in the row of a person, as it was read.
+    const sql::Value* valueOf(sql::integer id, const char* name)
+    {
+        sql::Record* row = people.getRecordByKeyId(id);
+        return row ? row->getValue(name) : nullptr;
+    }
+};
+
+TEST_F(TableRoundTripTest, IntegersBeyond32BitsComeBack)
+{
+    for (sql::integer number :
+         {2147483648LL, -2147483649LL, 4294967296LL, 1LL << 53, LLONG_MAX, LLONG_MIN}) {
+        sql::Record row = person(9, "Zoe");
+        row.setInteger("age", number);
+        EXPECT_TRUE(people.addOrUpdateRecord(9, row));
+        EXPECT_EQ(number, valueOf(9, "age")->asInteger());
+        EXPECT_EQ(std::to_string(number), cell("select age from people where id = 9"));
+    }
+}
+
+TEST_F(TableRoundTripTest, TextsOfBytesPast127ComeBack)
+{
+    std::string bytes;
+    for (int byte = 128; byte < 256; ++byte)
+        bytes += static_cast<char>(byte);
+    EXPECT_TRUE(people.addRecord(person(9, bytes.c_str())));
+    EXPECT_EQ(bytes, valueOf(9, "name")->asString());
+    EXPECT_EQ("128", cell("select length(cast(name as blob)) from people where id = 9"));
+}
+
+TEST_F(TableRoundTripTest, TextKeyOfBytesPast127IsFound)
+{
+    const char* const key = "\x80 \xc3\xa4 \xff";
+    EXPECT_TRUE(parts.addRecord(part(key, "Washer")));
+    EXPECT_TRUE(parts.hasRecordWithKeyId(key));
+    const sql::Record* const row = parts.getRecordByKeyId(key);
+    ASSERT_TRUE(row);
+    EXPECT_EQ(key, row->getKeyIdValue()->asString());
+    EXPECT_TRUE(parts.deleteRecord(key));
+    EXPECT_FALSE(parts.hasRecordWithKeyId(key));
+}
+
+// The cell keeps what a Time of 32 bits cannot hold.
+TEST_F(TableRoundTripTest, TimesBeyond32BitsComeBackAsIntegers)
+{
+    const sql::Field birthFields[] = {
+        sql::Field("id", sql::type_int, sql::flag_primary_key),
+        sql::Field("born", sql::type_time, 0),
+        sql::Field(),
+    };
+    run("create table births (id integer primary key, born integer);"
+        "insert into births values (1, 4294967301), (2, -4294967301)");
+    sql::Table births(db, "births", birthFields);
+    EXPECT_TRUE(births.open("", "id"));
+    const sql::Value* const late = births.getRecord(0)->getValue("born");
+    const sql::Value* const early = births.getRecord(1)->getValue("born");
+    EXPECT_EQ(4294967301, late->asInteger());
+    EXPECT_EQ(-4294967301, early->asInteger());
+    EXPECT_EQ("4294967301", late->toSql(sql::type_time));
+    EXPECT_EQ(sizeof(time_t) == 4 ? 5 : 4294967301, late->asTime().asInteger());
+    EXPECT_EQ(sizeof(time_t) == 4 ? -5 : -4294967301, early->asTime().asInteger());
+}
 
 // What the operations do to the rows held
 

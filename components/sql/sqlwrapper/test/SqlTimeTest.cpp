@@ -319,6 +319,32 @@ TEST_F(TimeTest, SumWrapsAroundBelow32Bits)
     EXPECT_EQ(byWidth(INT32_MAX, -2147483649), time.asInteger());
 }
 
+TEST_F(TimeTest, EachShiftWrapsAroundPastTheLastSecondOf32Bits)
+{
+    sql::Time minute(INT32_MAX);
+    minute.addMinutes(1);
+    EXPECT_EQ(byWidth(INT32_MIN + 59LL, INT32_MAX + 60LL), minute.asInteger());
+    sql::Time hour(INT32_MAX);
+    hour.addHours(1);
+    EXPECT_EQ(byWidth(INT32_MIN + 3599LL, INT32_MAX + 3600LL), hour.asInteger());
+    sql::Time nextDay(INT32_MAX);
+    nextDay.addDays(1);
+    EXPECT_EQ(byWidth(INT32_MIN + day - 1, INT32_MAX + day), nextDay.asInteger());
+}
+
+TEST_F(TimeTest, EachShiftWrapsAroundBelowTheFirstSecondOf32Bits)
+{
+    sql::Time minute(INT32_MIN);
+    minute.addMinutes(-1);
+    EXPECT_EQ(byWidth(INT32_MAX - 59LL, INT32_MIN - 60LL), minute.asInteger());
+    sql::Time hour(INT32_MIN);
+    hour.addHours(-1);
+    EXPECT_EQ(byWidth(INT32_MAX - 3599LL, INT32_MIN - 3600LL), hour.asInteger());
+    sql::Time dayBefore(INT32_MIN);
+    dayBefore.addDays(-1);
+    EXPECT_EQ(byWidth(INT32_MAX - day + 1, INT32_MIN - day), dayBefore.asInteger());
+}
+
 TEST_F(TimeTest, SumWrapsAroundPast64Bits)
 {
     sql::Time time(LLONG_MAX);
