@@ -51,7 +51,7 @@ const Field* FieldSet::getByIndex(int index) const
 const Field* FieldSet::getByName(const string& name) const
 {
     for (const Field& field : _fields)
-        if (field._name == name)
+        if (&field._name == &name || field._name == name) // statements pass the set's own names
             return &field;
     return nullptr;
 }

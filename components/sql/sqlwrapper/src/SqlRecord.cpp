@@ -278,7 +278,8 @@ void Record::toSql(StatementText& sql) const
 {
     SQLW_SIGNATURE("sql::string sql::Record::toSql() const");
     const string::size_type begin = sql.size();
-    for (int i = 0; i < _fields->count(); ++i) {
+    const int count = _fields->count();
+    for (int i = 0; i < count; ++i) {
         const Field* field = _fields->getByIndex(i);
         if (!field) {
             SQLW_FAULT("field with index %d does not exist", i);
@@ -292,7 +293,7 @@ void Record::toSql(StatementText& sql) const
             return;
         }
         value->toSql(sql, field->_type);
-        if (i < _fields->count() - 1)
+        if (i < count - 1)
             sql.add(", ");
     }
 }
@@ -351,7 +352,8 @@ bool Record::toSqlUpdate(const string& table, StatementText& sql) const
     sql.add("update ");
     sql.add(table);
     sql.add(" set ");
-    for (int i = 0; i < _fields->count(); ++i) {
+    const int count = _fields->count();
+    for (int i = 0; i < count; ++i) {
         const Field* field = _fields->getByIndex(i);
         if (!field || field->isPrimaryKey())
             continue;
@@ -364,7 +366,7 @@ bool Record::toSqlUpdate(const string& table, StatementText& sql) const
         sql.add(field->_name);
         sql.add("=");
         value->toSql(sql, field->_type);
-        if (i < _fields->count() - 1) // by position alone: a key column at the end leaves a comma
+        if (i < count - 1) // by position alone: a key column at the end leaves a comma
             sql.add(", ");
     }
 
