@@ -1,0 +1,88 @@
+// One way of keeping items in SQLite, and the list of all those that were built.
+
+#ifndef SQLW_BENCH_CONTESTANT_H
+#define SQLW_BENCH_CONTESTANT_H
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Item.h"
+
+struct sqlite3;
+
+namespace bench
+{
+
+/// Keeps items in the table
+///
+///     item(id INTEGER PRIMARY KEY, name TEXT NOT NULL, price REAL, active INTEGER,
+///          created INTEGER)
+///
+/// of one database. What fails throws. A contestant that is made for wide rows keeps several items
+/// side by side in each row: `row` points at the first of them.
+class Contestant
+{
+public:
+    virtual ~Contestant() = default;
+
+    /// Opens the database and creates the table where there is none.
+    virtual void open(const std::string& path) = 0;
+
+    virtual void begin() = 0;
+    virtual void commit() = 0;
+
+    virtual void insert(const Item* row) = 0;
+    /// Changes the row with the id of `row`.
+    virtual void update(const Item* row) = 0;
+    /// Changes that row, or inserts it.
+    virtual void upsert(const Item* row) = 0;
+    virtual void remove(std::int64_t id) = 0;
+
+    virtual bool has(std::int64_t id) = 0;
+    virtual void get(std::int64_t id, Reading& reading) = 0;
+    /// Reads the table. What holds rows keeps holding them until the next read.
+    virtual Reading readAll() = 0;
+    /// Reads the rows with a lower price, ordered by name.
+    virtual Reading readCheaperThan(int price) = 0;
+
+    /// Copies the table into a new table item_copy.
+    virtual void copy() = 0;
+    virtual Reading readCopy() = 0;
+
+    /// The connection, where the contestant lends it.
+    virtual sqlite3* handle() { return nullptr; }
+};
+
+using MakeContestant = std::unique_ptr<Contestant> (*)(std::size_t itemsPerRow);
+
+struct Entry
+{
+    const char* name;
+    MakeContestant make;
+    bool takesWideRows;
+};
+
+/// All that were built, in the order of their names.
+const std::vector<Entry>& contestants();
+/// The one with this name, which throws when there is none.
+const Entry& contestant(const std::string& name);
+
+/// Puts a contestant on the list: `const Registration entry({"floor", make, true});`
+struct Registration
+{
+    explicit Registration(const Entry& entry);
+};
+
+[[noreturn]] void fail(const char* reason);
+
+/// Throws unless `ok`.
+inline void require(bool ok, const char* reason)
+{
+    if (!ok)
+        fail(reason);
+}
+
+} // namespace bench
+
+#endif

@@ -1,0 +1,74 @@
+// One run of one workload of one contestant:
+//
+//     bench_run CONTESTANT WORKLOAD PATH ROWS [ITEMS_PER_ROW [TRACE_LEVEL]]
+//
+// A row holds one item where nothing else is said, and the platform has no trace level. Prints the
+// seconds of processor time that the measured part took. The instructions of that part are counted
+// by callgrind, started with --instr-atstart=no, or by the emulator of another processor, with the
+// plugin of this folder.
+
+#include <cstdio>
+#include <ctime>
+#include <exception>
+
+#include <unistd.h>
+#if __has_include(<valgrind/callgrind.h>)
+#include <valgrind/callgrind.h>
+#else
+#define CALLGRIND_START_INSTRUMENTATION
+#define CALLGRIND_STOP_INSTRUMENTATION
+#endif
+
+#include "Platform.h"
+#include "Workload.h"
+
+namespace
+{
+
+// A call that does nothing, at which the plugin notes how many instructions have run.
+void markForEmulator()
+{
+    ::close(-77);
+}
+
+double run(const std::vector<std::string>& arguments)
+{
+    using namespace bench;
+    const Workload& work = workload(arguments[1]);
+    const std::size_t itemsPerRow = arguments.size() > 4 ? std::stoul(arguments[4]) : 1;
+    const Data data(std::stoul(arguments[3]), itemsPerRow);
+    const std::unique_ptr<Contestant> runner = contestant(arguments[0]).make(itemsPerRow);
+    if (arguments.size() > 5)
+        setTraceLevel(std::stoi(arguments[5]));
+    runner->open(arguments[2]);
+    work.prepare(*runner, data);
+
+    const std::clock_t begin = std::clock();
+    markForEmulator();
+    CALLGRIND_START_INSTRUMENTATION;
+    const Reading reading = work.run(*runner, data);
+    CALLGRIND_STOP_INSTRUMENTATION;
+    markForEmulator();
+    const std::clock_t end = std::clock();
+
+    work.check(*runner, data, reading);
+    return static_cast<double>(end - begin) / CLOCKS_PER_SEC;
+}
+
+} // namespace
+
+int main(int count, char** arguments)
+{
+    if (count < 5 || count > 7) {
+        std::fprintf(stderr,
+                     "usage: %s CONTESTANT WORKLOAD PATH ROWS [ITEMS_PER_ROW [TRACE_LEVEL]]\n",
+                     arguments[0]);
+        return 2;
+    }
+    try {
+        std::printf("%.6f\n", run({arguments + 1, arguments + count}));
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        return 1;
+    }
+}

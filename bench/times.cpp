@@ -1,0 +1,110 @@
+// The time of every workload of every contestant, by Google Benchmark:
+//
+//     bench_times [--rows=ROWS] [--folder=FOLDER] [options of Google Benchmark]
+//
+// A name is CONTESTANT/WORKLOAD/memory or CONTESTANT/WORKLOAD/file. Each iteration is a whole run
+// on a new database, of which only the measured part counts.
+
+#include <chrono>
+#include <cstdio>
+#include <exception>
+
+#include <benchmark/benchmark.h>
+
+#include "Workload.h"
+
+namespace
+{
+
+using namespace bench;
+
+struct Settings
+{
+    std::size_t rows = 10000;
+    std::string folder = ".";
+};
+
+std::size_t rowsOf(const Workload& work, const Settings& settings)
+{
+    const std::size_t syncs = 500; // a file waits for the disk at each
+    const bool autocommit = std::string(work.name) == "insert-autocommit";
+    return autocommit ? std::min(settings.rows, syncs) : settings.rows;
+}
+
+class TemporaryFile
+{
+public:
+    explicit TemporaryFile(std::string file) : path(std::move(file)) { std::remove(path.c_str()); }
+    ~TemporaryFile() { std::remove(path.c_str()); }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+    const std::string path;
+};
+
+double secondsOf(const Entry& entry, const Workload& work, const std::string& path,
+                 const Data& data)
+{
+    using clock = std::chrono::steady_clock;
+    const std::unique_ptr<Contestant> contestant = entry.make(data.itemsPerRow);
+    contestant->open(path);
+    work.prepare(*contestant, data);
+    const clock::time_point begin = clock::now();
+    const Reading reading = work.run(*contestant, data);
+    const clock::time_point end = clock::now();
+    work.check(*contestant, data, reading);
+    return std::chrono::duration<double>(end - begin).count();
+}
+
+void registerRun(const Entry& entry, const Workload& work, bool onFile, const Settings& settings)
+{
+    const std::string name =
+        std::string(entry.name) + "/" + work.name + (onFile ? "/file" : "/memory");
+    const auto run = [=](benchmark::State& state) {
+        const Data data(rowsOf(work, settings), 1);
+        for ([[maybe_unused]] auto iteration : state) {
+            const TemporaryFile file(settings.folder + "/bench_times.db");
+            state.SetIterationTime(secondsOf(entry, work, onFile ? file.path : ":memory:", data));
+        }
+        state.SetItemsProcessed(static_cast<std::int64_t>(data.rows) * state.iterations());
+    };
+    benchmark::RegisterBenchmark(name.c_str(), run)->UseManualTime();
+}
+
+// Takes the settings out of the arguments.
+Settings take(int& count, char** arguments)
+{
+    Settings settings;
+    int kept = 1;
+    for (int i = 1; i < count; ++i) {
+        const std::string argument = arguments[i];
+        if (argument.compare(0, 7, "--rows=") == 0)
+            settings.rows = std::stoul(argument.substr(7));
+        else if (argument.compare(0, 9, "--folder=") == 0)
+            settings.folder = argument.substr(9);
+        else
+            arguments[kept++] = arguments[i];
+    }
+    count = kept;
+    return settings;
+}
+
+} // namespace
+
+int main(int count, char** arguments)
+{
+    try {
+        const Settings settings = take(count, arguments);
+        for (const Entry& entry : contestants())
+            for (const Workload& work : workloads())
+                for (const bool onFile : {false, true})
+                    registerRun(entry, work, onFile, settings);
+        benchmark::Initialize(&count, arguments);
+        if (benchmark::ReportUnrecognizedArguments(count, arguments))
+            return 2;
+        benchmark::RunSpecifiedBenchmarks();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        return 1;
+    }
+}
