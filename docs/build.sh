@@ -14,12 +14,35 @@ rm -rf "$output/html" "$output/man" "$output/man.doxygen"
 awk '/^```cpp$/ { block = 1; next } /^```$/ && block { exit } block' README.md >"$output/program.cpp"
 doxygen docs/Doxyfile
 
+# Drawings become parts of their pages, so that they are as wide as there is room.
+for page in "$output"/html/*.html; do
+    grep -q '^<iframe.*\.svg"' "$page" || continue
+    awk -v folder="$output/html/" '
+        /^<iframe.*\.svg"/ {
+            match($0, /src="[^"]*"/)
+            file = folder substr($0, RSTART + 5, RLENGTH - 6)
+            drawing = 0
+            while ((getline line < file) > 0) {
+                drawing = drawing || line ~ /^<svg/
+                if (drawing)
+                    print line
+            }
+            close(file)
+            sub(/^.*<\/iframe>/, "")
+        }
+        { print }' "$page" >"$page.new"
+    mv "$page.new" "$page"
+done
+rm "$output"/html/dot_*.svg
+# Lists that say no more than the pages of the classes, and that nothing leads to.
+rm -f "$output"/html/{*-members,dir_*,graph_legend}.html
+
 # The manual has a page for each class, and one for all else in the namespace.
 doxygen - <<END
 @INCLUDE = docs/Doxyfile
 FILTER_PATTERNS = "*.h=awk -f docs/reference/comments.awk -v quote=DoubleQuote"
 INPUT = components/sql/sqlwrapper/include docs/reference/classes.dox
-USE_MDFILE_AS_MAINPAGE =
+LAYOUT_FILE =
 HAVE_DOT = NO
 ALIASES = "drawing{1}=" "ownership{1}="
 GENERATE_HTML = NO

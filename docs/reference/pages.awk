@@ -1,6 +1,7 @@
 # Doxygen's view of a document: headings get the names by which links reach them, which are made as
 # everybody else makes them, but are one's own in all documents together. What links lead to outside
-# of these pages, such as a source, is named without the link.
+# of these pages, such as a source, is named without the link. Code within a line is marked up, since
+# doxygen reads quotes, percent signs and dashes of its own into it.
 
 function slug(text) {
     text = tolower(text)
@@ -50,6 +51,32 @@ function with_links(line, done, target, heading, text) {
     return done line
 }
 
+function with_prose(line) {
+    gsub(/@/, "\\\\@", line)
+    return line
+}
+
+function with_code(line, done, text) {
+    done = ""
+    while (match(line, /`[^`]+`/)) {
+        text = substr(line, RSTART + 1, RLENGTH - 2)
+        gsub(/&/, "\\&amp;", text)
+        gsub(/</, "\\&lt;", text)
+        gsub(/>/, "\\&gt;", text)
+        gsub(/"/, "\\&quot;", text)
+        gsub(/\047/, "\\&apos;", text)
+        gsub(/\\[^|]/, "\\\\&", text)
+        gsub(/[%@#]/, "\\\\&", text)
+        gsub(/--/, "\\\\--", text)
+        gsub(/_/, "\\_", text)
+        gsub(/\*/, "\\*", text)
+        gsub(/  /, " \\&nbsp;", text)
+        done = done with_prose(substr(line, 1, RSTART - 1)) "<code>" text "</code>"
+        line = substr(line, RSTART + RLENGTH)
+    }
+    return done with_prose(line)
+}
+
 FNR == 1 {
     folder = FILENAME
     sub(/[^\/]*$/, "", folder)
@@ -59,7 +86,7 @@ fenced || /^ *```/ { print; next }
 /^#+ / {
     heading = $0
     sub(/^#+ */, "", heading)
-    print $0 " {#" label(FILENAME, /^# / ? "" : slug(heading)) "}"
+    print with_code($0) " {#" label(FILENAME, /^# / ? "" : slug(heading)) "}"
     next
 }
-{ print with_links($0) }
+{ print with_code(with_links($0)) }
