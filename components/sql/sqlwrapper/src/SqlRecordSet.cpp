@@ -87,6 +87,7 @@ bool RecordSet::query(const char* sql, const FieldSet& columns)
     const int rc = sqlite3_exec(_db, sql, on_next_record, this, &errorText);
     if (_result != SQLITE_NOMEM) // which the callback leaves when it could not keep a row
         _result = rc;
+    _records.shrink_to_fit(); // rows may be held for long, but no room for more of them
     if (isResultOk())
         return true;
 

@@ -675,13 +675,14 @@ protected:
         return allocations() - before;
     }
 
-    // Allocations by which a vector grows to this size.
+    // Allocations by which a vector grows to this size, and is then fitted to it.
     static long growthTo(int size)
     {
         std::vector<std::unique_ptr<int>> grown;
         const long before = allocations();
         for (int i = 0; i < size; ++i)
             grown.emplace_back();
+        grown.shrink_to_fit();
         return allocations() - before;
     }
 };
@@ -699,7 +700,7 @@ TEST_F(RecordSetCostTest, RowTakesOneMoreAllocationForEachLongText)
               costOf("select '77777777777777777777777777777777', 'a name longer than a string'"));
 }
 
-TEST_F(RecordSetCostTest, RowsAreMovedWhenTheirVectorGrows)
+TEST_F(RecordSetCostTest, RowsAreMovedWhenTheirVectorGrowsAndIsFitted)
 {
     setTraceLevel(8);
     EXPECT_EQ(100 + growthTo(100),
