@@ -1,0 +1,198 @@
+"""Runs the programs of this folder, and gives back what they measure."""
+
+import collections
+import concurrent.futures
+import json
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+
+WORKLOADS = [
+    "insert", "insert-autocommit", "read-all", "read-where-order", "get-by-key",
+    "has-key", "update-by-key", "upsert", "delete-by-key", "copy-table",
+]
+STORAGES = ["memory", "file"]
+
+# A count is the same on every machine of an architecture when the C library takes the same
+# functions everywhere, whatever the processor could do, and binds them before the count begins.
+STEADY = {
+    "PATH": os.environ["PATH"],
+    "LC_ALL": "C",
+    "LD_BIND_NOW": "1",
+    "GLIBC_TUNABLES": "glibc.cpu.hwcaps=" + ",".join(
+        "-" + feature for feature in (
+            "AVX AVX2 AVX512F AVX512VL AVX512BW ERMS FSRM BMI1 BMI2 RTM MOVBE LZCNT SSSE3 SSE4_1 "
+            "SSE4_2 POPCNT AVX_Fast_Unaligned_Load Fast_Unaligned_Copy").split()),
+}
+
+
+class Failure(Exception):
+    """A program that failed, with what it said."""
+
+
+class Progress:
+    """One line that tells how far the work has come."""
+
+    def __init__(self, total):
+        self.total, self.done = total, 0
+
+    def step(self, what):
+        self.done += 1
+        end = "\n" if self.done == self.total else ""
+        if sys.stderr.isatty():
+            print(f"\r\033[K[{self.done}/{self.total}] {what}{end}", end="", file=sys.stderr)
+        elif self.done == self.total or self.done % max(1, self.total // 10) == 0:
+            print(f"[{self.done}/{self.total}] {what}", file=sys.stderr)
+
+
+def run(command, **options):
+    result = subprocess.run([str(part) for part in command], text=True, capture_output=True,
+                            **options)
+    if result.returncode != 0:
+        raise Failure(f"{' '.join(map(str, command))}\n{result.stdout}{result.stderr}")
+    return result.stdout
+
+
+class Programs:
+    """The programs of one build."""
+
+    def __init__(self, folder):
+        self.folder = pathlib.Path(folder)
+
+    def contestants(self):
+        names = run([self.folder / "bench_times", "--benchmark_list_tests"])
+        return sorted({line.split("/")[0] for line in names.split()})
+
+    def seconds(self, contestant, workload, rows, items=1):
+        """Processor time of the measured part, on a database in memory."""
+        return float(run([self.folder / "bench_run", contestant, workload, ":memory:", rows,
+                          items]))
+
+    def memory(self, contestant, path, items=1):
+        return int(run([self.folder / "bench_memory", contestant, path, items], env=STEADY))
+
+    def make_table(self, path, rows, items=1):
+        run([self.folder / "bench_memory", "--make", path, rows, items])
+
+    def profile(self, contestant, workload, rows, storage="memory", items=1, level=None):
+        """Instructions of the measured part, counted by callgrind."""
+        with tempfile.TemporaryDirectory(prefix="sqlwrapper-bench-") as folder:
+            out = pathlib.Path(folder, "callgrind.out")
+            path = ":memory:" if storage == "memory" else pathlib.Path(folder, "bench.db")
+            run(["valgrind", "--tool=callgrind", "--instr-atstart=no",
+                 f"--callgrind-out-file={out}", self.folder / "bench_run", contestant, workload,
+                 path, rows, items, *([] if level is None else [level])], env=STEADY)
+            return Profile(out.read_text())
+
+    def times(self, contestant, rows, seconds, storages, folder):
+        """Seconds a row of each workload, as Google Benchmark has them."""
+        pattern = f"^{contestant}/.*/({'|'.join(storages)})/"
+        report = json.loads(run([
+            self.folder / "bench_times", f"--rows={rows}", f"--folder={folder}",
+            f"--benchmark_filter={pattern}", f"--benchmark_min_time={seconds}",
+            "--benchmark_format=json"]))
+        return {tuple(entry["name"].split("/")[:3]): 1 / entry["items_per_second"]
+                for entry in report["benchmarks"]}
+
+
+class Profile:
+    """What callgrind counted: in all, and across the borders of the shared objects."""
+
+    NAME = re.compile(r"(c?(?:ob|fn))=\((\d+)\)(?: (.*))?")
+
+    def __init__(self, text):
+        self.total = int(re.search(r"^totals: (\d+)", text, re.M)[1])
+        self.calls = collections.Counter()  # instructions below calls: (from object, to object)
+        self.compiling = 0
+        names = {"ob": {}, "fn": {}}
+        place = {"ob": "", "fn": "", "cob": "", "cfn": ""}
+        called = False
+        for line in text.splitlines():
+            match = self.NAME.match(line)
+            if match:
+                key, number, name = match.groups()
+                table = names[key[-2:]]
+                if name is not None:
+                    table[number] = name
+                place[key] = table[number]
+                if key == "fn":
+                    place["cob"] = place["ob"]
+            elif line.startswith("calls="):
+                called = True
+            elif called:
+                self._add_call(place, int(line.split()[-1]))
+                place["cob"] = place["ob"]
+                called = False
+
+    def _add_call(self, place, instructions):
+        caller, callee = self._part(place["ob"]), self._part(place["cob"])
+        if caller != callee:
+            self.calls[caller, callee] += instructions
+        if place["cfn"] == "sqlite3_prepare_v2":
+            self.compiling += instructions
+
+    @staticmethod
+    def _part(path):
+        name = path.rsplit("/", 1)[-1]
+        for part, begin in (("sqlite", "libsqlite3"), ("library", "libsqlwrapper"),
+                            ("program", "bench_")):
+            if name.startswith(begin):
+                return part
+        return "system"
+
+    def shares(self):
+        """Instructions of SQLite's compiler, of its other work, of the library, and of the program
+        that uses it, each with the system functions that it calls."""
+        inside = (self.calls["library", "sqlite"] + self.calls["program", "sqlite"]
+                  - self.calls["sqlite", "library"] - self.calls["sqlite", "program"])
+        wrapped = self.calls["program", "library"]
+        library = wrapped - inside if wrapped else 0
+        return {"compile": self.compiling, "run": inside - self.compiling, "library": library,
+                "program": self.total - inside - library}
+
+
+def in_parallel(jobs):
+    """Runs a dictionary of functions, as many at once as there are processors."""
+    progress = Progress(len(jobs))
+    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+        futures = {pool.submit(job): key for key, job in jobs.items()}
+        results = {}
+        for future in concurrent.futures.as_completed(futures):
+            key = futures[future]
+            results[key] = future.result()
+            progress.step(" ".join(map(str, key)))
+    return {key: results[key] for key in jobs}
+
+
+def count(programs, contestants, workloads, storages, rows):
+    """Profiles by contestant, workload and storage."""
+    def job(contestant, workload, storage):
+        return lambda: programs.profile(contestant, workload, rows, storage)
+    return in_parallel({(c, w, s): job(c, w, s)
+                        for s in storages for w in workloads for c in contestants})
+
+
+def time(programs, contestants, storages, rows, rounds, seconds):
+    """The least time of each, of rounds in which the contestants take turns."""
+    progress = Progress(rounds * len(contestants))
+    least = {}
+    with tempfile.TemporaryDirectory(prefix="sqlwrapper-bench-") as folder:
+        for number in range(rounds):
+            for contestant in contestants:
+                times = programs.times(contestant, rows, seconds, storages, folder)
+                for key, value in times.items():
+                    least[key] = min(value, least.get(key, value))
+                progress.step(f"times of {contestant}, round {number + 1}")
+    return least
+
+
+def memory(programs, contestants, rows, items=1):
+    """Bytes a row by which the resident set grows while a table in a file is read."""
+    with tempfile.TemporaryDirectory(prefix="sqlwrapper-bench-") as folder:
+        path = pathlib.Path(folder, "bench.db")
+        programs.make_table(path, rows, items)
+        return {contestant: programs.memory(contestant, path, items) / rows
+                for contestant in contestants}
