@@ -192,6 +192,7 @@ void measureStack(const std::string& path)
     sql::Database database;
     sql::Table table("item");
     sql::Table copy("copy");
+    bool asMeant = false;
     const auto on = [&](const char* sql) { sqlite3_exec(database.getHandle(), sql, 0, 0, 0); };
     const Call calls[] = {
         {"Database::open",
@@ -201,13 +202,14 @@ void measureStack(const std::string& path)
         {"Table::create", [&] { table.create(); }},
         {"Table::addRecord", [&] { table.addRecord(item(table, 1)); }},
         {"Table::addOrUpdateRecord", [&] { table.addOrUpdateRecord(1, item(table, 1)); }},
-        {"Table::open", [&] { table.open("id > 0", "name"); }},
+        {"Table::open",
+         [&] { asMeant = table.open("id > 0", "name") && table.recordCount() == 1; }},
         {"Table::getRecordByKeyId", [&] { table.getRecordByKeyId(1); }},
         {"Table::query", [&] { table.query("nonsense"); }},
         {"Table::backup",
          [&] {
              copy.initTable(database.getHandle(), itemFields);
-             copy.backup(table);
+             asMeant = copy.backup(table) && asMeant;
          }},
         {"Table::deleteRecord", [&] { table.deleteRecord(1); }},
         {"Table::truncate", [&] { table.truncate(); }},
@@ -224,6 +226,8 @@ void measureStack(const std::string& path)
             deepest = call;
         }
     }
+    if (!asMeant)
+        std::abort();
     std::printf("stack %zu\nstack_call %s\n", most, deepest.name);
 
     database.open(path, sql::Database::read_write_create, false, 0);
@@ -242,7 +246,12 @@ void measureStack(const std::string& path)
 int main()
 {
     char path[] = "/tmp/footprint-XXXXXX";
-    close(mkstemp(path));
+    const int file = mkstemp(path);
+    if (file < 0) {
+        std::perror(path);
+        return 1;
+    }
+    close(file);
     measureStack(path);
     unlink(path);
     measureHeap();
