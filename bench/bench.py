@@ -20,9 +20,14 @@ BARS = {
     "read-where-order": 1.06, "read-all": 1.20,
 }
 MEMORY_BAR, MEMORY_ROWS = 1.40, 100000
-COUNTED = ["floor", "library", "prepared"]
+PAIR = ["floor", "library"]
+COUNTED = PAIR + ["prepared"]
 ROWS = 10000
 GROWTH = 1.02  # by which a count may exceed the one in the baseline
+SCALED = ["insert", "read-all", "get-by-key", "copy-table"]
+SCALE_ROWS, SCALE_COLUMNS = [1000, 10000, 100000, 1000000], [5, 20, 200]
+SCALE_BAR = 1.30  # from 10,000 rows to a million, over what the floor does
+WIDE_ROWS = 2000
 BASELINE = pathlib.Path(__file__).with_name("baseline.json")
 
 
@@ -184,15 +189,15 @@ def everything(programs, into, quick):
 
 
 def check(programs):
-    _, counts = instructions(programs, ["floor", "library", "prepared"], ["memory"], ROWS)
-    memory = measure.memory(programs, ["floor", "library"], MEMORY_ROWS)
+    _, counts = instructions(programs, COUNTED, ["memory"], ROWS)
+    memory = measure.memory(programs, PAIR, MEMORY_ROWS)
     print(count_table(counts, "memory"))
     print(memory_words(memory))
     conclude(over_bars(counts, memory) + over_baseline(counts, json.loads(BASELINE.read_text())))
 
 
 def accept(programs, why):
-    _, counts = instructions(programs, ["floor", "library"], ["memory"], ROWS)
+    _, counts = instructions(programs, PAIR, ["memory"], ROWS)
     BASELINE.write_text(json.dumps(
         {"why": why, "from": where_from(), "rows": ROWS,
          "instructions": {workload: round(value) for workload, value in
@@ -200,12 +205,70 @@ def accept(programs, why):
     print(f"accepted: {BASELINE}")
 
 
+def scale(programs, into):
+    """Costs a row over numbers of rows, and costs a cell over numbers of columns."""
+    progress = measure.Progress((len(SCALED) + 1) * (len(SCALE_ROWS) + len(SCALE_COLUMNS)))
+    by_rows, by_columns = grid(), grid()
+    for rows in SCALE_ROWS:
+        rounds = max(2, min(10, 100000 // rows))
+        for workload in SCALED:
+            progress.step(f"{workload} of {rows:,} rows")
+            fill(by_rows[workload], rows,
+                 measure.cost(programs, PAIR, workload, rows, 1, rounds), 1e6)
+        progress.step(f"memory of {rows:,} rows")
+        fill(by_rows["memory"], rows, measure.memory(programs, PAIR, rows), 1)
+    for columns in SCALE_COLUMNS:
+        for workload in SCALED:
+            progress.step(f"{workload} of {columns} columns")
+            fill(by_columns[workload], columns,
+                 measure.cost(programs, PAIR, workload, WIDE_ROWS, columns // 5, 5), 1e6 / columns)
+        progress.step(f"memory of {columns} columns")
+        fill(by_columns["memory"], columns,
+             measure.memory(programs, PAIR, WIDE_ROWS, columns // 5), 1 / columns)
+    (into / "scale.json").write_text(json.dumps(
+        {"from": where_from(), "microseconds or bytes a row": by_rows,
+         "microseconds or bytes a cell": by_columns}, indent=2) + "\n")
+    scale_pictures(into, by_rows, by_columns)
+    faults = []
+    for workload in SCALED:
+        growth = {c: by_rows[workload][c][1000000] / by_rows[workload][c][10000] for c in PAIR}
+        over = growth["library"] / growth["floor"]
+        print(f"{workload}: a row of a million costs {growth['library']:.2f} times one of 10,000, "
+              f"of the floor {growth['floor']:.2f} times: {over:.2f} (at most {SCALE_BAR:.2f})")
+        if over > SCALE_BAR:
+            faults.append(f"{workload} gets dearer with the rows than the floor does")
+    print(f"written to {into}: scale.json and pictures")
+    conclude(faults)
+
+
+def grid():
+    return {name: {c: {} for c in PAIR} for name in [*SCALED, "memory"]}
+
+
+def fill(lines, position, values, factor):
+    for contestant, value in values.items():
+        lines[contestant][position] = value * factor
+
+
+def scale_pictures(into, by_rows, by_columns):
+    def of(groups, *names):
+        return {name: groups[name] for name in names}
+    charts.curves(into / "scale-rows.svg", "What a row costs, the more there are",
+                  "processor time, in memory, 5 columns", of(by_rows, *SCALED), "µs a row", "rows")
+    charts.curves(into / "scale-columns.svg", "What a cell costs, the more columns there are",
+                  f"processor time, in memory, {WIDE_ROWS:,} rows", of(by_columns, *SCALED),
+                  "µs a cell", "columns")
+    charts.curves(into / "scale-memory.svg", "What a row that was read takes in memory",
+                  "growth of the resident set, from a file; SQLite's page cache is part of it",
+                  {"over rows of 5 columns": by_rows["memory"]}, "bytes a row", "rows", 1)
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("programs", type=pathlib.Path, help="the folder of the programs")
     parser.add_argument("into", type=pathlib.Path, help="the folder of the results")
     mode = parser.add_mutually_exclusive_group(required=True)
-    for name in ("full", "quick", "check"):
+    for name in ("full", "quick", "check", "scale"):
         mode.add_argument("--" + name, action="store_true")
     mode.add_argument("--accept", metavar="WHY")
     options = parser.parse_args()
@@ -214,6 +277,8 @@ def main():
     try:
         if options.check:
             check(programs)
+        elif options.scale:
+            scale(programs, options.into)
         elif options.accept:
             accept(programs, options.accept)
         else:

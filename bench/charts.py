@@ -175,7 +175,7 @@ def _panel(picture, x, y, width, height, group, lines, unit, xlabel):
     for position in positions:
         picture.text(place(position, 0)[0], bottom + 17, f"{position:,}", 11, FAINT, "middle")
     picture.text(right, bottom + 34, xlabel, 11, FAINT, "end")
-    picture.text(left - 6, top - 6, unit, 11, FAINT, "end")
+    picture.text(right, y + 18, unit, 11, FAINT, "end")
     for key, line in lines.items():
         points = [place(position, value) for position, value in sorted(line.items())]
         picture.line(points, COLOURS[key], 2.2)

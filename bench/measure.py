@@ -196,3 +196,13 @@ def memory(programs, contestants, rows, items=1):
         programs.make_table(path, rows, items)
         return {contestant: programs.memory(contestant, path, items) / rows
                 for contestant in contestants}
+
+
+def cost(programs, contestants, workload, rows, items, rounds):
+    """The least processor time a row, in seconds, of rounds in which the contestants take turns."""
+    least = {}
+    for _ in range(rounds):
+        for contestant in contestants:
+            seconds = programs.seconds(contestant, workload, rows, items) / rows
+            least[contestant] = min(seconds, least.get(contestant, seconds))
+    return least
