@@ -1,6 +1,7 @@
 #include "SqlRecordSet.h"
 
 #include <memory>
+#include <new>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -141,6 +142,24 @@ TEST_F(RecordSetTest, FieldsAreItsOwnColumnSet)
 TEST_F(RecordSetTest, NewIsNotOk)
 {
     EXPECT_FALSE(set.isResultOk());
+}
+
+// In memory that held zeros, which would read as the result of a query that succeeded.
+template <typename... Args> bool newIsOk(const Args&... args)
+{
+    alignas(sql::RecordSet) unsigned char memory[sizeof(sql::RecordSet)] = {};
+    sql::RecordSet* fresh = new (memory) sql::RecordSet(args...);
+    const bool ok = fresh->isResultOk();
+    fresh->~RecordSet();
+    return ok;
+}
+
+TEST_F(RecordSetTest, NewIsNotOkHoweverItIsMade)
+{
+    EXPECT_FALSE(newIsOk());
+    EXPECT_FALSE(newIsOk(db));
+    EXPECT_FALSE(newIsOk(db, item));
+    EXPECT_FALSE(newIsOk(db, itemColumns));
 }
 
 TEST_F(RecordSetTest, NewHasNoRows)
@@ -1103,6 +1122,14 @@ TEST_F(TableCopyTest, AssignmentToItselfKeepsTheRows)
     ASSERT_EQ(2, table.recordCount());
     EXPECT_EQ(&table.fields(), table.getRecord(0)->fields());
     EXPECT_EQ("id = 7|name = Bob", table.getRecord(0)->dump(false));
+}
+
+TEST_F(TableCopyTest, AssignmentToItselfKeepsTheRowsWhereTheyAre)
+{
+    const sql::Record* const held = table.getRecord(0);
+    const sql::Table& same = table;
+    table = same;
+    EXPECT_EQ(held, table.getRecord(0));
 }
 
 TEST_F(TableCopyTest, AssignmentTakesTheConnection)
