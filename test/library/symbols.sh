@@ -11,7 +11,7 @@ fail() {
 
 # SQLite, the system and the platform, each by name.
 sqlite='busy_timeout close column_count column_int errmsg exec finalize free open_v2 prepare_v2 step'
-system='ctime difftime isspace localtime_r snprintf strftime strtod strtok strtoll syslog time'
+system='ctime difftime isspace localtime_r snprintf strcmp strftime strstr strtod strtok strtoll syslog time'
 platform='g_traceObject logAssertFailed'
 # What the C++ runtime brings: its own versions, and what compilers call by themselves.
 runtime='@(GLIBCXX|CXXABI|GCC)_'

@@ -103,9 +103,9 @@ class StatementText;
 SQLW_INTERNAL bool traceLevelExceeds(int threshold);
 
 /// Hands a failed condition to the platform's assertion reporter, at every trace level.
-/// @return `condition`, so that a guard reads `if (!SQLW_ASSERT(db)) return false;`.
-SQLW_INTERNAL bool checkAssertion(bool condition, const char* expression, const char* path,
-                                  int line, const char* function);
+/// @return false.
+SQLW_INTERNAL bool assertionFailed(const char* expression, const char* path, int line,
+                                   const char* function);
 
 } // namespace sql
 
@@ -120,10 +120,10 @@ SQLW_INTERNAL bool checkAssertion(bool condition, const char* expression, const 
 /// Written out, because no two compilers spell `__PRETTY_FUNCTION__` alike.
 #define SQLW_SIGNATURE(text) static const char signature[] = text
 
-/// Reports `condition` as it is written when it does not hold, and answers whether it holds.
+/// Reports `condition` as it is written when it does not hold, and answers whether it holds: a
+/// guard reads `if (!SQLW_ASSERT(db)) return false;`.
 #define SQLW_ASSERT(condition)                                                                     \
-    ::sql::checkAssertion(static_cast<bool>(condition), #condition, SQLW_SOURCE_PATH, __LINE__,    \
-                          signature)
+    ((condition) || ::sql::assertionFailed(#condition, SQLW_SOURCE_PATH, __LINE__, signature))
 
 /// An ERROR line, then the report of a branch that should not have been reached.
 #define SQLW_FAULT(...)                                                                            \

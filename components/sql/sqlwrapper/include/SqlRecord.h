@@ -120,6 +120,8 @@ private:
     friend class RecordSet; // fills records from rows, and moves copies to its own column set
     friend class Table;     // has statements written to where it runs them
 
+    class Cells;
+
     SQLW_INTERNAL Record(const FieldSet& fields, int count, const char* const* texts);
     SQLW_INTERNAL const Value* getValue(int index, const char* signature) const;
     SQLW_INTERNAL const Value* getValue(const string& name, const char* signature,

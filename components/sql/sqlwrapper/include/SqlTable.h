@@ -149,13 +149,13 @@ public:
     string toString() const;
 
 private:
-    template <typename Key> bool deleteRecord(const Key& keyId, const char* signature);
-    template <typename Key> Record* getRecordByKeyId(const Key& keyId, const char* signature);
-    template <typename Key> bool hasRecordWithKeyId(const Key& keyId, const char* signature);
+    class Key;
 
-    template <size_t Size, typename Key>
-    SQLW_INTERNAL bool buildByKey(StatementText& sql, const char (&start)[Size],
-                                  const Key& keyId) const;
+    SQLW_INTERNAL bool read(const string* where, const string* orderBy);
+    SQLW_INTERNAL bool addKeyTest(StatementText& sql, const Key& key) const;
+    SQLW_INTERNAL bool deleteRecord(const Key& key, const char* signature);
+    SQLW_INTERNAL Record* getRecordByKeyId(const Key& key, const char* signature);
+    SQLW_INTERNAL bool hasRecordWithKeyId(const Key& key, const char* signature);
     SQLW_INTERNAL bool runAside(const char* sql);
 
     sqlite3* _db;

@@ -35,54 +35,32 @@ bool traceLevelExceeds(int threshold)
     return g_traceObject && g_traceObject->level && *g_traceObject->level > threshold;
 }
 
-bool checkAssertion(bool condition, const char* expression, const char* path, int line,
-                    const char* function)
+bool assertionFailed(const char* expression, const char* path, int line, const char* function)
 {
-    if (!condition)
-        logAssertFailed(expression, path, line, function);
-    return condition;
+    logAssertFailed(expression, path, line, function);
+    return false;
 }
 
 // Running one statement
 
 const char* sqliteRc2Str(int rc)
 {
-#define SQLW_CASE(code)                                                                            \
-    case code:                                                                                     \
-        return #code
-    switch (rc) {
-        SQLW_CASE(SQLITE_OK);
-        SQLW_CASE(SQLITE_ERROR);
-        SQLW_CASE(SQLITE_INTERNAL);
-        SQLW_CASE(SQLITE_PERM);
-        SQLW_CASE(SQLITE_ABORT);
-        SQLW_CASE(SQLITE_BUSY);
-        SQLW_CASE(SQLITE_LOCKED);
-        SQLW_CASE(SQLITE_NOMEM);
-        SQLW_CASE(SQLITE_READONLY);
-        SQLW_CASE(SQLITE_INTERRUPT);
-        SQLW_CASE(SQLITE_IOERR);
-        SQLW_CASE(SQLITE_CORRUPT);
-        SQLW_CASE(SQLITE_NOTFOUND);
-        SQLW_CASE(SQLITE_FULL);
-        SQLW_CASE(SQLITE_CANTOPEN);
-        SQLW_CASE(SQLITE_PROTOCOL);
-        SQLW_CASE(SQLITE_EMPTY);
-        SQLW_CASE(SQLITE_SCHEMA);
-        SQLW_CASE(SQLITE_TOOBIG);
-        SQLW_CASE(SQLITE_CONSTRAINT);
-        SQLW_CASE(SQLITE_MISMATCH);
-        SQLW_CASE(SQLITE_MISUSE);
-        SQLW_CASE(SQLITE_NOLFS);
-        SQLW_CASE(SQLITE_AUTH);
-        SQLW_CASE(SQLITE_FORMAT);
-        SQLW_CASE(SQLITE_RANGE);
-        SQLW_CASE(SQLITE_NOTADB);
-        SQLW_CASE(SQLITE_ROW);
-        SQLW_CASE(SQLITE_DONE);
-    }
-#undef SQLW_CASE
-    return "unknown";
+    // Texts of one length, not pointers: those would be filled in whenever a program starts.
+    static const char names[][sizeof("SQLITE_CONSTRAINT")] = {
+        "SQLITE_OK",       "SQLITE_ERROR",     "SQLITE_INTERNAL", "SQLITE_PERM",
+        "SQLITE_ABORT",    "SQLITE_BUSY",      "SQLITE_LOCKED",   "SQLITE_NOMEM",
+        "SQLITE_READONLY", "SQLITE_INTERRUPT", "SQLITE_IOERR",    "SQLITE_CORRUPT",
+        "SQLITE_NOTFOUND", "SQLITE_FULL",      "SQLITE_CANTOPEN", "SQLITE_PROTOCOL",
+        "SQLITE_EMPTY",    "SQLITE_SCHEMA",    "SQLITE_TOOBIG",   "SQLITE_CONSTRAINT",
+        "SQLITE_MISMATCH", "SQLITE_MISUSE",    "SQLITE_NOLFS",    "SQLITE_AUTH",
+        "SQLITE_FORMAT",   "SQLITE_RANGE",     "SQLITE_NOTADB"};
+    const int count = sizeof(names) / sizeof(names[0]);
+    static_assert(count == SQLITE_NOTADB + 1, "the codes from SQLITE_OK on have no gap");
+    if (rc >= 0 && rc < count)
+        return names[rc];
+    if (rc == SQLITE_ROW)
+        return "SQLITE_ROW";
+    return rc == SQLITE_DONE ? "SQLITE_DONE" : "unknown";
 }
 
 bool runOneStepSqlStmt(sqlite3* db, const string& stmt)
@@ -110,48 +88,54 @@ bool runOneStepSqlStmt(sqlite3* db, const string& stmt)
     return rc == SQLITE_DONE;
 }
 
-int queryNumber(sqlite3* db, const string& query)
+static int queryNumber(sqlite3* db, const char* query)
 {
     SQLW_SIGNATURE("int sql::queryNumber(sqlite3*, const string&)");
     if (!SQLW_ASSERT(db))
         return -1;
-    SQLW_DEBUG2("stmt='%s'", query.c_str());
+    SQLW_DEBUG2("stmt='%s'", query);
 
     sqlite3_stmt* handle = nullptr;
-    int rc = sqlite3_prepare_v2(db, query.c_str(), -1, &handle, nullptr);
+    int rc = sqlite3_prepare_v2(db, query, -1, &handle, nullptr);
     if (rc != SQLITE_OK) {
-        SQLW_ERROR("Failed to prepare the SQL query '%s': ", query.c_str());
+        SQLW_ERROR("Failed to prepare the SQL query '%s': ", query);
         SQLW_ERROR("  rc=%d=%s: %s", rc, sqliteRc2Str(rc), sqlite3_errmsg(db));
         return -1;
     }
 
     rc = sqlite3_step(handle);
+    const int columns = rc == SQLITE_ROW ? sqlite3_column_count(handle) : 0;
+    const int number = columns == 1 ? sqlite3_column_int(handle, 0) : -1;
+    sqlite3_finalize(handle);
     if (rc != SQLITE_ROW) {
-        sqlite3_finalize(handle);
-        SQLW_ERROR("The SQL query '%s' failed", query.c_str());
+        SQLW_ERROR("The SQL query '%s' failed", query);
         SQLW_ERROR("   the query returned %d=%s instead of SQLITE_ROW: %s", rc, sqliteRc2Str(rc),
                    sqlite3_errmsg(db));
         return -1;
     }
-
-    const int columns = sqlite3_column_count(handle);
     if (columns != 1) {
-        sqlite3_finalize(handle);
         SQLW_ERROR(
             "The SQL query '%s' failed: query returned %d columns in result while 1 is expected",
-            query.c_str(), columns);
+            query, columns);
         return -1;
     }
-
-    const int number = sqlite3_column_int(handle, 0);
-    sqlite3_finalize(handle);
     if (number < 0) {
-        SQLW_ERROR("The SQL query '%s' failed", query.c_str());
+        SQLW_ERROR("The SQL query '%s' failed", query);
         SQLW_ERROR("  SQLite returned returned number = %d < 0", number); // the doubled word stays
         return -1;
     }
     SQLW_DEBUG2("SQLite returned number=%d", number);
     return number;
+}
+
+int queryNumber(sqlite3* db, const string& query)
+{
+    return queryNumber(db, query.c_str());
+}
+
+int queryNumber(sqlite3* db, StatementText& query)
+{
+    return queryNumber(db, query.c_str());
 }
 
 // Texts and numbers

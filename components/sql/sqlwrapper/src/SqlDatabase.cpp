@@ -6,6 +6,7 @@
 #include <syslog.h>
 
 #include "SqlRecordSet.h"
+#include "StatementText.h"
 
 #define SQLW_SOURCE_NAME "SqlDatabase.cpp"
 
@@ -81,19 +82,24 @@ sqlite3* Database::getHandle()
     return _db;
 }
 
+static bool run(sqlite3* db, const char* statement)
+{
+    return RecordSet(db).query(statement);
+}
+
 bool Database::transactionBegin()
 {
-    return RecordSet(_db).query("BEGIN TRANSACTION");
+    return run(_db, "BEGIN TRANSACTION");
 }
 
 bool Database::transactionCommit()
 {
-    return RecordSet(_db).query("COMMIT TRANSACTION");
+    return run(_db, "COMMIT TRANSACTION");
 }
 
 bool Database::transactionRollback()
 {
-    return RecordSet(_db).query("ROLLBACK TRANSACTION");
+    return run(_db, "ROLLBACK TRANSACTION");
 }
 
 int Database::getUserVersion() const
@@ -108,8 +114,10 @@ bool Database::setUserVersion(unsigned int version)
         SQLW_ERROR("User version of a Tallowmere SQL database must be <= %d", INT_MAX);
         return false;
     }
-    const string number = intToStr(static_cast<int>(version));
-    return runOneStepSqlStmt(_db, "PRAGMA user_version=" + number + ";");
+    string statement("PRAGMA user_version=");
+    statement += intToStr(static_cast<int>(version));
+    statement += ';';
+    return runOneStepSqlStmt(_db, statement);
 }
 
 } // namespace sql

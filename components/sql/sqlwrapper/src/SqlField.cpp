@@ -82,14 +82,23 @@ string Field::getFlags() const
 
 string Field::getDefinition() const
 {
-    string definition = _name + " " + getTypeStr() + getFlags();
+    string definition(_name);
+    definition += ' ';
+    definition += getTypeStr();
+    definition += getFlags();
     return trim(definition);
 }
 
 string Field::dump() const
 {
-    return intToStr(_index) + ": name=" + _name + ", type=" + type2Str(_type) +
-           ", flags:" + getFlags();
+    string line(intToStr(_index));
+    line += ": name=";
+    line += _name;
+    line += ", type=";
+    line += type2Str(_type);
+    line += ", flags:";
+    line += getFlags();
+    return line;
 }
 
 } // namespace sql

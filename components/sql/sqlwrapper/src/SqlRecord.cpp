@@ -1,5 +1,8 @@
 #include "SqlRecord.h"
 
+#include <cstddef>
+#include <iterator>
+
 #include <syslog.h>
 
 #include "StatementText.h"
@@ -9,25 +12,47 @@
 namespace sql
 {
 
-Record::Record(const FieldSet& fields) : _fields(&fields)
+// What a vector of cells is constructed from, so that it takes its memory once: the first texts of
+// a row, and NULL for null pointers and behind them.
+class Record::Cells
 {
-    const int count = fields.count();
-    _values.reserve(static_cast<size_t>(count));
-    for (int i = 0; i < count; ++i)
-        _values.emplace_back(fields.getByIndex(i)->getType());
-}
+public:
+    using iterator_category = std::forward_iterator_tag;
+    using value_type = Value;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const Value*;
+    using reference = Value;
 
-// A row of a result: its first cells from `count` texts, NULL for null pointers and behind them.
-Record::Record(const FieldSet& fields, int count, const char* const* texts) : _fields(&fields)
-{
-    _values.reserve(fields._fields.size());
-    int column = 0;
-    for (const Field& field : fields._fields) {
-        const char* text = column < count ? texts[column] : nullptr;
-        _values.push_back(Value(text, field._type));
-        ++column;
+    Cells(const std::vector<Field>& fields, int count, const char* const* texts, size_t column)
+        : _fields(&fields), _count(static_cast<size_t>(count)), _texts(texts), _column(column)
+    {}
+
+    Value operator*() const
+    {
+        const char* text = _column < _count ? _texts[_column] : nullptr;
+        return Value(text, (*_fields)[_column]._type);
     }
-}
+    Cells& operator++()
+    {
+        ++_column;
+        return *this;
+    }
+    bool operator==(const Cells& other) const { return _column == other._column; }
+    bool operator!=(const Cells& other) const { return _column != other._column; }
+
+private:
+    const std::vector<Field>* _fields;
+    size_t _count;
+    const char* const* _texts;
+    size_t _column;
+};
+
+Record::Record(const FieldSet& fields) : Record(fields, 0, nullptr) {}
+
+Record::Record(const FieldSet& fields, int count, const char* const* texts)
+    : _fields(&fields), _values(Cells(fields._fields, count, texts, 0),
+                                Cells(fields._fields, count, texts, fields._fields.size()))
+{}
 
 Record::Record(const Record* other) : Record(*other) {}
 
@@ -245,8 +270,10 @@ string Record::dump(bool withType) const
 {
     string text;
     for (int i = 0; i < columnCount(); ++i) {
-        if (const Field* field = _fields->getByIndex(i))
-            text += field->_name + " = ";
+        if (const Field* field = _fields->getByIndex(i)) {
+            text += field->_name;
+            text += " = ";
+        }
         text += getValue(i)->dump(withType);
         if (i < columnCount() - 1)
             text += "|";

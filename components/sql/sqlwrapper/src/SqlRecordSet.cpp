@@ -39,13 +39,12 @@ RecordSet& RecordSet::operator=(const RecordSet& other)
 {
     if (this == &other)
         return *this;
-    FieldSet fields(other._fields);
-    std::vector<Record> records(other._records);
-    _db = other._db;
-    _result = other._result;
-    _fields = std::move(fields);
-    _records = std::move(records);
-    adoptRecordsOf(other);
+    RecordSet copy(other);
+    _db = copy._db;
+    _result = copy._result;
+    _fields = std::move(copy._fields);
+    _records = std::move(copy._records);
+    adoptRecordsOf(copy);
     return *this;
 }
 
@@ -157,8 +156,12 @@ string RecordSet::toString() const
 {
     string lines;
     int number = 0;
-    for (const Record& record : _records)
-        lines += intToStr(++number) + ". " + record.toString() + "\r\n";
+    for (const Record& record : _records) {
+        lines += intToStr(++number);
+        lines += ". ";
+        lines += record.toString();
+        lines += "\r\n";
+    }
     return lines;
 }
 

@@ -47,8 +47,10 @@ bool Table::exists()
     SQLW_SIGNATURE("bool sql::Table::exists()");
     if (!SQLW_ASSERT(_db))
         return false;
-    const int tables = queryNumber(
-        _db, "select count(*) from sqlite_master where type = 'table' and name = '" + _name + "'");
+    StatementText sql("select count(*) from sqlite_master where type = 'table' and name = '");
+    sql.add(_name);
+    sql.add("'");
+    const int tables = queryNumber(_db, sql);
     if (tables == 1) {
         SQLW_DEBUG2("Table '%s' exists", _name.c_str());
         return true;
@@ -76,12 +78,16 @@ bool Table::create()
 
 bool Table::truncate()
 {
-    return _recordset.query("delete from " + _name);
+    StatementText sql("delete from ");
+    sql.add(_name);
+    return _recordset.query(sql.c_str(), fields());
 }
 
 bool Table::remove()
 {
-    return _recordset.query("drop table " + _name);
+    StatementText sql("drop table ");
+    sql.add(_name);
+    return _recordset.query(sql.c_str(), fields());
 }
 
 int Table::totalRecordCount() const
@@ -89,29 +95,47 @@ int Table::totalRecordCount() const
     SQLW_SIGNATURE("int sql::Table::totalRecordCount() const");
     if (!SQLW_ASSERT(_db))
         return -1;
-    return queryNumber(_db, "select count(*) from " + _name);
+    StatementText sql("select count(*) from ");
+    sql.add(_name);
+    return queryNumber(_db, sql);
 }
 
 // Reading
 
+static void addCondition(StatementText& sql, const string& where)
+{
+    if (where.empty())
+        return;
+    sql.add(" where ");
+    sql.add(where);
+}
+
+bool Table::read(const string* where, const string* orderBy)
+{
+    StatementText sql("select * from ");
+    sql.add(_name);
+    if (where)
+        addCondition(sql, *where);
+    if (orderBy && !orderBy->empty()) {
+        sql.add(" order by ");
+        sql.add(*orderBy);
+    }
+    return _recordset.query(sql.c_str(), fields());
+}
+
 bool Table::open()
 {
-    return open(string(), string());
+    return read(nullptr, nullptr);
 }
 
 bool Table::open(const string& where)
 {
-    return open(where, string());
+    return read(&where, nullptr);
 }
 
 bool Table::open(const string& where, const string& orderBy)
 {
-    string sql = "select * from " + _name;
-    if (!where.empty())
-        sql += " where " + where;
-    if (!orderBy.empty())
-        sql += " order by " + orderBy;
-    return _recordset.query(sql);
+    return read(&where, &orderBy);
 }
 
 bool Table::query(const string& sql)
@@ -165,43 +189,52 @@ bool Table::updateRecord(const Record& record)
 
 bool Table::deleteRecords(const string& where)
 {
-    string sql = "delete from " + _name;
-    if (!where.empty())
-        sql += " where " + where;
+    StatementText sql("delete from ");
+    sql.add(_name);
+    addCondition(sql, where);
     return runAside(sql.c_str());
 }
 
 // Rows by their key. Text and integer keys differ in the key test and the signature alone.
 
-static void addKey(StatementText& sql, const string& keyId)
+// A key as SQL has it. Borrows a text.
+class Table::Key
 {
-    sql.add("\""); // double quotes, and none escaped
-    sql.add(keyId);
-    sql.add("\"");
-}
+public:
+    explicit Key(const string& text) : _text(&text), _number(0) {}
+    explicit Key(integer number) : _text(nullptr), _number(number) {}
 
-static void addKey(StatementText& sql, integer keyId)
-{
-    sql.addInteger(keyId);
-}
+    void addTo(StatementText& sql) const
+    {
+        if (!_text) {
+            sql.addInteger(_number);
+            return;
+        }
+        sql.add("\""); // double quotes, and none escaped
+        sql.add(*_text);
+        sql.add("\"");
+    }
+
+private:
+    const string* _text;
+    integer _number;
+};
 
 // Answers whether there is a key column.
-template <size_t Size, typename Key>
-bool Table::buildByKey(StatementText& sql, const char (&start)[Size], const Key& keyId) const
+bool Table::addKeyTest(StatementText& sql, const Key& key) const
 {
-    sql.add(start);
     sql.add(_name);
     sql.add(" where ");
     const bool hasKey = fields().getKeyIdName(sql);
     sql.add(" = ");
-    addKey(sql, keyId);
+    key.addTo(sql);
     return hasKey;
 }
 
-template <typename Key> bool Table::deleteRecord(const Key& keyId, const char* signature)
+bool Table::deleteRecord(const Key& key, const char* signature)
 {
-    StatementText sql;
-    if (!buildByKey(sql, "delete from ", keyId)) {
+    StatementText sql("delete from ");
+    if (!addKeyTest(sql, key)) {
         SQLW_FAULT("Failed to get name of PRIMARY KEY column");
         return false;
     }
@@ -210,18 +243,18 @@ template <typename Key> bool Table::deleteRecord(const Key& keyId, const char* s
 
 bool Table::deleteRecord(string keyId)
 {
-    return deleteRecord(keyId, "bool sql::Table::deleteRecord(sql::string)");
+    return deleteRecord(Key(keyId), "bool sql::Table::deleteRecord(sql::string)");
 }
 
 bool Table::deleteRecord(integer keyId)
 {
-    return deleteRecord(keyId, "bool sql::Table::deleteRecord(sql::integer)");
+    return deleteRecord(Key(keyId), "bool sql::Table::deleteRecord(sql::integer)");
 }
 
-template <typename Key> Record* Table::getRecordByKeyId(const Key& keyId, const char* signature)
+Record* Table::getRecordByKeyId(const Key& key, const char* signature)
 {
-    StatementText sql;
-    if (!buildByKey(sql, "select * from ", keyId)) {
+    StatementText sql("select * from ");
+    if (!addKeyTest(sql, key)) {
         SQLW_FAULT("Failed to get name of PRIMARY KEY column");
         return nullptr;
     }
@@ -230,32 +263,32 @@ template <typename Key> Record* Table::getRecordByKeyId(const Key& keyId, const 
 
 Record* Table::getRecordByKeyId(string keyId)
 {
-    return getRecordByKeyId(keyId, "sql::Record* sql::Table::getRecordByKeyId(sql::string)");
+    return getRecordByKeyId(Key(keyId), "sql::Record* sql::Table::getRecordByKeyId(sql::string)");
 }
 
 Record* Table::getRecordByKeyId(integer keyId)
 {
-    return getRecordByKeyId(keyId, "sql::Record* sql::Table::getRecordByKeyId(sql::integer)");
+    return getRecordByKeyId(Key(keyId), "sql::Record* sql::Table::getRecordByKeyId(sql::integer)");
 }
 
-template <typename Key> bool Table::hasRecordWithKeyId(const Key& keyId, const char* signature)
+bool Table::hasRecordWithKeyId(const Key& key, const char* signature)
 {
-    StatementText sql;
-    if (!buildByKey(sql, "select count(*) from ", keyId)) {
+    StatementText sql("select count(*) from ");
+    if (!addKeyTest(sql, key)) {
         SQLW_FAULT("Failed to get name of PRIMARY KEY column");
         return false;
     }
-    return queryNumber(_db, sql.str()) > 0;
+    return queryNumber(_db, sql) > 0;
 }
 
 bool Table::hasRecordWithKeyId(string keyId)
 {
-    return hasRecordWithKeyId(keyId, "bool sql::Table::hasRecordWithKeyId(sql::string)");
+    return hasRecordWithKeyId(Key(keyId), "bool sql::Table::hasRecordWithKeyId(sql::string)");
 }
 
 bool Table::hasRecordWithKeyId(integer keyId)
 {
-    return hasRecordWithKeyId(keyId, "bool sql::Table::hasRecordWithKeyId(sql::integer)");
+    return hasRecordWithKeyId(Key(keyId), "bool sql::Table::hasRecordWithKeyId(sql::integer)");
 }
 
 bool Table::addOrUpdateRecord(string keyId, const Record& record)
@@ -310,14 +343,21 @@ string Table::getDefinition() const
         SQLW_FAULT("Failed to build SQL CREATE TABLE stmt for table %s", _name.c_str());
         return string();
     }
-    return "CREATE TABLE " + _name + " (" + columns + ")";
+    string definition("CREATE TABLE ");
+    definition += _name;
+    definition += " (";
+    definition += columns;
+    definition += ')';
+    return definition;
 }
 
 string Table::toString() const
 {
     string lines;
     for (int i = 0; i < fields().count(); ++i) {
-        lines += intToStr(i + 1) + ". " + fields().getByIndex(i)->getDefinition();
+        lines += intToStr(i + 1);
+        lines += ". ";
+        lines += fields().getByIndex(i)->getDefinition();
         if (i < fields().count() - 1)
             lines += "\r\n";
     }

@@ -1,10 +1,12 @@
 #include "SqlValue.h"
 
+#include <algorithm>
 #include <cfloat>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "StatementText.h"
 
@@ -31,15 +33,15 @@ static bool ordinaryDoubleToStr(double number, string& text)
     if (!(magnitude >= 1.0 / 4096 && magnitude < 1e10)) // ends within 64 bits behind the point
         return false;
 
-    const bits unit = 100000000; // 1, shifted by the decimals
-    const bits wholes = static_cast<bits>(magnitude);
+    const integer unit = 100000000; // 1, shifted by the decimals
+    const integer wholes = static_cast<integer>(magnitude);
     const double remainder = magnitude - static_cast<double>(wholes);
     const bits fraction = static_cast<bits>(remainder * 18446744073709551616.0); // 2^64
     const bits low = (fraction & UINT32_MAX) * unit;
     const bits high = (fraction >> 32) * unit + (low >> 32);
     const bits beyond = (high << 32) | (low & UINT32_MAX);
     const bits half = bits(1) << 63;
-    integer shifted = static_cast<integer>(wholes * unit + (high >> 32));
+    integer shifted = wholes * unit + static_cast<integer>(high >> 32);
     if (beyond > half || (beyond == half && shifted % 2 == 1))
         ++shifted;
 
@@ -51,20 +53,21 @@ static bool ordinaryDoubleToStr(double number, string& text)
     return true;
 }
 
-static string doubleToStr(double number)
+static void doubleToStr(double number, string& text)
 {
-    const string::size_type longest = 127;
     char buffer[DBL_MAX_10_EXP + 64]; // sign, digits, a point of some bytes, decimals
-    std::snprintf(buffer, sizeof(buffer), "%0.8f", number);
-
-    string text(buffer);
-    if (isDigit(text[text.size() - 1])) { // neither "inf" nor "nan"
-        const string::size_type point = text.find_first_not_of("0123456789", 1);
-        text.replace(point, text.size() - decimalsWritten - point, 1, '.');
+    char* end = buffer + std::snprintf(buffer, sizeof(buffer), "%0.8f", number);
+    if (isDigit(end[-1])) { // neither "inf" nor "nan"
+        const char* const decimals = end - decimalsWritten;
+        char* point = end - decimalsWritten;
+        while (!isDigit(point[-1]))
+            --point;
+        *point = '.';
+        std::memmove(point + 1, decimals, decimalsWritten);
+        end = point + 1 + decimalsWritten;
     }
-    if (text.size() > longest)
-        text.resize(longest);
-    return text;
+    const std::ptrdiff_t longest = 127;
+    text.assign(buffer, static_cast<size_t>(std::min(end - buffer, longest)));
 }
 
 // A decimal number of up to fifteen digits: what SQLite's texts of ordinary numbers look like.
@@ -106,27 +109,28 @@ static double shortDecimalToDouble(const ShortDecimal& number)
     return number.negative ? -magnitude : magnitude;
 }
 
-static string localPoint()
-{
-    char half[16];
-    std::snprintf(half, sizeof(half), "%.1f", 0.5);
-    const string text(half);
-    return text.substr(1, text.size() - 2);
-}
-
 static double strToDouble(const string& text)
 {
     ShortDecimal number;
     if (FLT_EVAL_METHOD == 0 && readShortDecimal(text.c_str(), number))
         return shortDecimalToDouble(number);
 
-    const string point = localPoint();
-    if (point == ".")
+    char half[16];
+    half[std::snprintf(half, sizeof(half), "%.1f", 0.5) - 1] = '\0';
+    const char* const point = half + 1;
+    if (std::strcmp(point, ".") == 0)
         return std::strtod(text.c_str(), nullptr);
-    string local = text.substr(0, text.find(point)); // to which only a full stop is a point
-    const string::size_type stop = local.find('.');
-    if (stop != string::npos)
-        local.replace(stop, 1, point);
+
+    // In the C locale a full stop is the point, and the local point only ends the number.
+    string local;
+    const char* const localPoint = std::strstr(text.c_str(), point);
+    const char* const end = localPoint ? localPoint : text.c_str() + text.size();
+    for (const char* next = text.c_str(); next != end; ++next) {
+        if (*next == '.')
+            local += point;
+        else
+            local += *next;
+    }
     return std::strtod(local.c_str(), nullptr);
 }
 
@@ -170,14 +174,13 @@ void Value::setInteger(integer number)
 void Value::setDouble(double number)
 {
     if (!ordinaryDoubleToStr(number, text))
-        text = doubleToStr(number);
+        doubleToStr(number, text);
     nullFlag = false;
 }
 
 void Value::setBool(bool truth)
 {
-    text = truth ? "1" : "0";
-    nullFlag = false;
+    setInteger(truth ? 1 : 0);
 }
 
 void Value::setTime(Time newTime)
@@ -232,7 +235,13 @@ string Value::toString() const
 
 string Value::dump(bool withType) const
 {
-    return withType ? toString() + " (" + type2Str(type) + ")" : toString();
+    string line(toString());
+    if (withType) {
+        line += " (";
+        line += type2Str(type);
+        line += ')';
+    }
+    return line;
 }
 
 bool Value::equals(const Value& other) const
@@ -243,7 +252,7 @@ bool Value::equals(const Value& other) const
         case type_int:
             return asInteger() == other.asInteger();
         case type_text:
-            return asString() == other.asString();
+            return text == other.asString();
         case type_float:
             return asDouble() == other.asDouble();
         case type_bool:

@@ -12,8 +12,11 @@ IntegerText::IntegerText(integer number, string::size_type fewestDigits)
     unsigned long long magnitude = static_cast<unsigned long long>(number);
     if (number < 0)
         magnitude = 0 - magnitude;
-    for (; magnitude > UINT32_MAX; magnitude /= 10)
-        *--first = static_cast<char>('0' + magnitude % 10);
+    while (magnitude > UINT32_MAX) {
+        const unsigned long long tenth = magnitude / 10;
+        *--first = static_cast<char>('0' + (magnitude - 10 * tenth));
+        magnitude = tenth;
+    }
     std::uint32_t rest = static_cast<std::uint32_t>(magnitude); // quicker on 32-bit processors
     while (rest != 0 || first > padded) {
         const std::uint32_t tenth = rest / 10;
@@ -33,14 +36,15 @@ void StatementText::addInteger(integer number)
 
 void StatementText::addQuoted(const string& text)
 {
-    string::size_type begin = 0;
-    string::size_type quote = text.find('\'');
-    while (quote != string::npos) {
-        add(text.data() + begin, quote + 1 - begin);
-        begin = quote; // the quote is added again, as the first character of what follows
-        quote = text.find('\'', quote + 1);
+    const char* begin = text.data();
+    const char* next = begin;
+    const char* const end = begin + text.size();
+    while (const void* quote = std::memchr(next, '\'', static_cast<size_t>(end - next))) {
+        next = static_cast<const char*>(quote) + 1;
+        add(begin, static_cast<size_t>(next - begin));
+        begin = next - 1; // the quote is added again, as the first character of what follows
     }
-    add(text.data() + begin, text.size() - begin);
+    add(begin, static_cast<size_t>(end - begin));
 }
 
 void StatementText::growTo(string::size_type room)

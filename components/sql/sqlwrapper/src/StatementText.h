@@ -34,6 +34,10 @@ class SQLW_INTERNAL StatementText
 {
 public:
     StatementText() : _first(_short), _size(0), _room(sizeof(_short)) {}
+    template <size_t Size> explicit StatementText(const char (&start)[Size]) : StatementText()
+    {
+        add(start);
+    }
     ~StatementText() { release(); }
     StatementText(const StatementText&) = delete;
     StatementText& operator=(const StatementText&) = delete;
@@ -78,6 +82,9 @@ private:
     string::size_type _room; // always for one byte more, which ends the text
     char _short[256];
 };
+
+/// As the `queryNumber` of a string.
+SQLW_INTERNAL int queryNumber(sqlite3* db, StatementText& query);
 
 } // namespace sql
 
