@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <filesystem>
 #include <string>
 
@@ -34,14 +35,21 @@ struct Point
     }
 };
 
+std::string current; // for a program that ends in the midst of a point
+
 class Sweep
 {
 public:
     Sweep()
     {
-        char name[] = "/tmp/sqlwrapper-faults-XXXXXX";
+        char name[] = "/dev/shm/sqlwrapper-faults-XXXXXX"; // what is synced there takes no time
         _folder = mkdtemp(name);
         makeDatabase(original());
+        std::set_terminate([] {
+            std::printf("failure %s: an exception where none may pass\n", current.c_str());
+            std::fflush(stdout);
+            _exit(1);
+        });
     }
     ~Sweep() { fs::remove_all(_folder); }
 
@@ -56,7 +64,9 @@ public:
         const sqlite3_int64 memory = sqlite3_memory_used();
         const Told before = told;
 
+        current = point.text();
         Witness witness;
+        witness.demandUse();
         injector.arm(point.nth, point.fromThenOn);
         point.scenario->run(witness, path);
         injector.disarm();

@@ -93,15 +93,32 @@ std::string countWhere(const std::string& condition, const std::string& table = 
 // An open database and its tables, as an application has them.
 struct Session
 {
-    Session(Witness& theWitness, const std::string& path,
-            sql::Database::AccessMode mode = sql::Database::read_write)
-        : witness(theWitness)
+    Session(Witness& theWitness, const std::string& thePath,
+            sql::Database::AccessMode theMode = sql::Database::read_write)
+        : witness(theWitness), path(thePath), mode(theMode)
     {
         witness.operation("open", [&] { return database.open(path, mode, false, 0); });
         witness.operation("initTable item",
                           [&] { return item.initTable(database.getHandle(), itemFields); });
         witness.operation("initTable copy",
                           [&] { return copy.initTable(database.getHandle(), itemFields); });
+    }
+    ~Session()
+    {
+        if (witness.demandsUse() && !usable())
+            witness.complain("the objects are of no use after the fault");
+    }
+
+    // Whether the objects work now that no fault is injected.
+    bool usable()
+    {
+        if (!database.isOpen() && !database.open(path, mode, false, 0))
+            return false;
+        if (!item.initTable(database.getHandle(), itemFields) || item.recordCount() != 0)
+            return false;
+        return item.query("select 1, 'a text that does not stand inside of a string object'") &&
+               item.recordCount() == 1 && item.getTopRecord()->getValue(0)->asInteger() == 1 &&
+               database.getUserVersion() >= 0;
     }
 
     // Sets the cells with faults on; a record that was not filled is not written.
@@ -142,6 +159,8 @@ struct Session
     }
 
     Witness& witness;
+    const std::string path;
+    const sql::Database::AccessMode mode;
     sql::Database database;
     sql::Table item{"item"};
     sql::Table copy{"copy"};
@@ -312,6 +331,116 @@ void versionStamp(Witness& witness, const std::string& path)
     witness.operation("getUserVersion", [&] { return session.database.getUserVersion() >= 0; });
 }
 
+// Complains when a text is another than expected. True, so that an operation may end with it.
+bool same(Witness& witness, const std::string& text, const std::string& expected)
+{
+    if (text != expected)
+        witness.complain("'" + text + "' in place of '" + expected + "'");
+    return true;
+}
+
+// Copies of what holds rows and descriptions: whole, or not made.
+void copies(Witness& witness, const std::string& path)
+{
+    Session session(witness, path);
+    const sql::FieldSet* fields = &session.item.fields();
+    if (!witness.operation("open", [&] { return session.item.open(); }) || fields->count() != 5)
+        return;
+    sql::Table assigned("nothing");
+    witness.operation("copy a table", [&] {
+        sql::Table table(session.item);
+        assigned = table;
+        return same(witness, std::to_string(table.recordCount()), "5");
+    });
+    // Assigning keeps all that was there when there is no room for what is to come.
+    same(witness, assigned.name() + std::to_string(assigned.recordCount()),
+         assigned.recordCount() ? "item5" : assigned.name() + "0");
+    witness.operation("sets", [&] {
+        sql::RecordSet none;
+        sql::RecordSet set(session.database.getHandle(), *fields);
+        none.initRecordSet(session.database.getHandle(), itemFields);
+        if (!set.query("select * from item order by id"))
+            return false;
+        const sql::RecordSet& read = set;
+        same(witness, read.getTopRecordFirstValue()->toString(), "1");
+        same(witness, read.getRecord(4)->toString().substr(0, 2), "5|");
+        return same(witness, set.toString().substr(0, 5), "1. 1|");
+    });
+    witness.operation("records", [&] {
+        sql::Record record(session.item.getTopRecord());
+        sql::Record other(record);
+        other.setNull(1);
+        other.initColumnValue(1, longName, sql::type_text);
+        if (!other.equalsValues(&record))
+            witness.complain("a copy is not equal");
+        other = record;
+        return same(witness, other.fields()->getKeyIdName(), "id");
+    });
+    witness.operation("descriptions", [&] {
+        const sql::FieldSet set(std::vector<sql::Field>(itemFields, itemFields + 5));
+        same(witness, set.toSql(), fields->toSql());
+        same(witness, set.getDefinition(), fields->getDefinition());
+        return same(witness, session.item.getDefinition().substr(0, 17), "CREATE TABLE item");
+    });
+}
+
+// Texts of all that is held.
+void texts(Witness& witness, const std::string& path)
+{
+    Session session(witness, path);
+    const bool read = witness.operation("open", [&] { return session.item.open("id = 1"); });
+    witness.operation("descriptions", [&] {
+        session.item.fields().dump();
+        session.item.name();
+        session.item.toString();
+        return session.item.getHandle() == session.database.getHandle();
+    });
+    sql::Record* const record = session.item.getRecord(0);
+    if (read && record && record->columnCount() == 5)
+        witness.operation("record", [&] {
+            same(witness, record->toSql().substr(0, 3), "1, ");
+            same(witness, record->dump(true).substr(0, 2), "id");
+            return same(witness, record->toString(), record->toString());
+        });
+    witness.operation("values", [&] {
+        sql::Value value(sql::type_text);
+        value.setString(longName);
+        same(witness, value.toSql(sql::type_text).substr(0, 7), "'a name");
+        same(witness, sql::quoteStr(value.asString()).substr(0, 6), "a name");
+        value.setDouble(2.5e40);
+        if (value.asDouble() != 2.5e40 || value.isNull())
+            witness.complain("a double does not come back");
+        value.setBool(true);
+        if (!value.asBool())
+            witness.complain("a truth does not come back");
+        value.dump(true);
+        sql::Value other(value);
+        value.setNull();
+        return !value.equals(other) && sql::type2Str(sql::type_time) == "time";
+    });
+    witness.operation("times", [&] {
+        sql::Time time(sql::Time::now());
+        sql::Time another(0);
+        another.addDays(1);
+        another.addHours(1);
+        another.addMinutes(1);
+        another.addValue(1);
+        same(witness, std::to_string(another.asInteger()), "90061");
+        same(witness, time.format("a text of a time that is longer than most"),
+             "a text of a time that is longer than most");
+        time.asString();
+        time.asDateString();
+        time.asTimeString();
+        return time == another;
+    });
+    witness.operation("lists", [&] {
+        std::vector<sql::string> items;
+        sql::listToVector(longName + std::string("; ") + longName, items, ";");
+        std::string blanks = " " + items.at(1) + " ";
+        return same(witness, sql::trim(blanks), items.at(0));
+    });
+}
+
 } // namespace
 
 const std::vector<Scenario>& scenarios()
@@ -331,6 +460,8 @@ const std::vector<Scenario>& scenarios()
         {"backup", backup},
         {"transaction", transaction},
         {"version-stamp", versionStamp},
+        {"copies", copies},
+        {"texts", texts},
     };
     return all;
 }

@@ -33,6 +33,10 @@ public:
     bool begin(const std::function<bool()>& run);
     void end(const char* name, const std::function<bool()>& run);
 
+    /// From here on, objects that met a fault must be of use again once it is over.
+    void demandUse() { _demandsUse = true; }
+    bool demandsUse() const { return _demandsUse; }
+
     /// Whatever happens, `query` must give the one value or the other at the end of the run.
     void either(const std::string& query, const std::string& one, const std::string& other)
     {
@@ -54,6 +58,7 @@ private:
     Effects _pending;
     std::map<std::string, std::pair<std::string, std::string>> _either;
     bool _inTransaction = false;
+    bool _demandsUse = false;
     long _outOfMemory = 0;
     std::vector<std::string> _failures;
 };

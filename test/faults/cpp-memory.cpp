@@ -1,7 +1,11 @@
-// An operator new that throws when it is told to.
+// An operator new that throws when it is told to, and a watch over what the library hands to
+// SQLite: an exception that left its callback would end the program.
 
 #include <cstdlib>
 #include <new>
+
+#include <dlfcn.h>
+#include <sqlite3.h>
 
 #include "Injector.h"
 #include "Sweep.h"
@@ -15,7 +19,18 @@ void* operator new(std::size_t size)
     throw std::bad_alloc();
 }
 
+// Sanitizers have their own, which would not come by here.
+void* operator new[](std::size_t size)
+{
+    return operator new(size);
+}
+
 void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete[](void* memory) noexcept
 {
     std::free(memory);
 }
@@ -23,6 +38,39 @@ void operator delete(void* memory) noexcept
 void operator delete(void* memory, std::size_t) noexcept
 {
     std::free(memory);
+}
+
+void operator delete[](void* memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
+
+namespace
+{
+
+using Callback = int (*)(void*, int, char**, char**);
+
+struct Call
+{
+    Callback callback;
+    void* param;
+};
+
+int withoutExceptions(void* call, int count, char** cells, char** names) noexcept
+{
+    const Call& made = *static_cast<Call*>(call);
+    return made.callback(made.param, count, cells, names);
+}
+
+} // namespace
+
+extern "C" int sqlite3_exec(sqlite3* db, const char* sql, Callback callback, void* param,
+                            char** error)
+{
+    static const auto real =
+        reinterpret_cast<decltype(&sqlite3_exec)>(dlsym(RTLD_NEXT, "sqlite3_exec"));
+    Call call = {callback, param};
+    return real(db, sql, callback ? withoutExceptions : nullptr, &call, error);
 }
 
 int main(int argc, char** argv)

@@ -273,7 +273,7 @@ class PowerLoss
 public:
     PowerLoss()
     {
-        char name[] = "/tmp/sqlwrapper-power-XXXXXX";
+        char name[] = "/dev/shm/sqlwrapper-power-XXXXXX";
         _folder = mkdtemp(name);
         _real = sqlite3_vfs_find(nullptr);
         _vfs = *_real;
