@@ -67,6 +67,7 @@ class Token:
 class Change:
     """One change of a file: what stands from start to end becomes `text`."""
     file: str
+    function: str
     start: int
     end: int
     text: str
@@ -78,6 +79,7 @@ class Mutant:
     """A changed file, and how the changed lines read before and after."""
     id: str
     file: str
+    function: str
     line: int
     what: str
     before: str
@@ -93,18 +95,20 @@ def tokens_of(source):
 class Region:
     """What may be changed as one: the body of a function or a macro, or a list of initialisers."""
 
-    def __init__(self, file, source, tokens, returns=None):
+    def __init__(self, file, source, tokens, returns=None, function=""):
         self.file = file
         self.source = source
         self.tokens = tokens
         self.returns = returns
+        self.function = function
 
     def text(self, first, last):
         """The source of the tokens from `first` up to and without `last`."""
         return self.source[self.tokens[first].start:self.tokens[last - 1].end]
 
     def change(self, first, last, text, what):
-        return Change(self.file, self.tokens[first].start, self.tokens[last - 1].end, text, what)
+        return Change(self.file, self.function, self.tokens[first].start,
+                      self.tokens[last - 1].end, text, what)
 
     def is_binary(self, i):
         token = self.tokens[i]
@@ -176,7 +180,8 @@ def regions_of(file, source):
         if text in ("public", "private", "protected"):
             head = i = i + 1 # at the colon
         if tokens[i].kind == "op" and text in ";}:" and not (text == ":" and head < i):
-            if text == ";" and head < i and tokens[head].text == "static":
+            if (text == ";" and head < i and tokens[head].text == "static" and
+                    any(token.text == "=" for token in tokens[head:i])):
                 regions.append(Region(file, source, tokens[head:i])) # a constant
             head = i + 1
         elif tokens[i].kind == "op" and text == "{":
@@ -200,13 +205,13 @@ def function_regions(every, head, body, end):
             head += 1
         head += 1
     opening = every.find(head, "(")
-    name = re.compile(r"(static |const )*(.*?)[\w:]*(operator\S+|~?\w+)\($").match(
+    name = re.compile(r"(static |const )*(.*?)([\w:]*(?:operator\S+|~?\w+))\($").match(
         every.text(head, opening + 1))
-    kind = name.group(2).strip() if name else ""
-    regions = [Region(every.file, every.source, tokens[body + 1:end], kind)]
+    kind, function = (name.group(2).strip(), name.group(3)) if name else ("", "")
+    regions = [Region(every.file, every.source, tokens[body + 1:end], kind, function)]
     colon = every.find(every.closing(opening) + 1, ":")
     if colon < body:
-        regions.append(Region(every.file, every.source, tokens[colon:body], "initialisers"))
+        regions.append(Region(every.file, every.source, tokens[colon:body], "initialisers", function))
     return regions
 
 
@@ -382,7 +387,7 @@ def mutant_of(change, source, begins):
     start = begins[first]
     end = source.find("\n", change.end)
     after = source[start:change.start] + text + source[change.end:end]
-    return Mutant("", change.file, first + 1, change.what, one_line(source[start:end]),
+    return Mutant("", change.file, change.function, first + 1, change.what, one_line(source[start:end]),
                   one_line(after), source[:change.start] + text + source[change.end:])
 
 

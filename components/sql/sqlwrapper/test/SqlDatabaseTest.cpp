@@ -1,6 +1,7 @@
 #include "SqlDatabase.h"
 
 #include <fstream>
+#include <new>
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
@@ -79,6 +80,17 @@ class NewDatabaseTest : public FileTest
 TEST_F(NewDatabaseTest, IsNotOpen)
 {
     EXPECT_FALSE(database.isOpen());
+}
+
+TEST_F(NewDatabaseTest, IsNotOpenWhateverItsMemoryHeld)
+{
+    // Zeros, which would read as the result of an open that succeeded.
+    alignas(sql::Database) unsigned char memory[sizeof(sql::Database)] = {};
+    sql::Database* fresh = new (memory) sql::Database;
+    EXPECT_FALSE(fresh->isOpen());
+    EXPECT_EQ(nullptr, fresh->getHandle());
+    fresh->~Database();
+    EXPECT_EQ(trace({}), recorded());
 }
 
 TEST_F(NewDatabaseTest, HasNoHandle)

@@ -748,6 +748,19 @@ TEST_F(RecordSetTest, RowCallbackAppendsARowAndAnswers0)
     EXPECT_EQ("1. 7|Bob\r\n2. 8|null\r\n", set.toString());
 }
 
+TEST_F(RecordSetTest, RowCallbackKnowsTheColumnsHoweverTheSetIsMade)
+{
+    sql::RecordSet bare;
+    addRow(bare, {"7", "Bob"});
+    EXPECT_EQ("1. \r\n", bare.toString());
+    sql::RecordSet connected(db);
+    addRow(connected, {"7", "Bob"});
+    EXPECT_EQ("1. \r\n", connected.toString());
+    sql::RecordSet described(db, itemColumns);
+    addRow(described, {"7", "Bob"});
+    EXPECT_EQ("1. 7|Bob\r\n", described.toString());
+}
+
 TEST_F(RecordSetTest, RowCallbackLogsTheRow)
 {
     addRow(set, {"7", "Bob"});

@@ -410,6 +410,24 @@ TEST_F(TableDeleteRecordsTest, ConditionStandsAsItIs)
     EXPECT_EQ("2", cell("select count(*) from people"));
 }
 
+TEST_F(TableDeleteRecordsTest, RowsThatTheConditionReturnsAreLaidOutByTheTable)
+{
+    EXPECT_TRUE(people.deleteRecords("id < 3 returning id, name"));
+    EXPECT_EQ(trace({queried("delete from people where id < 3 returning id, name",
+                             {"id = 1|name = Ada|age = null", "id = 2|name = Bob|age = null"})}),
+              recorded());
+    EXPECT_EQ(0, people.recordCount());
+}
+
+TEST_F(TableDeleteRecordsTest, ConditionOfAnyLengthStandsWhole)
+{
+    for (int length = 1; length <= 1000; ++length) {
+        const std::string condition = "id = " + std::string(static_cast<size_t>(length), '9');
+        EXPECT_TRUE(people.deleteRecords(condition));
+        EXPECT_EQ(trace({queried("delete from people where " + condition)}), recorded());
+    }
+}
+
 TEST_F(TableDeleteRecordsTest, SucceedsWithoutMatch)
 {
     EXPECT_TRUE(people.deleteRecords("id = 9"));

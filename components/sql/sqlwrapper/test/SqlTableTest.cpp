@@ -65,6 +65,14 @@ TEST_F(TableObjectTest, ColumnSetIsCopiedWithoutCheck)
     EXPECT_EQ(trace({}), recorded());
 }
 
+TEST_F(TableObjectTest, ColumnSetComesWithNameAndHandle)
+{
+    sql::Table copying(db, "people", people.fields());
+    EXPECT_EQ("people", copying.name());
+    EXPECT_EQ(db, copying.getHandle());
+    EXPECT_EQ(3, copying.totalRecordCount());
+}
+
 TEST_F(TableObjectTest, NullArrayGivesNoColumnsAndNoReport)
 {
     const sql::Table bare(db, "people", noFields);
@@ -294,6 +302,15 @@ TEST_F(TableExistsTest, QuoteInTheNameIsNotEscaped)
     EXPECT_TRUE(sql::Table(db, "it's", personFields).exists());
     EXPECT_EQ(trace({undetermined("it's", {1, "SQLITE_ERROR", "near \"s\": syntax error"})}),
               recorded());
+}
+
+TEST_F(TableExistsTest, NameOfAnyLengthIsAskedForWhole)
+{
+    for (std::string::size_type length = 1; length <= 1000; ++length) {
+        const std::string name(length, 'x');
+        EXPECT_FALSE(sql::Table(db, name, noFields).exists());
+        EXPECT_EQ(trace({missed(name)}), recorded());
+    }
 }
 
 TEST_F(TableExistsTest, PercentSignsOfTheNameStandAsTheyAre)

@@ -103,6 +103,18 @@ TEST_F(DoubleTextTest, OfEveryEdgeIsAsPrinted)
             EXPECT_TRUE(isWrittenAsPrinted(number)) << std::hexfloat << number;
 }
 
+TEST_F(DoubleTextTest, OfEveryHalfOfASmallNumberIsAsPrinted)
+{
+    // Down to where the binary fraction no longer ends within 64 bits.
+    int different = 0;
+    for (int decimal = 0; decimal < 100000; ++decimal) {
+        const double half = (decimal + 0.5) * 1e-8;
+        for (const double number : {std::nextafter(half, 0.0), half, std::nextafter(half, 1.0)})
+            different += isWrittenAsPrinted(number) ? 0 : 1;
+    }
+    EXPECT_EQ(0, different);
+}
+
 TEST_F(DoubleTextTest, OfEveryPowerOfTwoAndItsNeighboursIsAsPrinted)
 {
     for (int exponent = -1074; exponent < 1024; ++exponent) {
