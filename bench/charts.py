@@ -9,6 +9,7 @@ COLOURS = {
     "compile": "#b9c3cd", "run": "#7d8b99", "program": "#e5b567",
 }
 NAMES = {
+    "floor": "the floor", "library": "the library",
     "prepared": "SQLite, prepared", "sqlitecpp": "SQLiteCpp", "soci": "SOCI",
     "poco-data": "POCO Data", "qt-sql": "Qt SQL",
     "compile": "SQLite compiles the statement", "run": "SQLite runs it",
@@ -18,7 +19,7 @@ INK, FAINT, RULE, ALARM = "#1d2733", "#5d6b7a", "#dde3e9", "#c0392b"
 
 
 def name_of(key):
-    return NAMES.get(key, f"the {key}")
+    return NAMES.get(key, key)
 
 
 class Picture:
@@ -121,7 +122,7 @@ def panels(path, title, subtitle, groups, unit, columns=2):
             top = y + 26 + j * bar
             picture.text(x + 112, top + 11, name_of(key), 11, FAINT, "end")
             length = value / most * (width - 220)
-            picture.box(x + 118, top + 1, length, bar - 4, COLOURS[key])
+            picture.box(x + 118, top + 1, length, bar - 4, COLOURS.get(key, COLOURS["library"]))
             picture.text(x + 123 + length, top + 11, f"{number(value)} {unit}", 11)
     picture.save(path)
 

@@ -2,6 +2,7 @@
 
 import collections
 import concurrent.futures
+import functools
 import json
 import os
 import pathlib
@@ -15,6 +16,8 @@ WORKLOADS = [
     "has-key", "update-by-key", "upsert", "delete-by-key", "copy-table",
 ]
 STORAGES = ["memory", "file"]
+PAIR = ["floor", "library"]
+COUNTED = [*PAIR, "prepared"]
 
 # A count is the same on every machine of an architecture when the C library takes the same
 # functions everywhere, whatever the processor could do, and binds them before the count begins.
@@ -48,11 +51,11 @@ class Progress:
             print(f"[{self.done}/{self.total}] {what}", file=sys.stderr)
 
 
-def run(command, **options):
-    result = subprocess.run([str(part) for part in command], text=True, capture_output=True,
-                            **options)
+def run(command, stderr=subprocess.PIPE, **options):
+    result = subprocess.run([str(part) for part in command], text=True, stdout=subprocess.PIPE,
+                            stderr=stderr, **options)
     if result.returncode != 0:
-        raise Failure(f"{' '.join(map(str, command))}\n{result.stdout}{result.stderr}")
+        raise Failure(f"{' '.join(map(str, command))}\n{result.stdout}{result.stderr or ''}")
     return result.stdout
 
 
@@ -60,7 +63,17 @@ class Programs:
     """The programs of one build."""
 
     def __init__(self, folder):
-        self.folder = pathlib.Path(folder)
+        self.folder, self.environment = pathlib.Path(folder), STEADY
+
+    def with_sqlite(self, folder):
+        """The same programs with the SQLite in a folder."""
+        programs = Programs(self.folder)
+        programs.environment = {**STEADY, "LD_LIBRARY_PATH": str(folder)}
+        return programs
+
+    def about(self):
+        """What all figures depend on."""
+        return run([self.folder / "bench_run", "--about"], env=self.environment).strip()
 
     def contestants(self):
         names = run([self.folder / "bench_times", "--benchmark_list_tests"])
@@ -69,22 +82,26 @@ class Programs:
     def seconds(self, contestant, workload, rows, items=1):
         """Processor time of the measured part, on a database in memory."""
         return float(run([self.folder / "bench_run", contestant, workload, ":memory:", rows,
-                          items]))
+                          items], env=self.environment))
 
     def memory(self, contestant, path, items=1):
-        return int(run([self.folder / "bench_memory", contestant, path, items], env=STEADY))
+        return int(run([self.folder / "bench_memory", contestant, path, items],
+                       env=self.environment))
 
     def make_table(self, path, rows, items=1):
         run([self.folder / "bench_memory", "--make", path, rows, items])
 
-    def profile(self, contestant, workload, rows, storage="memory", items=1, level=None):
-        """Instructions of the measured part, counted by callgrind."""
+    def instructions(self, contestant, workload, rows, storage="memory"):
+        return self.profile(contestant, workload, rows, storage).total
+
+    def profile(self, contestant, workload, rows, storage="memory", level=None):
+        """The measured part, counted by callgrind, with the platform's trace level."""
         with tempfile.TemporaryDirectory(prefix="sqlwrapper-bench-") as folder:
             out = pathlib.Path(folder, "callgrind.out")
             path = ":memory:" if storage == "memory" else pathlib.Path(folder, "bench.db")
             run(["valgrind", "--tool=callgrind", "--instr-atstart=no",
                  f"--callgrind-out-file={out}", self.folder / "bench_run", contestant, workload,
-                 path, rows, items, *([] if level is None else [level])], env=STEADY)
+                 path, rows, *([] if level is None else [1, level])], env=self.environment)
             return Profile(out.read_text())
 
     def times(self, contestant, rows, seconds, storages, folder):
@@ -96,6 +113,25 @@ class Programs:
             "--benchmark_format=json"]))
         return {tuple(entry["name"].split("/")[:3]): 1 / entry["items_per_second"]
                 for entry in report["benchmarks"]}
+
+
+class TargetPrograms:
+    """The same programs, built for the target and run by its emulator, which counts."""
+
+    def __init__(self, folder, emulator):
+        self.folder, self.emulator = folder, emulator
+        self.command = [*emulator.split(), pathlib.Path(folder, "bench_run")]
+
+    def with_sqlite(self, folder):
+        return TargetPrograms(self.folder, f"{self.emulator} -E LD_LIBRARY_PATH={folder}")
+
+    def about(self):
+        return run([*self.command, "--about"]).strip()
+
+    def instructions(self, contestant, workload, rows, _storage="memory"):
+        output = run([*self.command, contestant, workload, ":memory:", rows], env=STEADY,
+                     stderr=subprocess.STDOUT)
+        return int(re.search(r"^instructions: (\d+)$", output, re.M)[1])
 
 
 class Profile:
@@ -164,15 +200,13 @@ def in_parallel(jobs):
             key = futures[future]
             results[key] = future.result()
             progress.step(" ".join(map(str, key)))
-    return {key: results[key] for key in jobs}
+    return {key: results[key] for key in jobs}  # in the order of the jobs
 
 
-def count(programs, contestants, workloads, storages, rows):
-    """Profiles by contestant, workload and storage."""
-    def job(contestant, workload, storage):
-        return lambda: programs.profile(contestant, workload, rows, storage)
-    return in_parallel({(c, w, s): job(c, w, s)
-                        for s in storages for w in workloads for c in contestants})
+def count(counted_by, contestants, storages, rows):
+    """What `counted_by` gives for each contestant, workload and storage."""
+    return in_parallel({(c, w, s): functools.partial(counted_by, c, w, rows, s)
+                        for s in storages for w in WORKLOADS for c in contestants})
 
 
 def time(programs, contestants, storages, rows, rounds, seconds):

@@ -1,16 +1,19 @@
 // One run of one workload of one contestant:
 //
 //     bench_run CONTESTANT WORKLOAD PATH ROWS [ITEMS_PER_ROW [TRACE_LEVEL]]
+//     bench_run --about
 //
 // A row holds one item where nothing else is said, and the platform has no trace level. Prints the
 // seconds of processor time that the measured part took. The instructions of that part are counted
 // by callgrind, started with --instr-atstart=no, or by the emulator of another processor, with the
-// plugin of this folder.
+// plugin of this folder. The second prints what all figures depend on.
 
 #include <cstdio>
 #include <ctime>
 #include <exception>
 
+#include <sqlite3.h>
+#include <sys/utsname.h>
 #include <unistd.h>
 #if __has_include(<valgrind/callgrind.h>)
 #include <valgrind/callgrind.h>
@@ -55,18 +58,29 @@ double run(const std::vector<std::string>& arguments)
     return static_cast<double>(end - begin) / CLOCKS_PER_SEC;
 }
 
+void printAbout()
+{
+    utsname system;
+    uname(&system);
+    std::printf("%s, g++ %s, SQLite %s\n", system.machine, __VERSION__, sqlite3_libversion());
+}
+
 } // namespace
 
 int main(int count, char** arguments)
 {
-    if (count < 5 || count > 7) {
-        std::fprintf(stderr,
-                     "usage: %s CONTESTANT WORKLOAD PATH ROWS [ITEMS_PER_ROW [TRACE_LEVEL]]\n",
-                     arguments[0]);
-        return 2;
-    }
     try {
-        std::printf("%.6f\n", run({arguments + 1, arguments + count}));
+        if (count == 2 && std::string(arguments[1]) == "--about") {
+            printAbout();
+        } else if (count >= 5 && count <= 7) {
+            std::printf("%.6f\n", run({arguments + 1, arguments + count}));
+        } else {
+            std::fprintf(stderr,
+                         "usage: %s CONTESTANT WORKLOAD PATH ROWS [ITEMS_PER_ROW [TRACE_LEVEL]]\n"
+                         "       %s --about\n",
+                         arguments[0], arguments[0]);
+            return 2;
+        }
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());
         return 1;
