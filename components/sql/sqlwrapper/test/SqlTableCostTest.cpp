@@ -1,6 +1,7 @@
 #include "SqlTable.h"
 
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -38,6 +39,51 @@ TEST_F(TableCostTest, AddingALongRowTakesAtMostTwoAllocations)
 {
     const sql::Record dan = person(4, longName.c_str());
     EXPECT_LE(costOf([&] { return people.addRecord(dan); }), 2);
+}
+
+// The texts of a statement fill the memory that is taken for it at once, wherever they are long.
+class LongStatementCostTest : public TableCostTest
+{
+protected:
+    // Makes a table of text columns behind its key, and adds and updates a row of such texts.
+    void expectOneAllocation(const std::string& table, int count, const std::string& column,
+                             const std::string& text)
+    {
+        std::vector<sql::Field> fields = {sql::Field("id", sql::type_int, sql::flag_primary_key)};
+        for (int i = 1; i <= count; ++i)
+            fields.emplace_back(column + std::to_string(i), sql::type_text, 0);
+        fields.emplace_back();
+        sql::Table wide(db, table, fields.data());
+        EXPECT_TRUE(wide.create());
+
+        sql::Record row(wide.fields());
+        row.setInteger(0, 1);
+        for (int i = 1; i <= count; ++i)
+            row.setString(i, text);
+        EXPECT_LE(costOf([&] { return wide.addRecord(row); }), 1);
+        EXPECT_LE(costOf([&] { return wide.updateRecord(row); }), 1);
+        EXPECT_EQ(text, cell("select " + column + "1 from " + table));
+    }
+};
+
+TEST_F(LongStatementCostTest, OfManyColumnsIsOneAllocation)
+{
+    expectOneAllocation("t", 100, "c", "''");
+}
+
+TEST_F(LongStatementCostTest, OfLongTextsIsOneAllocation)
+{
+    expectOneAllocation("t", 3, "c", longName);
+}
+
+TEST_F(LongStatementCostTest, OfLongColumnNamesIsOneAllocation)
+{
+    expectOneAllocation("t", 3, std::string(1000, 'c'), "x");
+}
+
+TEST_F(LongStatementCostTest, OfALongTableNameIsOneAllocation)
+{
+    expectOneAllocation(std::string(1000, 't'), 3, "c", "x");
 }
 
 TEST_F(TableCostTest, UpdatingAShortRowTakesNoAllocation)

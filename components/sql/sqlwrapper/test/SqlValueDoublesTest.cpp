@@ -103,16 +103,13 @@ TEST_F(DoubleTextTest, OfEveryEdgeIsAsPrinted)
             EXPECT_TRUE(isWrittenAsPrinted(number)) << std::hexfloat << number;
 }
 
-TEST_F(DoubleTextTest, OfEveryHalfOfASmallNumberIsAsPrinted)
+TEST_F(DoubleTextTest, OfHalvesAroundTheEndOf64BinaryDigitsIsAsPrinted)
 {
-    // Down to where the binary fraction no longer ends within 64 bits.
-    int different = 0;
-    for (int decimal = 0; decimal < 100000; ++decimal) {
-        const double half = (decimal + 0.5) * 1e-8;
+    for (int decimals = 20000; decimals < 30000; ++decimals) { // 1/4096 is 0.00024414
+        const double half = (decimals + 0.5) * 1e-8;
         for (const double number : {std::nextafter(half, 0.0), half, std::nextafter(half, 1.0)})
-            different += isWrittenAsPrinted(number) ? 0 : 1;
+            EXPECT_TRUE(isWrittenAsPrinted(number)) << std::hexfloat << number;
     }
-    EXPECT_EQ(0, different);
 }
 
 TEST_F(DoubleTextTest, OfEveryPowerOfTwoAndItsNeighboursIsAsPrinted)
