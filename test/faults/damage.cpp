@@ -1,6 +1,7 @@
 // Real database files with a byte flipped or an end cut off: no crash, no hang, every failure told.
 // damage --quick | --full | --only FILE:flip:N | FILE:cut:N
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -58,6 +59,20 @@ std::string content(const std::string& path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+const char* current = ""; // the point that is being tried
+
+// What neither SQLite nor the library ends is a hang.
+void hangs(int)
+{
+    const char what[] = ": does not end\n";
+    const char before[] = "failure ";
+    if (write(STDOUT_FILENO, before, sizeof(before) - 1) < 0 ||
+        write(STDOUT_FILENO, current, std::strlen(current)) < 0 ||
+        write(STDOUT_FILENO, what, sizeof(what) - 1) < 0)
+        _exit(2);
+    _exit(1);
+}
+
 int giveUp(void* calls)
 {
     return ++*static_cast<int*>(calls) > 5000;
@@ -79,6 +94,8 @@ public:
         std::ofstream(_path, std::ios::binary)
             .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
         ++_cases;
+        current = point.c_str();
+        alarm(60);
         int calls = 0;
         sql::Database database;
         if (!told(point, "open",
@@ -150,6 +167,7 @@ std::string cut(const std::string& bytes, unsigned seed)
 int main(int argc, char** argv)
 {
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    std::signal(SIGALRM, hangs);
     const std::string folder = "build/faults/files/";
     const Original originals[] = {
         {"inventory", folder + "inventory.db", "packages", inventoryFields},

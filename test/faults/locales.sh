@@ -3,7 +3,7 @@
 set -euo pipefail
 . "$(dirname "$0")/../../scripts/needs.sh"
 
-needs locales
+needs locales tzdata
 folder=build/faults/locales
 mkdir -p "$folder"
 for name in de_DE fr_FR hi_IN ps_AF; do

@@ -64,7 +64,8 @@ long openFiles()
 int main(int argc, char** argv)
 {
     const bool full = argc == 2 && std::strcmp(argv[1], "--full") == 0;
-    const sql::integer rounds = full ? 1000000 : 5000;
+    const bool only = argc == 3 && std::strcmp(argv[1], "--only") == 0; // up to that round
+    const sql::integer rounds = full ? 1000000 : only ? std::atoll(argv[2]) + 1 : 5000;
     const std::string path = "/dev/shm/sqlwrapper-soak-" + std::to_string(getpid()) + ".db";
     int failures = 0;
     long memory = 0, files = 0;
