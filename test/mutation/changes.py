@@ -198,6 +198,18 @@ def regions_of(file, source):
     return regions
 
 
+def without_assertions(tokens):
+    """Without static assertions, which are no part of what runs."""
+    kept = []
+    within = False
+    for token in tokens:
+        within = within or token.text == "static_assert"
+        if not within:
+            kept.append(token)
+        within = within and token.text != ";"
+    return kept
+
+
 def function_regions(every, head, body, end):
     tokens = every.tokens
     if tokens[head].text == "template":
@@ -208,7 +220,8 @@ def function_regions(every, head, body, end):
     name = re.compile(r"(static |const )*(.*?)([\w:]*(?:operator\S+|~?\w+))\($").match(
         every.text(head, opening + 1))
     kind, function = (name.group(2).strip(), name.group(3)) if name else ("", "")
-    regions = [Region(every.file, every.source, tokens[body + 1:end], kind, function)]
+    regions = [Region(every.file, every.source, without_assertions(tokens[body + 1:end]), kind,
+                      function)]
     colon = every.find(every.closing(opening) + 1, ":")
     if colon < body:
         regions.append(Region(every.file, every.source, tokens[colon:body], "initialisers", function))

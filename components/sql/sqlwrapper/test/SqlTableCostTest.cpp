@@ -83,7 +83,7 @@ TEST_F(LongStatementCostTest, OfLongColumnNamesIsOneAllocation)
 
 TEST_F(LongStatementCostTest, OfALongTableNameIsOneAllocation)
 {
-    expectOneAllocation(std::string(1000, 't'), 3, "c", "x");
+    expectOneAllocation(std::string(1000, 't'), 100, "c", "x");
 }
 
 TEST_F(TableCostTest, UpdatingAShortRowTakesNoAllocation)
