@@ -178,7 +178,8 @@ def regions_of(file, source):
     while i < len(tokens):
         text = tokens[i].text
         if text in ("public", "private", "protected"):
-            head = i = i + 1 # at the colon
+            i += 1 # at the colon
+            head = i + 1
         if tokens[i].kind == "op" and text in ";}:" and not (text == ":" and head < i):
             if (text == ";" and head < i and tokens[head].text == "static" and
                     any(token.text == "=" for token in tokens[head:i])):
