@@ -96,7 +96,7 @@ def excess(path, title, subtitle, rows, allowed):
     for i, (row, value) in enumerate(rows.items()):
         y, beyond = top + i * step, (value - 1) * scale
         over = row in allowed and value > allowed[row]
-        picture.text(148, y + 15, row, 13, anchor="end")
+        picture.text(140, y + 15, row, 13, anchor="end")
         picture.text(212, y + 15, percent(value), 13, ALARM if over else INK, "end", "bold")
         picture.box(min(zero, zero + beyond), y + 2, abs(beyond), 17,
                     ALARM if over else COLOURS["library"], 0)

@@ -79,10 +79,10 @@ class Programs:
         names = run([self.folder / "bench_times", "--benchmark_list_tests"])
         return sorted({line.split("/")[0] for line in names.split()})
 
-    def seconds(self, contestant, workload, rows, items=1):
+    def seconds(self, contestant, workload, rows):
         """Processor time of the measured part, on a database in memory."""
-        return float(run([self.folder / "bench_run", contestant, workload, ":memory:", rows,
-                          items], env=self.environment))
+        return float(run([self.folder / "bench_run", contestant, workload, ":memory:", rows],
+                         env=self.environment))
 
     def memory(self, contestant, path, items=1):
         return int(run([self.folder / "bench_memory", contestant, path, items],
@@ -91,17 +91,17 @@ class Programs:
     def make_table(self, path, rows, items=1):
         run([self.folder / "bench_memory", "--make", path, rows, items])
 
-    def instructions(self, contestant, workload, rows, storage="memory"):
-        return self.profile(contestant, workload, rows, storage).total
+    def instructions(self, *arguments, **options):
+        return self.profile(*arguments, **options).total
 
-    def profile(self, contestant, workload, rows, storage="memory", level=None):
+    def profile(self, contestant, workload, rows, storage="memory", items=1, level=None):
         """The measured part, counted by callgrind, with the platform's trace level."""
         with tempfile.TemporaryDirectory(prefix="sqlwrapper-bench-") as folder:
             out = pathlib.Path(folder, "callgrind.out")
             path = ":memory:" if storage == "memory" else pathlib.Path(folder, "bench.db")
             run(["valgrind", "--tool=callgrind", "--instr-atstart=no",
                  f"--callgrind-out-file={out}", self.folder / "bench_run", contestant, workload,
-                 path, rows, *([] if level is None else [1, level])], env=self.environment)
+                 path, rows, items, *([] if level is None else [level])], env=self.environment)
             return Profile(out.read_text())
 
     def times(self, contestant, rows, seconds, storages, folder):
@@ -232,11 +232,11 @@ def memory(programs, contestants, rows, items=1):
                 for contestant in contestants}
 
 
-def cost(programs, contestants, workload, rows, items, rounds):
+def cost(programs, contestants, workload, rows, rounds):
     """The least processor time a row, in seconds, of rounds in which the contestants take turns."""
     least = {}
     for _ in range(rounds):
         for contestant in contestants:
-            seconds = programs.seconds(contestant, workload, rows, items) / rows
+            seconds = programs.seconds(contestant, workload, rows) / rows
             least[contestant] = min(seconds, least.get(contestant, seconds))
     return least

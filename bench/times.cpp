@@ -26,7 +26,7 @@ struct Settings
 
 std::size_t rowsOf(const Workload& work, const Settings& settings)
 {
-    const std::size_t syncs = 500; // a file waits for the disk at each
+    const std::size_t syncs = 100; // a file waits for the disk at each
     const bool autocommit = std::string(work.name) == "insert-autocommit";
     return autocommit ? std::min(settings.rows, syncs) : settings.rows;
 }
