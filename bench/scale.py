@@ -80,7 +80,7 @@ def judge(workload, lines):
 def table(axis, unit, lines):
     """Library and floor, side by side."""
     positions = list(lines["memory"]["floor"])
-    rows = [[f"{name}, {'bytes' if name == 'memory' else unit.split()[0]}"]
+    rows = [["memory, bytes" if name == "memory" else name]
             + [f"{charts.number(pair['library'][p])} / {charts.number(pair['floor'][p])}"
                for p in positions] for name, pair in lines.items()]
     return report.table([f"{unit}, library / floor"] + [f"{p:,} {axis}" for p in positions], rows)
