@@ -39,7 +39,10 @@ function with_links(line, done, target, heading, text) {
         sub(/#.*/, "", target)
         if (target ~ /^https?:/)
             done = done text "](" target (heading == "" ? "" : "#" heading) ")"
-        else if (target == "")
+        else if (text ~ /!\[[^\]]*$/) { # a picture, which doxygen finds by its name
+            sub(/.*\//, "", target)
+            done = done text "](" target ")"
+        } else if (target == "")
             done = done text "](#" label(FILENAME, heading) ")"
         else if (page(target) != "")
             done = done text "](#" label(page(target), heading) ")"
