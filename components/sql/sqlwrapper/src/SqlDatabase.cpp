@@ -6,7 +6,6 @@
 #include <syslog.h>
 
 #include "SqlRecordSet.h"
-#include "StatementText.h"
 
 #define SQLW_SOURCE_NAME "SqlDatabase.cpp"
 
