@@ -22,7 +22,7 @@
 #define CALLGRIND_STOP_INSTRUMENTATION
 #endif
 
-#include "Platform.h"
+#include "platform/Platform.h"
 #include "Workload.h"
 
 namespace
@@ -42,7 +42,7 @@ double run(const std::vector<std::string>& arguments)
     const Data data(std::stoul(arguments[3]), itemsPerRow);
     const std::unique_ptr<Contestant> runner = contestant(arguments[0]).make(itemsPerRow);
     if (arguments.size() > 5)
-        setTraceLevel(std::stoi(arguments[5]));
+        platform::setTraceLevel(std::stoi(arguments[5]));
     runner->open(arguments[2]);
     work.prepare(*runner, data);
 

@@ -19,6 +19,7 @@
 #include <ucontext.h>
 #include <unistd.h>
 
+#include "platform/Platform.h"
 #include "Sql.h"
 
 // The heap: every block of C++ that is in use, and how much of it was asked for.
@@ -58,19 +59,6 @@ void operator delete(void* memory, std::size_t) noexcept
     release(memory);
 }
 
-// The platform. Every line of the log is written, as that takes the most.
-
-static std::int32_t level = 9;
-static struct TraceObject
-{
-    std::int32_t* level;
-} traceObject = {&level};
-
-extern "C" {
-TraceObject* g_traceObject = &traceObject;
-void logAssertFailed(const char*, const char*, int, const char*) {}
-}
-
 namespace
 {
 
@@ -104,13 +92,13 @@ sql::Record item(const sql::Table& table, int id)
 
 void fill(sql::Database& database, sql::Table& table)
 {
-    level = 0;
+    platform::setTraceLevel(0);
     database.transactionBegin();
     table.create();
     for (int id = 1; id <= rows; ++id)
         table.addRecord(item(table, id));
     database.transactionCommit();
-    level = 9;
+    platform::setTraceLevel(9);
 }
 
 double perRow(std::size_t bytes)
@@ -125,7 +113,7 @@ void measureHeap()
     sql::Table table(database.getHandle(), "item", itemFields);
     fill(database, table);
 
-    level = 0;
+    platform::setTraceLevel(0);
     std::unordered_map<void*, std::size_t> held;
     blocks = &held;
     table.open();
@@ -252,6 +240,7 @@ int main()
         return 1;
     }
     close(file);
+    platform::setTraceLevel(9); // every line of the log is written, as that takes the most
     measureStack(path);
     unlink(path);
     measureHeap();

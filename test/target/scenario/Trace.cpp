@@ -1,18 +1,14 @@
 #include "Trace.h"
 
 #include <cstdarg>
-#include <cstdint>
 #include <cstdio>
 #include <ctime>
 
 #include <dlfcn.h>
 #include <sqlite3.h>
 
-static std::int32_t level = 9;
-static struct TraceObject
-{
-    std::int32_t* level;
-} traceObject = {&level};
+#include "platform/Platform.h"
+#include "platform/SystemLog.h"
 
 // SQLite calls its own functions as well, which does not count.
 static int sqliteDepth = 0;
@@ -54,36 +50,17 @@ static void writeLine(int priority, const char* format, va_list args)
     writeEvent(("syslog " + sql::intToStr(priority) + " \"" + format + "\"").c_str(), message);
 }
 
+static void writeReport(const char* expression, const char* path, int line, const char* function)
+{
+    std::printf("  assertion \"%s\" %s:%d \"%s\"\n", expression, path, line, function);
+}
+
 template <typename Function> static Function* real(Function*, const char* name)
 {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
 extern "C" {
-
-TraceObject* g_traceObject = &traceObject;
-
-void logAssertFailed(const char* expression, const char* path, int line, const char* function)
-{
-    std::printf("  assertion \"%s\" %s:%d \"%s\"\n", expression, path, line, function);
-}
-
-void syslog(int priority, const char* format, ...)
-{
-    va_list args;
-    va_start(args, format);
-    writeLine(priority, format, args);
-    va_end(args);
-}
-
-// What glibc's headers make of syslog under _FORTIFY_SOURCE.
-void __syslog_chk(int priority, int, const char* format, ...)
-{
-    va_list args;
-    va_start(args, format);
-    writeLine(priority, format, args);
-    va_end(args);
-}
 
 time_t time(time_t* seconds) noexcept
 {
@@ -120,10 +97,19 @@ int sqlite3_step(sqlite3_stmt* stmt)
 namespace scenario
 {
 
-void setTraceLevel(int newLevel)
+void start()
 {
-    level = newLevel;
-    traceObject.level = newLevel < 0 ? nullptr : &level;
+    platform::setReportSink(writeReport);
+    platform::setLineSink(writeLine);
+    platform::setTraceLevel(9);
+}
+
+void setTraceLevel(int level)
+{
+    if (level < 0)
+        platform::dropTraceLevel();
+    else
+        platform::setTraceLevel(level);
 }
 
 void heading(const char* title)

@@ -21,6 +21,9 @@
 namespace scenario
 {
 
+/// Comes before anything else.
+void start();
+
 /// The platform's trace level. Negative: the platform holds none.
 void setTraceLevel(int level);
 

@@ -9,6 +9,7 @@ int main()
 {
     using namespace scenario;
     setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+    start();
     foundation();
     times();
     timesBeyond32Bits();

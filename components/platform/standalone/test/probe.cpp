@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "platform/SystemLog.h"
 #include "Sql.h"
 #include "SqlStandalone.h"
 
@@ -31,23 +32,6 @@ static void print(int priority, const char* format, va_list args)
     std::printf("\n");
 }
 
-extern "C" void syslog(int priority, const char* format, ...)
-{
-    va_list args;
-    va_start(args, format);
-    print(priority, format, args);
-    va_end(args);
-}
-
-// What glibc's headers make of syslog under _FORTIFY_SOURCE.
-extern "C" void __syslog_chk(int priority, int, const char* format, ...)
-{
-    va_list args;
-    va_start(args, format);
-    print(priority, format, args);
-    va_end(args);
-}
-
 // Every tag once.
 static void useLibrary()
 {
@@ -62,6 +46,7 @@ static struct EarlyUser
 {
     EarlyUser()
     {
+        platform::setLineSink(print);
         std::printf("before main: level %d\n", static_cast<int>(*g_traceObject->level));
         useLibrary();
     }

@@ -13,6 +13,9 @@
 #include <sqlite3.h>
 #include <unistd.h>
 
+#include "platform/Platform.h"
+#include "platform/SystemLog.h"
+
 namespace
 {
 
@@ -22,7 +25,6 @@ bool recording = false;
 int recorderDepth = 0; // above 0 while the recorder itself is at work
 int sqliteDepth = 0;   // above 0 within SQLite, whose own calls of its functions do not count
 long allocationCount = 0;
-std::int32_t theLevel = 0;
 
 class Within
 {
@@ -108,8 +110,15 @@ void writeLine(int priority, const char* format, va_list args)
     expectCallAt(sourceFolder + file, line);
 
     if (theFaults.levelAfterNextLine >= 0)
-        theLevel = theFaults.levelAfterNextLine;
+        platform::setTraceLevel(theFaults.levelAfterNextLine);
     theFaults.levelAfterNextLine = -1;
+}
+
+void writeReport(const char* expression, const char* path, int line, const char* function)
+{
+    const Within recorder(recorderDepth);
+    record(std::string("logAssertFailed \"") + expression + "\" " + path + " \"" + function + "\"");
+    expectCallAt(path, line);
 }
 
 // Not from the named locale, which the C library leaks when it is made for C++.
@@ -209,43 +218,9 @@ ProgramLocale::~ProgramLocale()
 
 } // namespace sqltest
 
-// The platform
-
-static struct TraceObject
-{
-    std::int32_t* level;
-    int more;
-} theTraceObject = {&theLevel, 0};
+// The system
 
 extern "C" {
-
-TraceObject* g_traceObject = nullptr;
-
-void logAssertFailed(const char* expression, const char* path, int line, const char* function)
-{
-    const Within recorder(recorderDepth);
-    record(std::string("logAssertFailed \"") + expression + "\" " + path + " \"" + function + "\"");
-    expectCallAt(path, line);
-}
-
-void syslog(int priority, const char* format, ...)
-{
-    va_list args;
-    va_start(args, format);
-    writeLine(priority, format, args);
-    va_end(args);
-}
-
-// What glibc's headers make of syslog under _FORTIFY_SOURCE.
-void __syslog_chk(int priority, int, const char* format, ...)
-{
-    va_list args;
-    va_start(args, format);
-    writeLine(priority, format, args);
-    va_end(args);
-}
-
-// The system
 
 time_t time(time_t* seconds) noexcept
 {
@@ -398,6 +373,8 @@ Test::Test() : faults(theFaults)
     events.clear();
     theFaults = Faults();
     recording = true;
+    platform::setReportSink(writeReport);
+    platform::setLineSink(writeLine);
     setTraceLevel(9);
 }
 
@@ -409,19 +386,17 @@ Test::~Test()
 
 void Test::setTraceLevel(int level)
 {
-    theLevel = level;
-    theTraceObject.level = &theLevel;
-    g_traceObject = &theTraceObject;
+    platform::setTraceLevel(level);
 }
 
 void Test::dropTraceObject()
 {
-    g_traceObject = nullptr;
+    platform::dropTraceObject();
 }
 
 void Test::dropTraceLevel()
 {
-    theTraceObject.level = nullptr;
+    platform::dropTraceLevel();
 }
 
 std::string Test::recorded()
