@@ -93,6 +93,7 @@ void listToVector(string list, std::vector<string>& items, const char* delimiter
 
 // What follows serves the sources of the library, and is no part of its interface. A source that
 // uses it names itself in SQLW_SOURCE_NAME and includes <syslog.h>.
+/// @cond
 
 namespace sql
 {
@@ -148,5 +149,7 @@ SQLW_INTERNAL bool assertionFailed(const char* expression, const char* path, int
     ::syslog(priority, tag " %s:%d (%s) - " text, SQLW_SOURCE_NAME, __LINE__, __func__)
 #define SQLW_LINE(priority, tag, text, ...)                                                        \
     ::syslog(priority, tag " %s:%d (%s) - " text, SQLW_SOURCE_NAME, __LINE__, __func__, __VA_ARGS__)
+
+/// @endcond
 
 #endif

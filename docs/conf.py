@@ -1,0 +1,45 @@
+# How Sphinx makes the pages and the manual pages. docs/build runs it.
+
+import os
+import pathlib
+import re
+
+from sphinx.util.nodes import make_refnode
+
+root = pathlib.Path(__file__).resolve().parent.parent
+build = (root / "CMakeLists.txt").read_text(encoding="utf-8")
+project = "sqlwrapper"
+version = release = re.search(r"project\(\w+ VERSION (\S+)", build)[1]
+brief = re.search(r'DESCRIPTION "([^"]*)"', build)[1]
+
+extensions = ["breathe", "myst_parser", "sphinx.ext.graphviz", "sphinx_copybutton"]
+highlight_language = "text"
+today = release  # a page of the manual belongs to a version, not to the day on which it was made
+
+breathe_projects = {project: os.environ["SQLW_OUTPUT"] + "/xml"}
+breathe_default_project = project
+graphviz_output_format = "svg"
+myst_heading_anchors = 4
+
+html_theme = "furo"
+html_title = f"{project} {release}"
+html_copy_source = False
+
+classes = ["Database", "Table", "Record", "RecordSet", "FieldSet", "Field", "Value", "Time"]
+man_make_section_directory = True
+man_show_urls = False
+man_pages = [(f"reference/{name}", f"sql::{name}", f"{brief}: {name}", "", 3) for name in classes]
+man_pages += [("reference/functions", "sqlwrapper", f"{brief}: functions", "", 3)]
+
+# Documents of the project that lie elsewhere, and the pages that include them.
+elsewhere = {"components/platform/standalone/README.md": "reference/standalone-platform"}
+
+
+def lead_to_page(app, env, node, content):
+    target = (root / "docs" / env.docname).parent / node.get("reftarget", "")
+    page = elsewhere.get(os.path.relpath(target, root))
+    return page and make_refnode(app.builder, env.docname, page, None, content)
+
+
+def setup(app):
+    app.connect("missing-reference", lead_to_page)
