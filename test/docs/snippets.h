@@ -59,6 +59,17 @@ inline std::string shown(const char* text)
     return shown(std::string(text));
 }
 
+// A word of a table, which has no quotes there.
+struct Word
+{
+    const char* text;
+};
+
+inline std::string shown(const Word& word)
+{
+    return word.text;
+}
+
 inline std::string shown(const void* pointer)
 {
     return pointer ? "a pointer" : "null";
@@ -68,7 +79,7 @@ template <typename Result> void check(int line, const Result& result, const char
 {
     if (shown(result) == remark)
         return;
-    std::cout << "line " << line << ": gives " << shown(result) << ", told is " << remark << "\n";
+    std::cout << "line " << line << ": gives " << shown(result) << ", not " << remark << "\n";
     ++failures;
 }
 

@@ -12,9 +12,10 @@ namespace sql
 /// A table: its name, its columns, and the rows of its last read.
 ///
 /// Borrows the connection, which must outlive its use. Owns its columns and the rows held: a
-/// `Record*` of a table is valid until its next read, that is the next `open`, `query`, `create`,
-/// `truncate`, `remove`, `getRecordByKeyId` or `initTable`. The other operations leave the rows
-/// held as they are. One thread at a time.
+/// `Record*` of a table is valid until the next `open`, `query`, `create`, `truncate`, `remove`,
+/// `getRecordByKeyId`, `initTable` or `backup` (of a backup, on either side), and until the table is
+/// assigned to or destroyed. A `create` that finds the table, and every other operation, leaves the
+/// rows held as they are. One thread at a time.
 ///
 /// Names and conditions go into SQL as they stand: literals in a condition are the caller's to
 /// quote (`quoteStr`). Where nothing else is said, an operation that fails answers false after the
