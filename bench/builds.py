@@ -18,10 +18,10 @@ def run(programs, folder, into):
     builds = {PRESENT: programs}
     for name in names():
         if (folder / name).is_dir():
-            builds[name] = programs.with_sqlite((folder / name).resolve())
+            builds[name] = programs.with_sqlite((folder / name / "lib").resolve())
     counts = counted(builds)
     times = timed(builds) if isinstance(programs, measure.Programs) else {}
-    sizes = {name: (folder / name / "libsqlite3.so.0").stat().st_size
+    sizes = {name: (folder / name / "lib/libsqlite3.so.0").stat().st_size
              for name in builds if name != PRESENT}
     write(into, folder.name, programs.about(), counts, times, sizes)
     return []

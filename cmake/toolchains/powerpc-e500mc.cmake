@@ -1,5 +1,6 @@
 # 32-bit big-endian PowerPC with an e500mc core: Debian's cross compiler, and qemu to run what it
-# makes. Libraries for the target are looked for in CMAKE_FIND_ROOT_PATH and in the compiler's root.
+# makes. Libraries for the target are looked for in CMAKE_FIND_ROOT_PATH, where the scripts build
+# them, and in the compiler's root.
 
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR ppc)
@@ -9,7 +10,9 @@ set(CMAKE_CXX_COMPILER powerpc-linux-gnu-g++)
 set(CMAKE_C_FLAGS_INIT -mcpu=e500mc)
 set(CMAKE_CXX_FLAGS_INIT -mcpu=e500mc)
 
-list(APPEND CMAKE_FIND_ROOT_PATH /usr/powerpc-linux-gnu)
+get_filename_component(target_deps ${CMAKE_CURRENT_LIST_DIR}/../../build/target-deps ABSOLUTE)
+list(APPEND CMAKE_FIND_ROOT_PATH
+  ${target_deps}/sqlite ${target_deps}/googletest /usr/powerpc-linux-gnu)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)

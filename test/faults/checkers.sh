@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Runs the class tests under every checker: checkers.sh --quick | --full | --only CHECKER
 set -euo pipefail
-. "$(dirname "$0")/../../scripts/target.sh"
+. "$(dirname "$0")/../../scripts/lib/machine.sh"
 
 all=(threads gcc-asan clang-asan debug-stl-unsigned-char valgrind-signed-char target-ubsan)
 quick=(threads)

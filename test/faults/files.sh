@@ -2,7 +2,7 @@
 # Brings two real database files into build/faults/files: the inventory that the example makes, and
 # one from a Debian package that nobody here wrote.
 set -euo pipefail
-. "$(dirname "$0")/../../scripts/needs.sh"
+. "$(dirname "$0")/../../scripts/lib/common.sh"
 
 files=build/faults/files
 mkdir -p "$files"

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Makes locales with other decimal points in build/faults/locales, for LOCPATH.
 set -euo pipefail
-. "$(dirname "$0")/../../scripts/needs.sh"
+. "$(dirname "$0")/../../scripts/lib/common.sh"
 
 needs locales tzdata
 folder=build/faults/locales

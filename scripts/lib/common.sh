@@ -1,0 +1,92 @@
+# shellcheck shell=bash disable=SC2034
+# What the scripts have in common. Each sources this file, or machine.sh, with its own arguments.
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+build_packages=(g++ cmake make libsqlite3-dev)
+test_packages=("${build_packages[@]}" libgtest-dev sqlite3 locales python3)
+
+say() { printf '%s\n' "$*"; }
+die() {
+    printf '%s: %s\n' "${0##*/}" "$*" >&2
+    exit 1
+}
+
+# The comment at the head of a script is its help.
+if [[ ${1:-} == --help ]]; then
+    sed -n '2,/^[^#]/s/^#\( \|$\)//p' "$0"
+    exit
+fi
+refuse() { die "unknown argument '$1'; see ${0##*/} --help"; }
+
+cd "$root" || exit 1
+mkdir -p build
+
+# alone NAME: waits until no other process holds the lock of that name, and holds it until released.
+alone() {
+    mkdir -p "$(dirname "build/$1")"
+    exec {lock}>"build/$1.lock"
+    flock "$lock"
+}
+release() { exec {lock}>&-; }
+
+# quietly LOG COMMAND...: runs it, and when it fails shows the log and ends. Not for conditions, in
+# which a function would run without errexit.
+quietly() {
+    local log=$1 result
+    shift
+    set +e
+    (set -e; "$@") >"$log" 2>&1
+    result=$?
+    set -e
+    ((result)) || return 0
+    cat "$log" >&2
+    die "failed, as shown above and in $log: $*"
+}
+
+# needs PACKAGE...: installs the Debian packages that are missing.
+needs() {
+    local package missing=()
+    command -v dpkg-query >/dev/null ||
+        die "this is not a Debian system; install what these packages hold: $*"
+    for package; do
+        [[ $(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) == installed ]] ||
+            missing+=("$package")
+    done
+    ((${#missing[@]})) || return 0
+
+    say "installing ${missing[*]}"
+    alone packages
+    as_root apt-get -q -q update &&
+        as_root env DEBIAN_FRONTEND=noninteractive apt-get -q -q -y --no-install-recommends \
+            -o DPkg::Lock::Timeout=600 install "${missing[@]}" >/dev/null ||
+        die "could not install what is missing; as root, run: apt-get install ${missing[*]}"
+    release
+}
+as_root() { if ((EUID)); then sudo "$@"; else "$@"; fi; }
+
+# build_in FOLDER [CMAKE-OPTION...] [-- TARGET...]: configures and builds.
+build_in() {
+    local folder=$1 options=()
+    shift
+    while (($#)) && [[ $1 != -- ]]; do
+        options+=("$1")
+        shift
+    done
+    alone "${folder#build/}"
+    quietly "$folder.log" cmake_build "$@"
+    release
+}
+cmake_build() { # -- [TARGET...], with the folder and the options of build_in
+    cmake -B "$folder" "${options[@]}"
+    cmake --build "$folder" -j "$(nproc)" ${2:+--target "${@:2}"}
+}
+
+# build PRESET [TARGET...]
+build() { build_in "build/$1" --preset "$1" -- "${@:2}"; }
+
+# build_googletest FOLDER [CMAKE-OPTION...]: from Debian's sources, into a folder.
+build_googletest() {
+    needs googletest
+    build_in "$1/build" -S /usr/src/googletest -DCMAKE_INSTALL_PREFIX="$root/$1" -DBUILD_GMOCK=OFF \
+        "${@:2}" -- install
+}

@@ -1,0 +1,50 @@
+# shellcheck shell=bash disable=SC2034
+# Sourced, in place of common.sh, by what builds for the target too.
+
+. "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+target_toolchain=cmake/toolchains/powerpc-e500mc.cmake
+# Where the target's libraries are that are no part of the cross compiler: the toolchain file looks
+# for them there.
+target_sqlite=build/target-deps/sqlite
+target_googletest=build/target-deps/googletest
+
+# toolchain VARIABLE: what the toolchain file sets it to.
+toolchain() { sed -n "s/^set($1 \(.*\))\$/\1/p" "$root/$target_toolchain"; }
+
+# on_target PROGRAM [ARGUMENT...]: runs in the emulator what was built for the target.
+on_target() {
+    local emulator
+    read -ra emulator < <(toolchain CMAKE_CROSSCOMPILING_EMULATOR)
+    "${emulator[@]}" "$@"
+}
+
+# prepare_target: brings the cross compiler, the emulator, and SQLite and GoogleTest for the target.
+prepare_target() {
+    needs "${build_packages[@]}" g++-powerpc-linux-gnu qemu-user
+    on_target /usr/powerpc-linux-gnu/lib/ld.so.1 --version >/dev/null 2>&1 ||
+        die "qemu-ppc is missing or cannot run programs of the target; reinstall qemu-user"
+    scripts/lib/sqlite "$target_sqlite" target debian --debian
+    build_googletest "$target_googletest" "-DCMAKE_TOOLCHAIN_FILE=$root/$target_toolchain" \
+        -DCMAKE_BUILD_TYPE=Release
+}
+
+# use_machine host | target: prepares it, and sets what depends on it.
+use_machine() {
+    machine=$1
+    case $1 in
+        host)
+            machine_options=(-DCMAKE_CXX_COMPILER=g++)
+            tools=
+            run_on_machine() { "$@"; }
+            ;;
+        target)
+            prepare_target
+            machine_options=("-DCMAKE_TOOLCHAIN_FILE=$root/$target_toolchain")
+            tools=$(toolchain CMAKE_C_COMPILER)
+            tools=${tools%gcc}
+            run_on_machine() { on_target "$@"; }
+            ;;
+        *) die "no machine '$1'; there are: host target" ;;
+    esac
+}
