@@ -4,6 +4,7 @@ import os
 import pathlib
 import re
 
+import furo
 from sphinx.util.nodes import make_refnode
 
 root = pathlib.Path(__file__).resolve().parent.parent
@@ -24,6 +25,12 @@ myst_heading_anchors = 4
 html_theme = "furo"
 html_title = f"{project} {release}"
 html_copy_source = False
+# Debian's Furo lacks its dark colours, and asks a web server for the style sheet below its own.
+colours = pathlib.Path(furo.__file__).parent / "assets/styles/variables/_colors.scss"
+dark = re.findall(r"--([\w-]+): ([^;]+);", colours.read_text().partition("@mixin colors-dark")[2])
+html_theme_options = {"dark_css_variables": dict(dark)}
+html_static_path = ["/usr/share/javascript/normalize.css/normalize.min.css"]
+html_css_files = [("normalize.min.css", {"priority": 100})]
 
 classes = ["Database", "Table", "Record", "RecordSet", "FieldSet", "Field", "Value", "Time"]
 man_make_section_directory = True

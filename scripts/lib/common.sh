@@ -3,6 +3,8 @@
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 build_packages=(g++ cmake make libsqlite3-dev)
+docs_packages=(doxygen graphviz furo python3-breathe python3-myst-parser python3-sphinx
+    python3-sphinx-copybutton)
 test_packages=("${build_packages[@]}" libgtest-dev sqlite3 locales python3)
 
 say() { printf '%s\n' "$*"; }

@@ -1,0 +1,141 @@
+#!/usr/bin/python3
+"""Reads the pages as people do, in a browser: browser_test.py FOLDER
+
+Takes a picture of every page at two widths, light and dark, in FOLDER/pictures. Fails for a page
+wider than its window, a picture that is clipped, a table that cannot be scrolled to its end, a link
+or an anchor that is dead, a page that no page leads to, and for words and lines of the log whose page
+is not among the first hits of the search.
+"""
+
+import pathlib
+import sys
+import time
+import urllib.parse
+
+from selenium import webdriver
+
+WIDTHS = {"wide": 1280, "narrow": 400}
+HITS = 3
+
+# What is wider than it may be, as words for people.
+MEASURE = """
+const faults = [], page = document.documentElement;
+if (page.scrollWidth > page.clientWidth) faults.push(`the page is ${page.scrollWidth} pixels wide`);
+function scrolls(node) {
+    for (let parent = node.parentElement; parent; parent = parent.parentElement)
+        if (["auto", "scroll"].includes(getComputedStyle(parent).overflowX)) return true;
+    return false;
+}
+for (const node of document.querySelectorAll("article table, article img, article object, article svg")) {
+    const box = node.getBoundingClientRect(), room = document.querySelector("article").getBoundingClientRect();
+    if (box.right > room.right + 1 && !scrolls(node))
+        faults.push(`a ${node.tagName.toLowerCase()} ends at ${Math.round(box.right)} pixels`);
+    if (node.tagName === "IMG" && node.naturalWidth === 0) faults.push(`${node.src} does not load`);
+}
+return faults;
+"""
+READ = """
+return {links: [...document.links].map(link => link.href), anchors: [...document.querySelectorAll("[id]")].map(node => node.id)};
+"""
+SEARCH = "return [...document.querySelectorAll('#search-results li a')].map(link => link.getAttribute('href'));"
+
+
+def browser():
+    options = webdriver.ChromeOptions()
+    for option in ("headless=new", "no-sandbox", "disable-gpu", "disable-background-networking",
+                   "no-first-run", "allow-file-access-from-files", "hide-scrollbars"):
+        options.add_argument(f"--{option}")
+    return webdriver.Chrome(options=options)
+
+
+def take_pictures(driver, folder, pages):
+    """What does not fit, page by page."""
+    pictures = folder / "pictures"
+    for theme in "light", "dark":
+        feature = {"name": "prefers-color-scheme", "value": theme}
+        driver.execute_cdp_cmd("Emulation.setEmulatedMedia", {"features": [feature]})
+        for window, width in WIDTHS.items():
+            size = {"width": width, "height": 900, "deviceScaleFactor": 1, "mobile": False}
+            driver.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", size)
+            for page in pages:
+                driver.get(page.as_uri())
+                name = page.relative_to(folder / "html").with_suffix("").as_posix()
+                for fault in driver.execute_script(MEASURE):
+                    yield f"{name}, {window}, {theme}: {fault}"
+                picture = pictures / f"{name}-{window}-{theme}.png"
+                picture.parent.mkdir(parents=True, exist_ok=True)
+                driver.save_screenshot(str(picture))
+
+
+def follow_links(driver, folder, pages):
+    """Links that lead nowhere, and pages to which none leads."""
+    found = {}
+    for page in pages:
+        driver.get(page.as_uri())
+        found[page] = driver.execute_script(READ)
+    reached, next_pages = set(), [folder / "html/index.html"]
+    while next_pages:
+        page = next_pages.pop()
+        if page in reached:
+            continue
+        reached.add(page)
+        for link in found[page]["links"]:
+            address = urllib.parse.urlsplit(link)
+            target = pathlib.Path(urllib.parse.unquote(address.path))
+            if address.scheme != "file":
+                continue
+            if not target.exists():
+                yield f"{page.name}: {link} leads nowhere"
+            elif target in found:
+                next_pages.append(target)
+                anchor = urllib.parse.unquote(address.fragment)
+                if anchor and anchor not in found[target]["anchors"]:
+                    yield f"{page.name}: {target.name} has no place {anchor}"
+    for page in set(pages) - reached:
+        yield f"{page.name}: no page leads to it"
+
+
+def hits(driver, folder, words):
+    """The first pages that the search finds."""
+    driver.get((folder / "html/search.html").as_uri() + "?q=" + urllib.parse.quote(words))
+    end = time.monotonic() + 10
+    while time.monotonic() < end:
+        if driver.execute_script("return document.querySelector('#search-results p.search-summary')"
+                                 "?.innerText.match(/found|match/) != null"):
+            break
+        time.sleep(0.05)
+    pages = []
+    for link in driver.execute_script(SEARCH):
+        page = link.split("?")[0].split("#")[0].removesuffix(".html")
+        if page not in pages:
+            pages.append(page)
+    return pages[:HITS]
+
+
+def search(driver, folder):
+    """Questions whose page is not among the first hits."""
+    for line in (pathlib.Path(__file__).parent / "questions").read_text(encoding="utf-8").splitlines():
+        if not line or line.startswith("#"):
+            continue
+        page, _, words = line.partition(" | ")
+        first = hits(driver, folder, words)
+        if not set(page.split()) & set(first):
+            yield f"the search for '{words}' finds {first or 'nothing'}, not {page}"
+
+
+def main(folder):
+    pages = sorted(path for path in folder.glob("html/**/*.html")
+                   if path.stem not in ("search", "genindex"))
+    driver = browser()
+    try:
+        faults = [*take_pictures(driver, folder, pages), *follow_links(driver, folder, pages),
+                  *search(driver, folder)]
+    finally:
+        driver.quit()
+    print("\n".join(faults) if faults else
+          f"passed: {len(pages)} pages fit, their links hold, and the search finds them")
+    return 1 if faults or not pages else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(pathlib.Path(sys.argv[1]).resolve()))
