@@ -23,13 +23,11 @@ bool fill(sql::Table& sensors)
     return sensors.addOrUpdateRecord(8, record);
 }
 
-bool change(sql::Table& sensors)
+// One column of one row. The others stay as they are in the file.
+bool change(sql::Database& database)
 {
-    sql::Record* gearbox = sensors.getRecordByKeyId(7);
-    if (!gearbox)
-        return false;
-    gearbox->setDouble("celsius", 65);
-    return sensors.updateRecord(*gearbox);
+    return sql::RecordSet(database.getHandle())
+        .query("update sensor set celsius = 65 where id = 7");
 }
 
 void print(sql::Table& sensors)
@@ -50,7 +48,7 @@ int main()
     if (!database.open("sensors.db", sql::Database::read_write_create, false, 1000))
         return 1;
     sql::Table sensors(database.getHandle(), "sensor", sensorColumns);
-    if (!sensors.create() || !fill(sensors) || !change(sensors) || !sensors.open())
+    if (!sensors.create() || !fill(sensors) || !change(database) || !sensors.open())
         return 1;
     print(sensors);
     return 0;

@@ -5,38 +5,11 @@
 
 #include <Sql.h>
 
-const sql::Field accountColumns[] = {sql::Field("id", sql::type_int, sql::flag_primary_key),
-                                     sql::Field("litres", sql::type_int, sql::flag_not_null),
-                                     sql::Field()};
+#include "Transaction.h"
 
-// Undoes what was written, unless it is committed. It takes the lock for writing at once.
-class Transaction
-{
-public:
-    explicit Transaction(sql::Database& database) : _database(database)
-    {
-        _open = sql::RecordSet(database.getHandle()).query("BEGIN IMMEDIATE");
-    }
-    ~Transaction()
-    {
-        if (_open)
-            _database.transactionRollback();
-    }
-    Transaction(const Transaction&) = delete;
-    Transaction& operator=(const Transaction&) = delete;
-
-    bool isOpen() const { return _open; }
-    bool commit()
-    {
-        if (_open && _database.transactionCommit())
-            _open = false;
-        return !_open;
-    }
-
-private:
-    sql::Database& _database;
-    bool _open;
-};
+const sql::Field tankColumns[] = {sql::Field("id", sql::type_int, sql::flag_primary_key),
+                                  sql::Field("litres", sql::type_int, sql::flag_not_null),
+                                  sql::Field()};
 
 bool add(sql::Table& tanks, sql::integer id, sql::integer litres)
 {
@@ -50,7 +23,7 @@ bool add(sql::Table& tanks, sql::integer id, sql::integer litres)
 
 bool pump(sql::Database& database, int from, int to, int litres)
 {
-    sql::Table tanks(database.getHandle(), "tank", accountColumns);
+    sql::Table tanks(database.getHandle(), "tank", tankColumns);
     Transaction transaction(database);
     return transaction.isOpen() && add(tanks, to, litres) && add(tanks, from, -litres) &&
            transaction.commit();
@@ -58,9 +31,10 @@ bool pump(sql::Database& database, int from, int to, int litres)
 
 bool fill(sql::Database& database)
 {
-    sql::Table tanks(database.getHandle(), "tank", accountColumns);
+    Transaction transaction(database);
+    sql::Table tanks(database.getHandle(), "tank", tankColumns);
     sql::Record tank(tanks.fields());
-    if (!tanks.create())
+    if (!transaction.isOpen() || !tanks.create())
         return false;
     for (const int id : {1, 2}) {
         tank.setInteger("id", id);
@@ -68,33 +42,35 @@ bool fill(sql::Database& database)
         if (!tanks.addRecord(tank))
             return false;
     }
-    return true;
+    return transaction.commit();
 }
 
 void show(sql::Database& database)
 {
-    sql::Table tanks(database.getHandle(), "tank", accountColumns);
+    sql::Table tanks(database.getHandle(), "tank", tankColumns);
     if (tanks.open())
         std::cout << tanks.getRecord(0)->toString() << "  " << tanks.getRecord(1)->toString()
                   << "\n";
 }
 
-// Both have read before either writes. One of them cannot go on, and has to begin anew.
+// Both have read before either writes. One of them cannot go on, and has to begin again.
 void readFirst(sql::Database& first, sql::Database& second)
 {
-    sql::Table mine(first.getHandle(), "tank", accountColumns);
-    sql::Table yours(second.getHandle(), "tank", accountColumns);
-    first.transactionBegin();
-    second.transactionBegin();
-    mine.open();
-    yours.open();
-    std::cout << "first writes: " << add(mine, 1, 1) << "\n";
-    std::cout << "second writes: " << add(yours, 1, 1) << "\n";
-    second.transactionRollback();
-    std::cout << "first commits: " << first.transactionCommit() << "\n";
+    sql::Table mine(first.getHandle(), "tank", tankColumns);
+    sql::Table yours(second.getHandle(), "tank", tankColumns);
+    Transaction one(first, "BEGIN");
+    {
+        Transaction two(second, "BEGIN");
+        mine.open();
+        yours.open();
+        std::cout << "first writes: " << add(mine, 1, 1) << "\n";
+        std::cout << "second writes: " << add(yours, 1, 1) << "\n";
+        std::cout << "first commits: " << one.commit() << "\n";
+    }
+    std::cout << "first commits again: " << one.commit() << "\n";
 }
 
-// Who comes second learns it before any work is done, or waits.
+// The second writer waits, or learns that it cannot write, before it has done any work.
 void beginAtOnce(sql::Database& first, sql::Database& second)
 {
     Transaction mine(first);

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """A guide quotes its program and the output as they are: guide_test.py ROOT GUIDE COMMAND...
 
-Each C++ block of docs/guides/GUIDE.md stands in examples/guides/GUIDE.cpp, and the program, run in
-an empty folder, prints the text blocks, one after the other. Lines of sources move, so their
-numbers in log lines are not compared.
+Each C++ block of docs/guides/GUIDE.md is in examples/guides/GUIDE.cpp or in a header of that folder
+which it includes. The program, run in an empty folder, prints the text blocks, one after the other.
+Lines of sources move: the guides write N for their numbers.
 """
 
 import pathlib
@@ -22,8 +22,15 @@ def unindented(text):
     return [line.strip() for line in text.splitlines() if line.strip()]
 
 
-def stands_in(block, program):
-    """Whether the lines of a block stand together in the program, but for blank lines and indents."""
+def sources(folder, guide):
+    """The program of a guide, and the headers that are its own."""
+    program = (folder / f"{guide}.cpp").read_text(encoding="utf-8")
+    headers = re.findall(r'^#include "(\w+\.h)"', program, re.MULTILINE)
+    return [program, *((folder / header).read_text(encoding="utf-8") for header in headers)]
+
+
+def is_in(block, program):
+    """Whether the lines of a block are together in a program, but for blank lines and indents."""
     lines = unindented(block)
     places = range(len(program) - len(lines) + 1)
     return any(program[place : place + len(lines)] == lines for place in places)
@@ -35,12 +42,12 @@ def without_numbers(text):
 
 def main(root, guide, command):
     document = root / f"docs/guides/{guide}.md"
-    program = unindented((root / f"examples/guides/{guide}.cpp").read_text(encoding="utf-8"))
+    programs = [unindented(text) for text in sources(root / "examples/guides", guide)]
 
     quoted = list(markdown.blocks(document, "cpp"))
     faults = [] if quoted else [f"{document}: quotes nothing of the program"]
     for number, lines in quoted:
-        if not stands_in(textwrap.dedent("\n".join(lines)), program):
+        if not any(is_in(textwrap.dedent("\n".join(lines)), program) for program in programs):
             faults.append(f"{document}:{number}: {guide}.cpp has other lines")
 
     with tempfile.TemporaryDirectory() as folder:
@@ -48,11 +55,11 @@ def main(root, guide, command):
             command, cwd=folder, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False
         )
     output = run.stdout.decode().replace("\r\n", "\n")
-    told = "".join("\n".join(lines) + "\n" for _, lines in markdown.blocks(document, "text"))
+    expected = "".join("\n".join(lines) + "\n" for _, lines in markdown.blocks(document, "text"))
     if run.returncode != 0:
         faults.append(f"{guide} ends with {run.returncode}")
-    if without_numbers(output) != without_numbers(told):
-        faults.append(f"{guide} prints:\n{output}in place of:\n{told}")
+    if without_numbers(output) != expected:
+        faults.append(f"{guide} prints:\n{output}instead of:\n{expected}")
 
     print("\n".join(faults) if faults else f"{guide}: {len(quoted)} quotations, and the output")
     return 1 if faults else 0
