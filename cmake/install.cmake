@@ -69,3 +69,10 @@ if(SQLWRAPPER_BUILD_DOCS)
   install(DIRECTORY ${PROJECT_BINARY_DIR}/docs/man/
     DESTINATION ${CMAKE_INSTALL_MANDIR} COMPONENT documentation)
 endif()
+
+# What the last installation from this build folder has written, as cmake --install lists it.
+if(SQLWRAPPER_IS_TOP_LEVEL)
+  add_custom_target(uninstall
+    COMMAND ${CMAKE_COMMAND} -P ${CMAKE_CURRENT_LIST_DIR}/uninstall.cmake
+    WORKING_DIRECTORY ${PROJECT_BINARY_DIR} VERBATIM)
+endif()

@@ -1,8 +1,11 @@
 #!/usr/bin/env python3
-"""The program in README.md gives the output that stands below it.
+"""The program in README.md prints the output below it.
 
     readme_test.py README PROGRAM [ARGUMENT...]   as built elsewhere
-    readme_test.py README                         as built by the command that README.md gives
+    readme_test.py README                         as built by the command in README.md
+
+That command must build it with link-time optimisation, too, which sees both sides of the platform's
+symbols, and without a warning.
 """
 
 import pathlib
@@ -21,7 +24,11 @@ def build(readme, folder):
     (folder / "components").symlink_to(readme.parent / "components")
     (folder / "app.cpp").write_text(text(readme, "cpp", 0), encoding="utf-8")
     (folder / "platform.cpp").write_text(text(readme, "cpp", 1), encoding="utf-8")
-    subprocess.run(["bash", "-c", text(readme, "sh")], cwd=folder, check=True)
+    command = text(readme, "sh")
+    for options in "-flto -Werror", "":
+        subprocess.run(
+            ["bash", "-c", command.replace("g++", f"g++ {options}", 1)], cwd=folder, check=True
+        )
     return ["./app"]
 
 
@@ -32,7 +39,7 @@ def main(readme, command):
         for run in "first", "second":  # which finds the file of the first
             output = subprocess.run(command, cwd=folder, stdout=subprocess.PIPE, check=True).stdout
             if output.decode() != expected:
-                print(f"the {run} run gives:\n{output.decode()}in place of:\n{expected}", end="")
+                print(f"the {run} run prints:\n{output.decode()}instead of:\n{expected}", end="")
                 return 1
     return 0
 
