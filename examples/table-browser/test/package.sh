@@ -6,23 +6,20 @@ database=$1
 shift
 before=$(sha256sum "$database")
 
-# compare TABLE COLUMN:TYPE,... CLAUSES OPTION...: the clauses are what the options stand for in SQL.
+# The columns are as wide as their widest cell, which the shell counts in characters and the browser
+# in columns of the terminal: cells are compared, not what separates them.
+cells() { sed -e 's/^ *//' -e 's/ *$//' -e 's/   */\t/g'; }
+
+# compare TABLE COLUMN:TYPE,... CLAUSES OPTION...: the clauses are what the options mean in SQL.
 compare() {
-    local table=$1 description=$2 clauses=$3 column name width
-    local columns='' widths=() expected output
+    local table=$1 description=$2 clauses=$3 column columns='' expected output
     shift 3
     for column in ${description//,/ }; do
-        name=${column%:*}
-        columns+=${columns:+, }$name
-        width=$(sqlite3 -readonly "$database" "select max(length('$name'), max(length($name)))
-                                               from (select * from $table $clauses)")
-        [[ $column == *:text ]] || width=-$width # numbers stand to the right
-        widths+=("$width")
+        columns+=${columns:+, }${column%:*}
     done
-    expected=$(sqlite3 -readonly -nullvalue null -cmd '.mode column --wrap 0' -cmd '.headers on' \
-        -cmd ".width ${widths[*]}" "$database" "select $columns from $table $clauses" |
-        sed -e 2d -e 's/ *$//')
-    output=$("${browser[@]}" "$database" "$table" "$description" "$@")
+    expected=$(sqlite3 -readonly -nullvalue $'\1' -cmd '.mode column --wrap 0' -cmd '.headers on' \
+        "$database" "select $columns from $table $clauses" | sed -e 2d -e 's/\\/\\\\/g' -e 's/\x01/\\N/g' | cells)
+    output=$("${browser[@]}" "$database" "$table" "$description" "$@" | cells)
     (($(wc -l <<<"$expected") > 1)) || { echo "the shell prints nothing for $table $clauses"; exit 1; }
     [[ $output == "$expected" ]] || {
         diff <(echo "$expected") <(echo "$output") || true
