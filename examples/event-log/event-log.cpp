@@ -8,8 +8,16 @@
 
 #include <Sql.h>
 
+#include "DatabaseFile.h"
+#include "Program.h"
+#include "Terminal.h"
+
 namespace
 {
+
+using support::Arguments;
+using support::Failure;
+using support::wrongUsage;
 
 const char usage[] =
     "usage: event-log FILE append SOURCE TEXT [SIZE]   add an event\n"
@@ -17,17 +25,10 @@ const char usage[] =
     "       event-log FILE rotate                      put aside all events\n"
     "       event-log FILE backup COPY                 copy the log to another file\n"
     "\n"
-    "A log that has SIZE events (1000) is full: it is rotated before the next one is added. The\n"
-    "events put aside by the rotation before are dropped then.\n"
+    "A log that has SIZE events (1000) is full: it is rotated before the next one is added, and\n"
+    "the events that the last rotation put aside are dropped.\n"
     "\n"
-    "Exit status: 0 when all went well, 1 when it did not, 2 for wrong usage.\n";
-
-/// What ends the program, in one line.
-struct Failure
-{
-    std::string message;
-    int status = 1;
-};
+    "Exit status: 0 on success, 1 on failure, 2 for wrong usage.\n";
 
 const int logVersion = 1;
 const int waitMs = 10000; // for other programs that write at the moment
@@ -37,23 +38,6 @@ const sql::Field eventColumns[] = {sql::Field("id", sql::type_int, sql::flag_pri
                                    sql::Field("source", sql::type_text, sql::flag_not_null),
                                    sql::Field("text", sql::type_text, sql::flag_not_null),
                                    sql::Field()};
-
-/// One line, whatever stands in the text: control characters are told by their numbers.
-std::string shown(const std::string& text)
-{
-    std::string line;
-    for (const char character : text) {
-        const unsigned char byte = static_cast<unsigned char>(character);
-        if (byte >= 0x20 && byte != 0x7f) {
-            line += character;
-            continue;
-        }
-        char number[5];
-        std::snprintf(number, sizeof(number), "\\x%02x", static_cast<unsigned int>(byte));
-        line += number;
-    }
-    return line;
-}
 
 /// Undoes what was written unless it is committed.
 class Transaction
@@ -91,10 +75,12 @@ public:
     Log(const std::string& file, sql::Database::AccessMode mode)
         : _file(file), _events("event"), _previous("previous")
     {
-        std::error_code error;
-        if (mode != sql::Database::read_write_create && !std::filesystem::exists(file, error))
-            throw Failure{file + " is not there"};
-        if (!_database.open(file, mode, false, waitMs))
+        const bool makes = mode == sql::Database::read_write_create;
+        const std::string refusal =
+            support::refusal(file, makes ? support::Missing::made : support::Missing::refused);
+        if (!refusal.empty())
+            throw Failure{refusal};
+        if (!_database.open(support::plainPath(file), mode, false, waitMs))
             throw Failure{file + " cannot be opened"};
         _events.initTable(_database.getHandle(), eventColumns);
         _previous.initTable(_database.getHandle(), eventColumns);
@@ -134,7 +120,7 @@ public:
     }
 
     /// The copy is complete or as it was before: it changes in one transaction. This log is read in
-    /// one, so that no event comes in between.
+    /// one, so that no event is added in between.
     void backup(Log& copy)
     {
         Transaction reading(_database, false);
@@ -149,7 +135,7 @@ private:
     void require(bool done) const
     {
         if (!done)
-            throw Failure{_file + " cannot be read or written; the system log tells why"};
+            throw Failure{_file + " cannot be read or written; the system log says why"};
     }
 
     /// Makes an empty database a log. Any other must be one.
@@ -210,8 +196,8 @@ private:
     {
         std::cout << event.getValue("id")->asInteger() << "  "
                   << event.getValue("at")->asTime().format("%Y-%m-%d %H:%M:%S") << "  "
-                  << shown(event.getValue("source")->asString()) << ": "
-                  << shown(event.getValue("text")->asString()) << "\n";
+                  << support::exact(event.getValue("source")->asString()) << ": "
+                  << support::exact(event.getValue("text")->asString()) << "\n";
     }
 
     const std::string _file;
@@ -222,22 +208,38 @@ private:
 
 // The command line
 
-Failure usageFailure(const std::string& message)
-{
-    return {message + " (see --help)", 2};
-}
-
 /// The argument at `index`, a number that a log can hold; `fallback` when there is none.
-int numberAt(const std::vector<std::string>& arguments, std::size_t index, int fallback)
+int numberAt(const Arguments& arguments, std::size_t index, int fallback)
 {
     if (index >= arguments.size())
         return fallback;
     const std::string& text = arguments[index];
     const bool isNumber = text.find_first_not_of("0123456789") == std::string::npos;
     if (!isNumber || text.empty() || text.size() > 6 || std::stoi(text) == 0)
-        throw usageFailure("'" + text + "' is no number from 1 to 999999");
+        throw wrongUsage("'" + text + "' is not a number from 1 to 999999");
     return std::stoi(text);
 }
+
+/// A file that SQLite makes when it opens it: gone again unless it was kept, or was there before.
+class NewFile
+{
+public:
+    explicit NewFile(const std::string& path)
+        : _path(path), _isNew(!std::filesystem::exists(path, _error))
+    {}
+    ~NewFile()
+    {
+        if (_isNew && std::filesystem::file_size(_path, _error) == 0)
+            std::filesystem::remove(_path, _error);
+    }
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
+
+private:
+    std::error_code _error;
+    const std::string _path;
+    const bool _isNew;
+};
 
 void backup(const std::string& file, const std::string& copyFile)
 {
@@ -245,11 +247,12 @@ void backup(const std::string& file, const std::string& copyFile)
     std::error_code error;
     if (std::filesystem::equivalent(file, copyFile, error))
         throw Failure{copyFile + " is the log itself"};
+    const NewFile made(copyFile); // before the copy, which closes the file first
     Log copy(copyFile, sql::Database::read_write_create);
     log.backup(copy);
 }
 
-void run(const std::vector<std::string>& arguments)
+void run(const Arguments& arguments)
 {
     const std::size_t count = arguments.size();
     const std::string command = count > 1 ? arguments[1] : "";
@@ -265,26 +268,13 @@ void run(const std::vector<std::string>& arguments)
     } else if (command == "backup" && count == 3) {
         backup(arguments[0], arguments[2]);
     } else {
-        throw usageFailure("a file, a command and its arguments are needed");
+        throw wrongUsage("a file, a command and its arguments are needed");
     }
-    if (!std::cout.flush())
-        throw Failure{"the events could not be written"};
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const std::vector<std::string> arguments(argv + 1, argv + argc);
-    if (arguments == std::vector<std::string>{"--help"}) {
-        std::cout << usage;
-        return 0;
-    }
-    try {
-        run(arguments);
-        return 0;
-    } catch (const Failure& failure) {
-        std::cerr << "event-log: " << shown(failure.message) << "\n";
-        return failure.status;
-    }
+    return support::runProgram("event-log", usage, argc, argv, run);
 }

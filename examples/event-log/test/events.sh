@@ -96,7 +96,18 @@ for command in show rotate 'backup copy.db'; do
     refuses 1 'none.db is not there' none.db $command
 done
 [[ ! -e none.db ]] || fail "a log was made by reading it"
-refuses 1 'folder cannot be opened' folder append a b
+refuses 1 'folder is a folder' folder append a b
+refuses 1 'the name of the database file is empty' '' append a b
+refuses 1 ':memory: is a database that nothing keeps; for a file of that name, write ./:memory:' \
+    :memory: append a b
+for name in ./:memory: file::memory:; do # files as any other
+    "${log[@]}" "$name" append gearbox kept
+    shows '1 gearbox: kept' "$name" show
+done
+ln -s circle circle
+refuses 1 'circle cannot be reached: its symbolic links lead in a circle' circle show
+mkfifo fifo
+refuses 1 'fifo is not a regular file' board.db backup fifo
 refuses 1 'none/log.db cannot be opened' none/log.db append a b
 refuses 1 'text.txt is not a database, or in use for too long' text.txt show
 refuses 1 'text.txt is not a database, or in use for too long' text.txt append a b
@@ -107,13 +118,51 @@ refuses 1 "half.db has no table 'previous'" half.db show
 refuses 1 "table 'event' of wider.db has too many columns" wider.db append a b
 refuses 1 './board.db is the log itself' board.db backup ./board.db
 refuses 1 'others.db is not an event log: its version is 7, not 1' board.db backup others.db
+refuses 1 'text.txt is not a database, or in use for too long' text.txt backup new.db
+refuses 1 'others.db is not an event log: its version is 7, not 1' others.db backup new.db
+[[ ! -e new.db ]] || fail "a failed backup leaves a file"
 refuses 2 'a file, a command and its arguments are needed (see --help)'
 refuses 2 'a file, a command and its arguments are needed (see --help)' board.db erase
 refuses 2 'a file, a command and its arguments are needed (see --help)' board.db append gearbox
-refuses 2 "'0' is no number from 1 to 999999 (see --help)" board.db show 0
-refuses 2 "'many' is no number from 1 to 999999 (see --help)" board.db append a b many
+refuses 2 "'0' is not a number from 1 to 999999 (see --help)" board.db show 0
+refuses 2 "'many' is not a number from 1 to 999999 (see --help)" board.db append a b many
 "${log[@]}" --help | grep -q '^usage: event-log FILE'
-status=0
-"${log[@]}" board.db show >/dev/full 2>full.txt || status=$?
-[[ $status == 1 && $(<full.txt) == 'event-log: the events could not be written' ]] ||
-    fail "a full disk gives status $status: $(<full.txt)"
+for arguments in --help 'board.db show'; do
+    status=0
+    # shellcheck disable=SC2086
+    "${log[@]}" $arguments >/dev/full 2>full.txt || status=$?
+    [[ $status == 1 && $(<full.txt) == 'event-log: the output could not be written' ]] ||
+        fail "a full disk gives status $status: $(<full.txt)"
+done
+
+# Another program holds a lock at each step of an operation: the operation fails in one line, nothing
+# of it remains, and once the lock is gone it works.
+fails() { # ARGUMENT...
+    local line
+    ! line=$("${log[@]}" "$@" 2>&1) || fail "done: $*"
+    (($(wc -l <<<"$line") == 1)) || fail "$* says: $line"
+}
+
+held() { # NAME STATEMENT: with what another connection takes its lock
+    local file=$1.db before line='' pid pids=()
+    cp board.db "$file"
+    before=$(sqlite3 "$file" .dump)
+    coproc shell { sqlite3 "$file"; }
+    printf "%s; select 'held';\n" "$2" >&"${shell[1]}"
+    until [[ $line == held ]]; do read -r line <&"${shell[0]}"; done
+    fails "$file" append a b & pids+=($!)
+    fails "$file" rotate & pids+=($!)
+    fails board.db backup "$file" & pids+=($!)
+    for pid in "${pids[@]}"; do wait "$pid" || return 1; done
+    printf '.quit\n' >&"${shell[1]}"
+    wait
+    [[ $(sqlite3 "$file" .dump) == "$before" ]] || fail "something remains in $file"
+    "${log[@]}" "$file" append a b && "${log[@]}" board.db backup "$file"
+}
+pids=()
+held writing 'begin immediate' & pids+=($!)
+held exclusive 'begin exclusive' & pids+=($!)
+held reading 'begin; select * from event' & pids+=($!)
+for pid in "${pids[@]}"; do
+    wait "$pid" || fail "a lock was not taken well"
+done
