@@ -30,7 +30,7 @@ struct Changes
 /// do not count, nor does a time that only one side knows.
 Changes compare(const std::vector<Package>& before, const std::vector<Package>& after);
 
-/// Whether the files were installed anew, as far as both sides tell.
+/// Whether the files were installed again, as far as both sides know.
 bool filesDiffer(const Package& before, const Package& after);
 
 } // namespace inventory

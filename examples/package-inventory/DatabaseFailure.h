@@ -13,7 +13,7 @@ struct sqlite3;
 namespace inventory
 {
 
-/// Words for what last failed on the open connection `db`. The library's log tells the statement;
+/// Words for what last failed on the open connection `db`. The library's log has the statement;
 /// the user needs to know what to do.
 Failure databaseFailure(sqlite3* db, const std::string& path);
 

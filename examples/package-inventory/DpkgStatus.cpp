@@ -25,7 +25,7 @@ struct StatusField
     long long line = 0;
 };
 
-// What is told of one package: its fields by their names in lower case.
+// What the file says of one package: its fields by their names in lower case.
 struct Stanza
 {
     long long line = 0;

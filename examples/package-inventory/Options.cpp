@@ -19,16 +19,16 @@ const char* const usage =
     "/var/lib/dpkg/status.\n"
     "\n"
     "  --database FILE   the inventory (package-inventory.db beside this program)\n"
-    "  --info DIR        the file lists of the packages, whose times tell when they were\n"
+    "  --info DIR        the file lists of the packages, whose times show when they were\n"
     "                    installed (the folder info beside STATUS-FILE)\n"
-    "  --section NAME    list the packages of this section alone\n"
+    "  --section NAME    list only the packages of this section; (none) for those without\n"
     "  --top N           lines to show of each list (10)\n"
     "  --wait SECONDS    how long to wait for a database in use (5)\n"
-    "  --restore         take the inventory back to what it was before the last run\n"
+    "  --restore         undo the last run: show the inventory before it, and keep that\n"
     "  --help            show this and exit\n"
     "\n"
-    "Exit status: 0 when all went well, 1 when it did not and the inventory is as it was,\n"
-    "2 for wrong usage.\n";
+    "Exit status: 0 on success, 1 on failure, 2 for wrong usage. A failure leaves the\n"
+    "inventory as it was, unless its message says otherwise.\n";
 
 namespace
 {
@@ -53,6 +53,14 @@ std::string text(const std::string& option)
     return optarg;
 }
 
+// Without the folder, each package would only seem to lack its time.
+void requireFolder(const std::string& path)
+{
+    std::error_code error;
+    if (!std::filesystem::is_directory(path, error))
+        throw UsageError("--info needs a folder, and '" + path + "' is not one");
+}
+
 // getopt_long gives the letter of an unknown short option; a long one it has just passed.
 std::string refusedOption(char** argv)
 {
@@ -67,6 +75,7 @@ void take(int letter, char** argv, Options& options)
             break;
         case letterInfo:
             options.infoFolder = text("--info");
+            requireFolder(options.infoFolder);
             break;
         case letterSection:
             options.section = text("--section");

@@ -12,7 +12,7 @@
 namespace inventory
 {
 
-/// An installed package. What the source does not tell is empty here and NULL in the database.
+/// An installed package. What the source does not say is empty here and NULL in the database.
 struct Package
 {
     sql::integer id = 0; ///< its key in the inventory; 0 while it has none

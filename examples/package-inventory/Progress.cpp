@@ -4,6 +4,8 @@
 
 #include <unistd.h>
 
+#include "Terminal.h"
+
 namespace inventory
 {
 
@@ -42,9 +44,11 @@ bool Progress::isDue()
     return true;
 }
 
-// Blanks over what the new text leaves of the old one.
-void Progress::write(const std::string& text)
+// Blanks over what the new text leaves of the old one. A line as wide as the terminal would leave
+// what does not fit where nothing removes it.
+void Progress::write(const std::string& whole)
 {
+    const std::string text = support::cutTo(support::terminalWidth() - 1, whole);
     const std::size_t rest = _width > text.size() ? _width - text.size() : 0;
     std::cout << '\r' << text << std::string(rest, ' ') << (text.empty() ? "\r" : "") << std::flush;
     _width = text.size();

@@ -1,5 +1,5 @@
 /// @file
-/// A line that tells a waiting person how far the program is.
+/// A line that shows a waiting person how far the program is.
 
 #ifndef SQLW_EXAMPLE_PROGRESS_H
 #define SQLW_EXAMPLE_PROGRESS_H
@@ -11,7 +11,7 @@
 namespace inventory
 {
 
-/// One line on standard output, overwritten as the work goes on and gone at its end. Without a
+/// One line on standard output, overwritten as the work goes on and removed at its end. Without a
 /// terminal nothing is written.
 class Progress
 {
@@ -30,10 +30,10 @@ public:
 
 private:
     bool isDue();
-    void write(const std::string& text);
+    void write(const std::string& whole);
 
     const bool _isTerminal;
-    std::size_t _width = 0; // of what stands on the line
+    std::size_t _width = 0; // of the text on the line
     std::chrono::steady_clock::time_point _next;
 };
 

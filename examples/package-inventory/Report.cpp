@@ -89,7 +89,7 @@ private:
     const std::size_t _top;
 };
 
-// The architecture is told where it is not the usual one.
+// The architecture is named where it is not the usual one.
 std::string Report::nameOf(const Package& package) const
 {
     if (package.architecture == "all" || package.architecture == _summary.architecture)
@@ -187,7 +187,7 @@ void Report::printChanges() const
 {
     const Changes& changes = _summary.changes;
     if (!_summary.hasPrevious) {
-        _out << "\nThis is the first inventory: the next run will tell what changed.\n";
+        _out << "\nThis is the first inventory: the next run will show what changed.\n";
         return;
     }
     if (changes.none()) {

@@ -5,15 +5,24 @@
 #include <utility>
 
 #include "DatabaseFailure.h"
+#include "DatabaseFile.h"
 #include "Transaction.h"
 
 namespace inventory
 {
 
+// Packages without a section have one of their own.
+static const char* const sectionName = "coalesce(section, '(none)')";
+
 Store::Store(const std::string& path, sql::Database::AccessMode mode, int waitSeconds)
     : _path(path), _packages("packages"), _previous("previous_packages"), _sections("sections")
 {
-    if (!_database.open(path, mode, false, waitSeconds * 1000))
+    const bool makes = mode == sql::Database::read_write_create;
+    const std::string refusal =
+        support::refusal(path, makes ? support::Missing::made : support::Missing::refused);
+    if (!refusal.empty())
+        throw Failure(refusal + "; name another database with --database");
+    if (!_database.open(support::plainPath(path), mode, false, waitSeconds * 1000))
         throw Failure("cannot open the database '" + path +
                       "'; check that its folder is there and may be written, or name another with "
                       "--database");
@@ -37,7 +46,7 @@ Summary Store::update(std::vector<Package> installed, const View& view, Progress
     require(transaction.isOpen());
     prepare();
     progress.show("keeping the previous inventory");
-    require(_previous.remove()); // here, for backup says nothing when this fails
+    require(_previous.remove()); // here: backup does not report that this failed
     require(_previous.backup(_packages));
     write(installed, progress);
     rebuildSections();
@@ -119,14 +128,13 @@ void Store::write(std::vector<Package>& installed, Progress& progress)
         require(_packages.deleteRecord(id));
 }
 
-// The table is emptied and filled again: its key is a text, and a record with a text key can be
-// added but not updated, for the library writes the key of an UPDATE without quotes. So
-// addOrUpdateRecord would fail for each section that is already there.
+// The table is emptied and filled again: its key is a text, and the library writes the key of an
+// UPDATE without quotes. addOrUpdateRecord would fail for each section that is already there.
 void Store::rebuildSections()
 {
     require(_sections.deleteRecords(""));
-    require(_sections.query("select coalesce(section, '(none)'), count(*), sum(installed_size) "
-                            "from packages group by section"));
+    require(_sections.query(std::string("select ") + sectionName +
+                            ", count(*), sum(installed_size) " + "from packages group by 1"));
     require(_sections.copyRecords(_sections)); // adds the rows that the query gave
 }
 
@@ -144,8 +152,9 @@ Summary Store::summary(const View& view)
                    sql::type_text)
             .asString();
 
-    const std::string where =
-        view.section.empty() ? "" : "section = '" + sql::quoteStr(view.section) + "'";
+    const std::string where = view.section.empty() ? ""
+                                                   : std::string(sectionName) + " = '" +
+                                                         sql::quoteStr(view.section) + "'";
     result.largest =
         read(_packages, where,
              "installed_size desc, name, architecture limit " + sql::intToStr(view.top));

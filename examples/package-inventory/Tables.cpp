@@ -24,7 +24,7 @@ const sql::Field sectionFields[] = {
     sql::Field(),
 };
 
-// The cells of a new record are NULL: what the source does not tell is left alone.
+// The cells of a new record are NULL: what the source does not say is left alone.
 sql::Record toRecord(const Package& package, const sql::FieldSet& fields)
 {
     sql::Record record(fields);

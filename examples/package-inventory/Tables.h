@@ -23,7 +23,7 @@ struct Section
 {
     std::string name;
     sql::integer packages = 0;
-    std::optional<sql::integer> installedSize; ///< in KiB; none when no package tells
+    std::optional<sql::integer> installedSize; ///< in KiB; none when no package has one
 };
 
 sql::Record toRecord(const Package& package, const sql::FieldSet& fields);

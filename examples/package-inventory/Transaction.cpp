@@ -31,7 +31,7 @@ bool Transaction::commit()
     return done;
 }
 
-// SQLite asks before each commit, and rolls back when the answer is not 0.
+// SQLite asks before each commit, and rolls back when the result is not 0.
 int Transaction::refuseCommit(void* transaction)
 {
     return static_cast<const Transaction*>(transaction)->_isCommitting ? 0 : 1;

@@ -16,7 +16,7 @@ namespace inventory
 class Transaction
 {
 public:
-    /// Begins it; `isOpen` tells whether that succeeded.
+    /// Begins it; `isOpen` shows whether that succeeded.
     explicit Transaction(sql::Database& database);
     ~Transaction();
     Transaction(const Transaction&) = delete;

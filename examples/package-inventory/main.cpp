@@ -1,7 +1,7 @@
 // Keeps an inventory of the software installed on the machine.
 
-#include <cctype>
 #include <chrono>
+#include <csignal>
 #include <iostream>
 #include <new>
 
@@ -11,6 +11,7 @@
 #include "Progress.h"
 #include "Report.h"
 #include "Store.h"
+#include "Terminal.h"
 
 using namespace inventory;
 
@@ -44,13 +45,9 @@ void run(const Options& options)
     printReport(std::cout, summary, options, taken.count());
 }
 
-// One line, whatever names of files hold.
-int complain(std::string message, int status)
+int complain(const std::string& message, int status)
 {
-    for (char& character : message)
-        if (std::iscntrl(static_cast<unsigned char>(character)))
-            character = '?';
-    std::cerr << "package-inventory: " << message << std::endl;
+    std::cerr << "package-inventory: " << support::harmless(message) << std::endl;
     return status;
 }
 
@@ -59,10 +56,14 @@ int complain(std::string message, int status)
 int main(int argc, char** argv)
 {
     try {
-        run(parseOptions(argc, argv));
+        std::signal(SIGPIPE, SIG_IGN); // the write fails instead, and says so
+        const Options options = parseOptions(argc, argv);
+        run(options);
         if (!std::cout.flush())
-            throw Failure("all is done but what there is to say could not be written; look where "
-                          "standard output leads to");
+            throw Failure(std::string(options.help ? "the help"
+                                                   : "the inventory is up to date, but "
+                                                     "its report") +
+                          " could not be written; check where standard output goes");
         return 0;
     } catch (const UsageError& error) {
         return complain(std::string(error.what()) + " (see --help)", 2);

@@ -42,6 +42,13 @@ test_wrong_usage() {
     [[ ! -e inventory.db ]] || fail "a database was made"
 }
 
+test_info_that_is_no_folder() {
+    write_status
+    refuses 2 "--info needs a folder, and 'nowhere' is not one (see --help)" --info nowhere status
+    refuses 2 "--info needs a folder, and 'status' is not one (see --help)" --info status status
+    [[ ! -e inventory.db ]] || fail "a database was made"
+}
+
 test_help() {
     succeeds --help
     expect "first line" "Usage: package-inventory [OPTION]... [STATUS-FILE]" "$(head -n 1 out)"
@@ -149,15 +156,27 @@ test_folder_that_is_missing() {
 written, or name another with --database" --database nowhere/a.db status
 }
 
-test_database_that_is_a_folder() {
+test_database_that_is_not_a_file() {
     write_status
-    refuses 1 "cannot open the database '.'; check that its folder is there and may be written, or \
-name another with --database" --database . status
+    refuses 1 ". is a folder; name another database with --database" --database . status
+    mkfifo fifo
+    refuses 1 "fifo is not a regular file; name another database with --database" \
+        --database fifo status
+}
+
+test_database_that_nothing_keeps() {
+    write_status
+    refuses 1 ":memory: is a database that nothing keeps; for a file of that name, write \
+./:memory:; name another database with --database" --database :memory: status
+    succeeds --database ./:memory: status
+    expect "stamp" 1 "$(sqlite3 ./:memory: 'pragma user_version')"
+    succeeds --database file::memory: status
+    expect "stamp" 1 "$(sqlite3 ./file::memory: 'pragma user_version')"
 }
 
 test_file_name_with_line_break() {
     write_status
-    refuses 1 "cannot open the database 'no?where/a.db'; check that its folder is there and may be \
+    refuses 1 "cannot open the database 'no\x0awhere/a.db'; check that its folder is there and may be \
 written, or name another with --database" --database $'no\nwhere/a.db' status
 }
 
@@ -203,8 +222,7 @@ with --database" table
 }
 
 test_nothing_to_restore() {
-    refuses 1 "cannot open the database 'inventory.db'; check that its folder is there and may be \
-written, or name another with --database" --restore
+    refuses 1 "inventory.db is not there; name another database with --database" --restore
     [[ ! -e inventory.db ]] || fail "a database was made"
 }
 
@@ -243,9 +261,9 @@ test_database_that_another_program_writes() {
 test_waits_as_long_as_it_is_told() {
     recorded
     hold 'begin exclusive'
-    local begin=${EPOCHREALTIME/./}
+    local begin=${EPOCHREALTIME/[.,]/}
     keeps 1 "$in_use" --wait 1
-    local taken=$((${EPOCHREALTIME/./} - begin))
+    local taken=$((${EPOCHREALTIME/[.,]/} - begin))
     ((taken >= 1000000 && taken < 4000000)) || fail "it took $taken microseconds"
     release
 }
@@ -270,9 +288,32 @@ test_report_that_cannot_be_written() {
     status=0
     "${program[@]}" --database inventory.db status >/dev/full 2>err || status=$?
     expect "exit status" 1 "$status"
-    expect "standard error" "package-inventory: all is done but what there is to say could not be \
-written; look where standard output leads to" "$(<err)"
+    expect "standard error" "package-inventory: the inventory is up to date, but its report could \
+not be written; check where standard output goes" "$(<err)"
     expect "packages" 5 "$(sql 'select count(*) from packages')"
+}
+
+test_help_that_cannot_be_written() {
+    status=0
+    "${program[@]}" --help >/dev/full 2>err || status=$?
+    expect "exit status" 1 "$status"
+    expect "standard error" "package-inventory: the help could not be written; check where standard \
+output goes" "$(<err)"
+}
+
+test_report_to_a_closed_pipe() {
+    write_status
+    set +o pipefail
+    { sleep 0.5; run_to_pipe status; } | true
+    expect "exit status" 1 "$(<status.txt)"
+    expect "standard error" "package-inventory: the inventory is up to date, but its report could \
+not be written; check where standard output goes" "$(<err)"
+}
+
+run_to_pipe() {
+    local result=0
+    "${program[@]}" --database inventory.db "$@" 2>err || result=$?
+    echo $result >status.txt
 }
 
 run_tests

@@ -66,7 +66,7 @@ test_report_of_first_run() {
 1000 KiB  10.0 %         1  admin
        -   0.0 %         1  (none)
 
-This is the first inventory: the next run will tell what changed.
+This is the first inventory: the next run will show what changed.
 
 Written to inventory.db in TIME" "$(report)"
 }
@@ -160,6 +160,8 @@ test_lists_one_section() {
     succeeds --section "it's" status
     expect "packages" "3.4 MiB  35.0 %  1999-12-31  held 5" "$(sed -n 4p out)"
     expect "heading" "   Size   Share  Installed   Largest packages in it's" "$(sed -n 3p out)"
+    succeeds --section '(none)' status
+    expect "packages without a section" "   -      -  -          gamma 3" "$(sed -n 4p out)"
     succeeds --section nowhere status
     expect "packages" "No packages in nowhere" "$(sed -n 3p out)"
 }
@@ -195,6 +197,14 @@ test_progress_on_a_terminal_alone() {
         line=$part${line:${#part}}
     done < <(head -n 1 terminal)
     expect "first line on the terminal" "$(head -n 1 out)" "$line"
+}
+
+test_progress_fits_the_terminal() {
+    write_status
+    local command
+    command="stty cols 20; $(printf '%q ' "${program[@]}" --database inventory.db status)"
+    script -qec "$command" /dev/null </dev/null >terminal
+    grep -q $'\r''waiting for the dat *'$'\r' terminal || fail "$(head -n 1 terminal | cat -v)"
 }
 
 run_tests
