@@ -17,7 +17,7 @@ fails() { # CHECKER WHAT
 run_tests() { # CHECKER FOLDER [PREFIX...]
     local checker=$1 tests=$2/components/sql/sqlwrapper/test test log
     shift 2
-    for test in "$tests"/Sql*Test; do
+    for test in "$tests"/*Test; do
         log=$root/build/faults/$checker-${test##*/}.log
         if LOCPATH=$root/$tests/locales "$@" "$test" --gtest_brief=1 >"$log" 2>&1; then
             cases=$((cases + $(sed -nE 's/.* ([0-9]+) tests? from .* ran\..*/\1/p' "$log" | tail -1)))
@@ -70,7 +70,7 @@ checker_valgrind-signed-char() {
 # It traps there: the runtime of the sanitizer does not link.
 checker_target-ubsan() {
     local tests=() source emulator
-    for source in components/sql/sqlwrapper/test/Sql*Test.cpp; do
+    for source in components/sql/sqlwrapper/test/*Test.cpp; do
         source=${source##*/}
         tests+=("${source%.cpp}")
     done

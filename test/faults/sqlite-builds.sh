@@ -30,7 +30,7 @@ compare() { # BUILD
     local build=$1 tests=build/dev/components/sql/sqlwrapper/test test log=build/faults/$1.log
     local locales=$root/$tests/locales expected
     : >"$log"
-    for test in "$tests"/Sql*Test; do
+    for test in "$tests"/*Test; do
         LD_LIBRARY_PATH=$folder/$build/lib LOCPATH=$locales "$test" --gtest_brief=1 >>"$log" 2>&1 || true
     done
     cases=$((cases + $(sed -nE 's/.* ([0-9]+) tests? from .* ran\..*/\1/p' "$log" | paste -sd+ | bc)))

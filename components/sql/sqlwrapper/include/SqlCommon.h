@@ -13,7 +13,9 @@
 struct sqlite3;
 
 /// Marks functions that the library keeps to itself: they are not exported.
+#ifndef SQLW_INTERNAL
 #define SQLW_INTERNAL __attribute__((visibility("hidden")))
+#endif
 
 namespace sql
 {
@@ -133,8 +135,12 @@ SQLW_INTERNAL bool assertionFailed(const char* expression, const char* path, int
         SQLW_ASSERT(false);                                                                        \
     } while (false)
 
-// Not __FILE__: that is whatever path the build happened to pass.
-#define SQLW_SOURCE_PATH "components/sql/sqlwrapper/src/" SQLW_SOURCE_NAME
+// Not __FILE__: that is whatever path the build happened to pass. A library that compiles
+// Diagnostics.cpp in defines the folder of its own sources.
+#ifndef SQLW_SOURCE_FOLDER
+#define SQLW_SOURCE_FOLDER "components/sql/sqlwrapper/src/"
+#endif
+#define SQLW_SOURCE_PATH SQLW_SOURCE_FOLDER SQLW_SOURCE_NAME
 
 #define SQLW_LOG(threshold, priority, tag, ...)                                                    \
     do {                                                                                           \

@@ -1,7 +1,6 @@
 #include "SqlCommon.h"
 
 #include <cctype>
-#include <cstdint>
 #include <cstring>
 #include <ctime>
 #include <type_traits>
@@ -9,37 +8,14 @@
 #include <sqlite3.h>
 #include <syslog.h>
 
+#include "NumberText.h"
 #include "SqlTime.h"
 #include "StatementText.h"
 
 #define SQLW_SOURCE_NAME "SqlCommon.cpp"
 
-// What the platform provides. Only the first member of its trace object is known here.
-struct SqlwTraceObject
-{
-    const std::int32_t* level;
-};
-
-extern "C" {
-extern const SqlwTraceObject* g_traceObject;
-void logAssertFailed(const char* expression, const char* path, int line, const char* function);
-}
-
 namespace sql
 {
-
-// Diagnostics
-
-bool traceLevelExceeds(int threshold)
-{
-    return g_traceObject && g_traceObject->level && *g_traceObject->level > threshold;
-}
-
-bool assertionFailed(const char* expression, const char* path, int line, const char* function)
-{
-    logAssertFailed(expression, path, line, function);
-    return false;
-}
 
 // Running one statement
 

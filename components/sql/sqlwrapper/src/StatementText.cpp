@@ -1,32 +1,9 @@
 #include "StatementText.h"
 
-#include <cstdint>
+#include "NumberText.h"
 
 namespace sql
 {
-
-IntegerText::IntegerText(integer number, string::size_type fewestDigits)
-{
-    char* first = _bytes + sizeof(_bytes);
-    const char* const padded = first - fewestDigits;
-    unsigned long long magnitude = static_cast<unsigned long long>(number);
-    if (number < 0)
-        magnitude = 0 - magnitude;
-    while (magnitude > UINT32_MAX) {
-        const unsigned long long tenth = magnitude / 10;
-        *--first = static_cast<char>('0' + (magnitude - 10 * tenth));
-        magnitude = tenth;
-    }
-    std::uint32_t rest = static_cast<std::uint32_t>(magnitude); // quicker on 32-bit processors
-    while (rest != 0 || first > padded) {
-        const std::uint32_t tenth = rest / 10;
-        *--first = static_cast<char>('0' + (rest - 10 * tenth));
-        rest = tenth;
-    }
-    if (number < 0)
-        *--first = '-';
-    _first = first;
-}
 
 void StatementText::addInteger(integer number)
 {

@@ -11,24 +11,6 @@
 namespace sql
 {
 
-/// The digits of a number in decimal, with its sign.
-class SQLW_INTERNAL IntegerText
-{
-public:
-    /// With zeros in front of numbers of fewer digits.
-    explicit IntegerText(integer number, string::size_type fewestDigits = 1);
-
-    const char* data() const { return _first; }
-    string::size_type size() const
-    {
-        return static_cast<string::size_type>(_bytes + sizeof(_bytes) - _first);
-    }
-
-private:
-    char _bytes[sizeof("-9223372036854775808") - 1];
-    const char* _first;
-};
-
 /// A statement that is built from parts. Most are short, and stand on the stack.
 class SQLW_INTERNAL StatementText
 {

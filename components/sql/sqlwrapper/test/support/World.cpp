@@ -87,7 +87,12 @@ void expectCallAt(const std::string& path, int line)
     EXPECT_NE(std::string::npos, around.find("SQLW_")) << path << ":" << line << "\n" << around;
 }
 
-const char* const sourceFolder = "components/sql/sqlwrapper/src/";
+// A line names its file without the folder.
+std::string pathOf(const std::string& file)
+{
+    const bool isTest = file.find("Test.cpp") != std::string::npos;
+    return (isTest ? "components/sql/sqlwrapper/test/" : sqltest::sourceFolder) + file;
+}
 
 void writeLine(int priority, const char* format, va_list args)
 {
@@ -107,7 +112,7 @@ void writeLine(int priority, const char* format, va_list args)
     ASSERT_NE(std::string::npos, at) << text;
     text.replace(at, place.size(), file); // the lines of a source move, its texts don't
     record("syslog " + std::to_string(priority) + " \"" + format + "\" " + text);
-    expectCallAt(sourceFolder + file, line);
+    expectCallAt(pathOf(file), line);
 
     if (theFaults.levelAfterNextLine >= 0)
         platform::setTraceLevel(theFaults.levelAfterNextLine);
@@ -157,7 +162,7 @@ std::string Source::line(int priority, const char* tag, const char* function,
 
 std::string Source::asserted(const char* expression, const char* signature) const
 {
-    return std::string("logAssertFailed \"") + expression + "\" " + sourceFolder + _name + " \"" +
+    return std::string("logAssertFailed \"") + expression + "\" " + _folder + _name + " \"" +
            signature + "\"";
 }
 

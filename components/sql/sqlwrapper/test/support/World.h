@@ -23,11 +23,15 @@ std::string trace(const std::vector<std::string>& events);
 /// A call of an SQLite function, and what it was given: `sqlite("exec", "COMMIT TRANSACTION")`.
 std::string sqlite(const std::string& function, const std::string& argument = "");
 
-/// What a source file of the library writes.
+const char* const sourceFolder = "components/sql/sqlwrapper/src/";
+
+/// What a source file of the library writes, or of another library that logs as it does.
 class Source
 {
 public:
-    explicit Source(std::string stem) : _name(std::move(stem) + ".cpp") {}
+    explicit Source(const std::string& stem, const std::string& folder = sourceFolder)
+        : _name(stem + ".cpp"), _folder(folder)
+    {}
 
     /// A line at a level: the format without its head, and the arguments of the message.
     template <typename... Args>
@@ -66,6 +70,7 @@ private:
                      const std::string& message) const;
 
     std::string _name;
+    std::string _folder;
 };
 
 /// What goes wrong in the world until the end of the test.
