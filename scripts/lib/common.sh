@@ -2,6 +2,10 @@
 # What the scripts have in common. Each sources this file, or machine.sh, with its own arguments.
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+cd "$root" || exit 1
+mkdir -p build
+libraries=(components/sql/*)
+libraries=("${libraries[@]##*/}")
 build_packages=(g++ cmake make libsqlite3-dev)
 docs_packages=(doxygen graphviz furo python3-breathe python3-myst-parser python3-sphinx
     python3-sphinx-copybutton)
@@ -19,9 +23,6 @@ if [[ ${1:-} == --help ]]; then
     exit
 fi
 refuse() { die "unknown argument '$1'; see ${0##*/} --help"; }
-
-cd "$root" || exit 1
-mkdir -p build
 
 # alone NAME: waits until no other process holds the lock of that name, and holds it until released.
 alone() {
@@ -91,4 +92,17 @@ build_googletest() {
     needs googletest
     build_in "$1/build" -S /usr/src/googletest -DCMAKE_INSTALL_PREFIX="$root/$1" -DBUILD_GMOCK=OFF \
         "${@:2}" -- install
+}
+
+# known_to_ctest ARGUMENT...: refuses what ctest would silently ignore.
+known_to_ctest() {
+    local argument option=
+    for argument; do
+        if [[ $argument == -* ]]; then
+            option=${argument%%=*}
+            ctest --help | grep -E -- "^ .*(^|[ ,])$option([ =,]|\$)" >/dev/null || refuse "$argument"
+        else
+            [[ $option ]] || refuse "$argument"
+        fi
+    done
 }

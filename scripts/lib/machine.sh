@@ -13,11 +13,8 @@ target_googletest=build/target-deps/googletest
 toolchain() { sed -n "s/^set($1 \(.*\))\$/\1/p" "$root/$target_toolchain"; }
 
 # on_target PROGRAM [ARGUMENT...]: runs in the emulator what was built for the target.
-on_target() {
-    local emulator
-    read -ra emulator < <(toolchain CMAKE_CROSSCOMPILING_EMULATOR)
-    "${emulator[@]}" "$@"
-}
+on_target() { "${emulator[@]}" "$@"; }
+read -ra emulator < <(toolchain CMAKE_CROSSCOMPILING_EMULATOR)
 
 # prepare_target: brings the cross compiler, the emulator, and SQLite and GoogleTest for the target.
 prepare_target() {
@@ -34,12 +31,14 @@ use_machine() {
     machine=$1
     case $1 in
         host)
+            preset=release
             machine_options=(-DCMAKE_CXX_COMPILER=g++)
             tools=
             run_on_machine() { "$@"; }
             ;;
         target)
             prepare_target
+            preset=ppc
             machine_options=("-DCMAKE_TOOLCHAIN_FILE=$root/$target_toolchain")
             tools=$(toolchain CMAKE_C_COMPILER)
             tools=${tools%gcc}

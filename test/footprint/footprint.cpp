@@ -11,6 +11,7 @@
 #include <functional>
 #include <new>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include <malloc.h>
@@ -175,14 +176,24 @@ struct Call
     std::function<void()> run;
 };
 
+// The stack of the call that goes deepest, and its name.
+std::pair<std::size_t, const char*> deepestOf(const std::vector<Call>& calls)
+{
+    std::pair<std::size_t, const char*> deepest = {0, nullptr};
+    for (const Call& call : calls)
+        deepest = std::max(deepest, {stackOf(call.run), call.name},
+                           [](const auto& a, const auto& b) { return a.first < b.first; });
+    return deepest;
+}
+
 void measureStack(const std::string& path)
 {
     sql::Database database;
     sql::Table table("item");
     sql::Table copy("copy");
-    bool asMeant = false;
-    const auto on = [&](const char* sql) { sqlite3_exec(database.getHandle(), sql, 0, 0, 0); };
-    const Call calls[] = {
+    bool read = false;
+    bool copied = false;
+    const auto deepest = deepestOf({
         {"Database::open",
          [&] { database.open(path, sql::Database::read_write_create, false, 0); }},
         {"Database::setUserVersion", [&] { database.setUserVersion(1); }},
@@ -190,43 +201,39 @@ void measureStack(const std::string& path)
         {"Table::create", [&] { table.create(); }},
         {"Table::addRecord", [&] { table.addRecord(item(table, 1)); }},
         {"Table::addOrUpdateRecord", [&] { table.addOrUpdateRecord(1, item(table, 1)); }},
-        {"Table::open",
-         [&] { asMeant = table.open("id > 0", "name") && table.recordCount() == 1; }},
+        {"Table::open", [&] { read = table.open("id > 0", "name") && table.recordCount() == 1; }},
         {"Table::getRecordByKeyId", [&] { table.getRecordByKeyId(1); }},
         {"Table::query", [&] { table.query("nonsense"); }},
         {"Table::backup",
          [&] {
              copy.initTable(database.getHandle(), itemFields);
-             asMeant = copy.backup(table) && asMeant;
+             copied = copy.backup(table);
          }},
         {"Table::deleteRecord", [&] { table.deleteRecord(1); }},
         {"Table::truncate", [&] { table.truncate(); }},
         {"Table::remove", [&] { table.remove(); }},
         {"Value::setDouble", [] { sql::Value(sql::type_float).setDouble(DBL_MAX); }},
         {"Database::close", [&] { database.close(); }},
-    };
-    Call deepest = {nullptr, nullptr};
-    std::size_t most = 0;
-    for (const Call& call : calls) {
-        const std::size_t used = stackOf(call.run);
-        if (used > most) {
-            most = used;
-            deepest = call;
-        }
-    }
-    if (!asMeant)
+    });
+    if (!read || !copied)
         std::abort();
-    std::printf("stack %zu\nstack_call %s\n", most, deepest.name);
+    std::printf("stack %zu\nstack_call %s\n", deepest.first, deepest.second);
+}
 
+void measureStackOfSqlite(const std::string& path)
+{
+    sql::Database database;
     database.open(path, sql::Database::read_write_create, false, 0);
-    most = 0;
+    std::vector<Call> calls;
     for (const char* sql :
          {"CREATE TABLE item (id INTEGER PRIMARY KEY, name TEXT NOT NULL)",
           "insert into item (id, name) values (1, 'n')", "update item set name='m' where id = 1",
           "select * from item where id > 0 order by name", "delete from item where id = 1",
           "drop table item"})
-        most = std::max(most, stackOf([&] { on(sql); }));
-    std::printf("stack_sqlite %zu\n", most);
+        calls.push_back({sql, [&database, sql] {
+                             sqlite3_exec(database.getHandle(), sql, nullptr, nullptr, nullptr);
+                         }});
+    std::printf("stack_sqlite %zu\n", deepestOf(calls).first);
 }
 
 } // namespace
@@ -242,6 +249,7 @@ int main()
     close(file);
     platform::setTraceLevel(9); // every line of the log is written, as that takes the most
     measureStack(path);
+    measureStackOfSqlite(path);
     unlink(path);
     measureHeap();
     return 0;
