@@ -90,8 +90,10 @@ void expectCallAt(const std::string& path, int line)
 // A line names its file without the folder.
 std::string pathOf(const std::string& file)
 {
-    const bool isTest = file.find("Test.cpp") != std::string::npos;
-    return (isTest ? "components/sql/sqlwrapper/test/" : sqltest::sourceFolder) + file;
+    for (const char* folder : {"components/sql/sqlwrapper/test/", "components/sql/sqlprepared/src/"})
+        if (std::ifstream(std::string(SQLW_TEST_SOURCE_ROOT "/") + folder + file).good())
+            return folder + file;
+    return sqltest::sourceFolder + file;
 }
 
 void writeLine(int priority, const char* format, va_list args)

@@ -1,0 +1,201 @@
+/// @file
+/// A statement that is compiled once and run as often as needed.
+
+#ifndef SQLW_SQL_STATEMENT_H
+#define SQLW_SQL_STATEMENT_H
+
+#include "SqlError.h"
+#include "SqlTable.h"
+
+struct sqlite3_stmt;
+
+namespace sql
+{
+
+/// One compiled statement, its parameters, and the row that it is on. Rows come one at a time, and
+/// none is kept.
+///
+/// Borrows the connection. Close the statement before `Database::close`; otherwise that reports an
+/// assertion and leaves the connection open. Changes of the schema recompile the statement by
+/// themselves. Not copied, not moved. One thread at a time per connection, because changes and
+/// errors belong to the connection.
+///
+/// A statement on a row holds a read lock: it keeps others from writing, a write-ahead log from
+/// being checkpointed, and tables of the connection from being dropped. The end of the rows, a
+/// failure, `reset`, binding, `find` with a record, and `close` release it.
+///
+/// An operation that fails returns false after two ERROR lines: the statement, then SQLite's code
+/// and words. `error()` has the same code and words until the next success. A statement that is not
+/// prepared, or whose connection was null, fails with SQLITE_MISUSE. Reading cells never fails: see
+/// below. No operation throws: without memory it fails with SQLITE_NOMEM.
+class Statement
+{
+public:
+    /// Without a statement.
+    Statement();
+    /// Closes.
+    ~Statement();
+
+    Statement(const Statement&) = delete;
+    Statement& operator=(const Statement&) = delete;
+
+    /// @name Compiling
+    /// They close the statement held. What they compile is logged at DEBUG2.
+    /// @{
+
+    /// Compiles exactly one statement: blanks, comments and one ';' may follow it. Parameters are
+    /// `?1`, `?2` or `:name`. None, two, and a text with a NUL byte are SQLITE_MISUSE. A null
+    /// connection is reported as an assertion, here and by the other two.
+    bool prepare(sqlite3* db, const string& sql);
+
+    /// Reads rows of a table: the columns of its description, by name, in its order. An empty
+    /// condition or order counts as none. Both are SQL and may hold parameters: "celsius > ?1".
+    bool select(Table& table, const string& where = string(), const string& orderBy = string());
+
+    /// Reads the row whose key is `?1`, which `find` takes. SQLITE_MISUSE when the description has
+    /// no key column, or more than one.
+    bool selectByKey(Table& table);
+
+    /// Drops the statement, its parameters and its row. Keeps `error()`.
+    void close();
+
+    /// @}
+    /// @name Parameters
+    /// They count from 1, are NULL at first, and keep their values until bound again. While the
+    /// statement is on a row, binding resets it first. SQLITE_RANGE when there is no such
+    /// parameter.
+    /// @{
+
+    /// Binds NULL.
+    bool bindNull(int parameter);
+    /// Binds an integer.
+    bool bindInteger(int parameter, integer number);
+    /// Binds a number exactly, without rounding. NaN and the infinities are SQLITE_MISMATCH.
+    bool bindDouble(int parameter, double number);
+    /// Binds 1 for true and 0 for false.
+    bool bindBool(int parameter, bool truth);
+    /// Binds the seconds since the epoch.
+    bool bindTime(int parameter, Time time);
+    /// Binds a copy of the text, NUL bytes included.
+    bool bindString(int parameter, const string& text);
+    /// Binds `size` bytes without a copy, or NULL for a null pointer. A negative size counts up to
+    /// the first NUL byte. The bytes must stay as they are until the run ends, and the parameter
+    /// must be bound again before the next run.
+    bool bindText(int parameter, const char* bytes, int size);
+
+    /// The number of the parameter with a name, such as ":name", which includes its first character
+    /// (`:`, `@` or `$`). 0 when there is none, and nothing is logged.
+    int parameter(const string& name) const;
+
+    /// @}
+    /// @name Running
+    /// @{
+
+    /// Goes on to the next row: the first one after a reset, after the end and after a failure.
+    /// @return false at the end, where `error()` is none and nothing is logged, and on failure.
+    bool next();
+
+    /// Runs the statement from its beginning to its end; rows are passed over.
+    bool run();
+
+    /// Ends the run. The parameters stay.
+    void reset();
+
+    /// Runs a statement of `selectByKey`, or any other, with the key as `?1`, up to the first row.
+    /// @return false as by `next`: without such a row, `error()` is none.
+    bool find(integer key);
+    bool find(const string& key);
+
+    /// The same, fills the record as `read` does, and ends the run.
+    bool find(integer key, Record& record);
+    bool find(const string& key, Record& record);
+
+    /// The rows that the last run added, changed or deleted; those that triggers changed do not
+    /// count. 0 after a failure, a read, and a statement that changes the schema.
+    int changes() const;
+
+    /// @}
+    /// @name The row
+    /// Columns count from 0. Without a row, without a statement, and without such a column, a cell
+    /// reads as NULL, and nothing is logged. NULL reads as 0, 0.0, false, the epoch and the empty
+    /// text. Cells of another type are converted as SQLite does.
+    /// @{
+
+    /// The number of columns; 0 for a statement that returns no rows, and without a statement.
+    int columnCount() const;
+    /// The first column with the name: of the description for `select` and `selectByKey`, otherwise
+    /// of the result, byte for byte. -1 when there is none.
+    int column(const string& name) const;
+
+    /// Whether the cell is NULL.
+    bool isNull(int column) const;
+    bool isNull(const string& name) const;
+    /// The cell as an integer.
+    integer getInteger(int column) const;
+    integer getInteger(const string& name) const;
+    /// The cell as a number, exactly as stored.
+    double getDouble(int column) const;
+    double getDouble(const string& name) const;
+    /// True for 1 alone, as `Value::asBool`.
+    bool getBool(int column) const;
+    bool getBool(const string& name) const;
+    /// The time of `getInteger` seconds.
+    Time getTime(int column) const;
+    Time getTime(const string& name) const;
+    /// A copy of the text, NUL bytes included. Without memory the empty text, with an `error()` of
+    /// SQLITE_NOMEM.
+    string getString(int column) const;
+    string getString(const string& name) const;
+
+    /// The text where SQLite keeps it, until the statement changes or the next row; null for NULL.
+    /// It ends in a NUL byte, which `getSize` does not count.
+    const char* getText(int column) const;
+    /// The size of that text, in bytes.
+    int getSize(int column) const;
+
+    /// Fills a record: cell i from column i, with the texts that `Table` reads; texts with NUL
+    /// bytes come whole. Cells keep their types. A record that is used again takes no memory, as
+    /// long as its texts do not grow.
+    /// @return false with SQLITE_MISMATCH, and the record unchanged, when the numbers of cells and
+    ///         columns differ; false with SQLITE_MISUSE without a row.
+    bool read(Record& record) const;
+
+    /// @}
+
+    /// Why the last operation failed; none when it succeeded.
+    const Error& error() const;
+
+private:
+    friend class Backup; // they compile statements without taking memory for the texts
+    friend class Transaction;
+    friend class TableWriter; // lends texts to its statements
+    SQLW_INTERNAL bool bindBorrowed(int parameter, const string& text);
+    SQLW_INTERNAL bool prepare(sqlite3* db, const char* sql, string::size_type size);
+    SQLW_INTERNAL bool prepare(Table& table, const string& sql);
+    SQLW_INTERNAL bool canBind();
+    SQLW_INTERNAL bool bind(int parameter, const string& text, void (*release)(void*));
+    SQLW_INTERNAL bool bound(int rc);
+    SQLW_INTERNAL bool begin();
+    SQLW_INTERNAL bool end(int rc);
+    SQLW_INTERNAL bool readAlone(Record& record);
+    SQLW_INTERNAL bool readCell(int column, Value& cell) const;
+    SQLW_INTERNAL bool succeed() const;
+    SQLW_INTERNAL bool fail(int rc) const;
+    SQLW_INTERNAL bool fail(int extendedCode, const char* text) const;
+    SQLW_INTERNAL bool withoutMemory() const;
+    SQLW_INTERNAL void logFailure() const;
+
+    sqlite3* _db;
+    sqlite3_stmt* _handle;
+    bool _isRunning;   // is on a row
+    bool _changesRows; // is no read
+    int _changes;
+    int _changesBefore; // of the connection, when the run began
+    FieldSet _fields;   // of `select`
+    string _key;        // of `find`, which the parameter refers to
+    mutable Error _error;
+};
+
+} // namespace sql
+
+#endif

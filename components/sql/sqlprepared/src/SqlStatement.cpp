@@ -1,0 +1,523 @@
+#include "SqlStatement.h"
+
+#include <climits>
+#include <cmath>
+#include <cstring>
+
+#include "Companion.h"
+#include "StoredNumber.h"
+
+#define SQLW_SOURCE_NAME "SqlStatement.cpp"
+
+namespace sql
+{
+
+static const Field* const noFields = nullptr;
+
+Statement::Statement()
+    : _db(nullptr), _handle(nullptr), _isRunning(false), _changesRows(false), _changes(0),
+      _changesBefore(0), _fields(noFields)
+{}
+
+Statement::~Statement()
+{
+    close();
+}
+
+void Statement::close()
+{
+    if (_handle)
+        sqlite3_finalize(_handle);
+    _handle = nullptr;
+    _isRunning = false;
+    _fields = FieldSet(noFields);
+}
+
+bool Statement::succeed() const
+{
+    clear(_error);
+    return true;
+}
+
+bool Statement::fail(int extendedCode, const char* text) const
+{
+    setError(_error, extendedCode, text);
+    logFailure();
+    return false;
+}
+
+// With the words of SQLite for what its last call returned.
+bool Statement::fail(int rc) const
+{
+    setError(_error, rc, _db);
+    logFailure();
+    return false;
+}
+
+void Statement::logFailure() const
+{
+    const char* const sql = sqlite3_sql(_handle);
+    const int code = _error.code();
+    SQLW_ERROR("Failed to run the SQL stmt '%s'", sql ? sql : "");
+    SQLW_ERROR("  rc=%d=%s: %s", code, sqliteRc2Str(code), _error.text().c_str());
+}
+
+// Compiling
+
+// What may follow a statement: blanks and comments.
+static bool isBlank(const char* sql)
+{
+    for (;;) {
+        sql += std::strspn(sql, " \t\n\f\r");
+        if (std::strncmp(sql, "--", 2) == 0) {
+            sql += std::strcspn(sql, "\n");
+        } else if (std::strncmp(sql, "/*", 2) == 0) {
+            const char* const end = std::strstr(sql + 2, "*/");
+            sql = end ? end + 2 : sql + std::strlen(sql);
+        } else {
+            return *sql == '\0';
+        }
+    }
+}
+
+// SQLite is asked to keep such statements apart from its short-lived memory, where it can: the
+// function is newer than the oldest SQLite that this library runs on.
+#if SQLITE_VERSION_NUMBER >= 3020000
+extern "C" __attribute__((weak)) decltype(sqlite3_prepare_v3) sqlite3_prepare_v3;
+#endif
+
+static int compile(sqlite3* db, const char* sql, sqlite3_stmt** handle, const char** tail)
+{
+#if SQLITE_VERSION_NUMBER >= 3020000
+    if (sqlite3_prepare_v3)
+        return sqlite3_prepare_v3(db, sql, -1, SQLITE_PREPARE_PERSISTENT, handle, tail);
+#endif
+    return sqlite3_prepare_v2(db, sql, -1, handle, tail);
+}
+
+bool Statement::prepare(sqlite3* db, const string& sql)
+{
+    return prepare(db, sql.c_str(), sql.size());
+}
+
+bool Statement::prepare(sqlite3* db, const char* sql, string::size_type size)
+{
+    SQLW_SIGNATURE("bool sql::Statement::prepare(sqlite3*, const string&)");
+    close();
+    _changes = 0;
+    _db = db;
+    if (!SQLW_ASSERT(db)) {
+        setError(_error, SQLITE_MISUSE, "no connection");
+        return false;
+    }
+    SQLW_DEBUG2("stmt='%s'", sql);
+
+    const char* tail = nullptr;
+    const int rc = compile(db, sql, &_handle, &tail);
+    if (rc != SQLITE_OK) {
+        setError(_error, rc, db);
+    } else if (!_handle || !isBlank(tail) || std::strlen(sql) != size) {
+        close();
+        setError(_error, SQLITE_MISUSE, "the text is not exactly one statement");
+    } else {
+        _changesRows = sqlite3_stmt_readonly(_handle) == 0;
+        return succeed();
+    }
+    SQLW_ERROR("Failed to prepare the SQL stmt '%s'", sql);
+    SQLW_ERROR("  rc=%d=%s: %s", _error.code(), sqliteRc2Str(_error.code()), _error.text().c_str());
+    return false;
+}
+
+bool Statement::withoutMemory() const
+{
+    return fail(SQLITE_NOMEM, "out of memory");
+}
+
+static string selectOf(const Table& table)
+{
+    const FieldSet& fields = table.fields();
+    string sql("select ");
+    sql += fields.toSql();
+    sql += " from ";
+    sql += table.name();
+    return sql;
+}
+
+// Keeps the names, because SQLite may spell those of a result otherwise.
+bool Statement::prepare(Table& table, const string& sql)
+{
+    if (!prepare(table.getHandle(), sql))
+        return false;
+    _fields = table.fields();
+    return true;
+}
+
+bool Statement::select(Table& table, const string& where, const string& orderBy)
+{
+    try {
+        string sql = selectOf(table);
+        if (!where.empty()) {
+            sql += " where ";
+            sql += where;
+        }
+        if (!orderBy.empty()) {
+            sql += " order by ";
+            sql += orderBy;
+        }
+        return prepare(table, sql);
+    } catch (const std::exception&) {
+        close();
+        return withoutMemory();
+    }
+}
+
+bool Statement::selectByKey(Table& table)
+{
+    try {
+        string sql = selectOf(table);
+        const Field* const key = onlyKey(table.fields());
+        if (!key) {
+            close();
+            return fail(SQLITE_MISUSE, "the table has not exactly one key column");
+        }
+        sql += " where ";
+        sql += key->getName();
+        sql += " = ?1";
+        return prepare(table, sql);
+    } catch (const std::exception&) {
+        close();
+        return withoutMemory();
+    }
+}
+
+// Parameters
+
+bool Statement::canBind()
+{
+    if (!_handle)
+        return fail(SQLITE_MISUSE, "no statement is prepared");
+    reset();
+    return true;
+}
+
+bool Statement::bound(int rc)
+{
+    return rc == SQLITE_OK ? succeed() : fail(rc);
+}
+
+bool Statement::bindNull(int parameter)
+{
+    return canBind() && bound(sqlite3_bind_null(_handle, parameter));
+}
+
+bool Statement::bindInteger(int parameter, integer number)
+{
+    return canBind() && bound(sqlite3_bind_int64(_handle, parameter, number));
+}
+
+bool Statement::bindDouble(int parameter, double number)
+{
+    if (!canBind())
+        return false;
+    if (!std::isfinite(number))
+        return fail(SQLITE_MISMATCH, "SQLite stores neither NaN nor infinities as numbers");
+    return bound(sqlite3_bind_double(_handle, parameter, number));
+}
+
+bool Statement::bindBool(int parameter, bool truth)
+{
+    return bindInteger(parameter, truth ? 1 : 0);
+}
+
+bool Statement::bindTime(int parameter, Time time)
+{
+    return bindInteger(parameter, time.asInteger());
+}
+
+bool Statement::bindString(int parameter, const string& text)
+{
+    return canBind() && bind(parameter, text, SQLITE_TRANSIENT);
+}
+
+bool Statement::bindBorrowed(int parameter, const string& text)
+{
+    return canBind() && bind(parameter, text, SQLITE_STATIC);
+}
+
+bool Statement::bind(int parameter, const string& text, void (*release)(void*))
+{
+    if (text.size() > INT_MAX)
+        return fail(SQLITE_TOOBIG, sqlite3_errstr(SQLITE_TOOBIG));
+    const int size = static_cast<int>(text.size());
+    return bound(sqlite3_bind_text(_handle, parameter, text.data(), size, release));
+}
+
+bool Statement::bindText(int parameter, const char* bytes, int size)
+{
+    return canBind() && bound(sqlite3_bind_text(_handle, parameter, bytes, size, SQLITE_STATIC));
+}
+
+int Statement::parameter(const string& name) const
+{
+    return sqlite3_bind_parameter_index(_handle, name.c_str());
+}
+
+// Running
+
+bool Statement::begin()
+{
+    if (!_handle)
+        return fail(SQLITE_MISUSE, "no statement is prepared");
+    _changes = 0;
+    if (_changesRows)
+        _changesBefore = sqlite3_total_changes(_db);
+    return true;
+}
+
+// Always reset, so that the statement leaves no lock and can run again. SQLite's words come first:
+// the reset replaces them.
+bool Statement::end(int rc)
+{
+    _isRunning = false;
+    if (rc != SQLITE_ROW && rc != SQLITE_DONE) {
+        fail(rc);
+        sqlite3_reset(_handle);
+        return false;
+    }
+    const int ended = sqlite3_reset(_handle);
+    if (ended != SQLITE_OK) // before its last row, a write may fail only now
+        return fail(ended);
+    // SQLite counts the changes of the last statement that had any.
+    if (_changesRows && sqlite3_total_changes(_db) != _changesBefore)
+        _changes = sqlite3_changes(_db);
+    return true;
+}
+
+bool Statement::next()
+{
+    if (!_isRunning && !begin())
+        return false;
+    const int rc = sqlite3_step(_handle);
+    _isRunning = rc == SQLITE_ROW;
+    if (_isRunning)
+        return succeed();
+    if (end(rc))
+        succeed();
+    return false;
+}
+
+bool Statement::run()
+{
+    reset();
+    if (!begin())
+        return false;
+    int rc = SQLITE_ROW;
+    while (rc == SQLITE_ROW)
+        rc = sqlite3_step(_handle);
+    return end(rc) && succeed();
+}
+
+void Statement::reset()
+{
+    if (_isRunning)
+        end(SQLITE_ROW);
+}
+
+bool Statement::find(integer key)
+{
+    return bindInteger(1, key) && next();
+}
+
+bool Statement::find(const string& key)
+{
+    if (!canBind())
+        return false;
+    try {
+        _key = key;
+    } catch (const std::exception&) {
+        return withoutMemory();
+    }
+    return bindBorrowed(1, _key) && next();
+}
+
+bool Statement::find(integer key, Record& record)
+{
+    return find(key) && readAlone(record);
+}
+
+bool Statement::find(const string& key, Record& record)
+{
+    return find(key) && readAlone(record);
+}
+
+bool Statement::readAlone(Record& record)
+{
+    const bool isRead = read(record);
+    return end(SQLITE_ROW) && isRead;
+}
+
+int Statement::changes() const
+{
+    return _changes;
+}
+
+// The row. SQLite itself reads a cell that is not there as NULL.
+
+int Statement::columnCount() const
+{
+    return sqlite3_column_count(_handle);
+}
+
+int Statement::column(const string& name) const
+{
+    if (_fields.count() > 0)
+        return positionOf(_fields, name);
+    for (int i = 0; i < columnCount(); ++i) {
+        const char* const own = sqlite3_column_name(_handle, i);
+        if (own && name == own)
+            return i;
+    }
+    return -1;
+}
+
+bool Statement::isNull(int column) const
+{
+    return sqlite3_column_type(_handle, column) == SQLITE_NULL;
+}
+
+bool Statement::isNull(const string& name) const
+{
+    return isNull(column(name));
+}
+
+integer Statement::getInteger(int column) const
+{
+    return sqlite3_column_int64(_handle, column);
+}
+
+integer Statement::getInteger(const string& name) const
+{
+    return getInteger(column(name));
+}
+
+double Statement::getDouble(int column) const
+{
+    return sqlite3_column_double(_handle, column);
+}
+
+double Statement::getDouble(const string& name) const
+{
+    return getDouble(column(name));
+}
+
+bool Statement::getBool(int column) const
+{
+    switch (sqlite3_column_type(_handle, column)) {
+        case SQLITE_INTEGER:
+            return getInteger(column) == 1;
+        case SQLITE_TEXT:
+        case SQLITE_BLOB: {
+            const char* const text = getText(column);
+            return text && std::strcmp(text, "1") == 0 && getSize(column) == 1;
+        }
+        default:
+            return false;
+    }
+}
+
+bool Statement::getBool(const string& name) const
+{
+    return getBool(column(name));
+}
+
+Time Statement::getTime(int column) const
+{
+    return Time(getInteger(column));
+}
+
+Time Statement::getTime(const string& name) const
+{
+    return getTime(column(name));
+}
+
+string Statement::getString(int column) const
+{
+    try {
+        const char* const text = getText(column);
+        if (text)
+            return string(text, static_cast<size_t>(getSize(column)));
+        if (!isNull(column))
+            withoutMemory();
+    } catch (const std::exception&) {
+        withoutMemory();
+    }
+    return string();
+}
+
+string Statement::getString(const string& name) const
+{
+    return getString(column(name));
+}
+
+const char* Statement::getText(int column) const
+{
+    return reinterpret_cast<const char*>(sqlite3_column_text(_handle, column));
+}
+
+int Statement::getSize(int column) const
+{
+    return sqlite3_column_bytes(_handle, column);
+}
+
+bool Statement::read(Record& record) const
+{
+    if (!_isRunning)
+        return fail(SQLITE_MISUSE, "there is no row");
+    if (record.columnCount() != sqlite3_data_count(_handle))
+        return fail(SQLITE_MISMATCH, "the record has not as many cells as the row");
+    try {
+        for (int i = 0; i < record.columnCount(); ++i)
+            if (!readCell(i, *record.getValue(i)))
+                return withoutMemory();
+    } catch (const std::exception&) {
+        return withoutMemory();
+    }
+    return succeed();
+}
+
+// As `Table` reads it: the text of whatever is stored. Numbers are made to texts here, which costs
+// a fraction of what it costs SQLite.
+bool Statement::readCell(int column, Value& cell) const
+{
+    switch (sqlite3_column_type(_handle, column)) {
+        case SQLITE_NULL:
+            cell.setNull();
+            return true;
+        case SQLITE_INTEGER:
+            cell.setInteger(getInteger(column));
+            return true;
+        case SQLITE_FLOAT: {
+            const StoredDouble number(getDouble(column));
+            if (number.text()) {
+                cell.setValue(number.text(), cell.getType());
+                return true;
+            }
+        }
+    }
+    const char* const text = getText(column);
+    if (!text)
+        return false;
+    const string::size_type size = static_cast<string::size_type>(getSize(column));
+    if (std::strlen(text) == size)
+        cell.setValue(text, cell.getType());
+    else
+        cell.setString(string(text, size));
+    return true;
+}
+
+const Error& Statement::error() const
+{
+    return _error;
+}
+
+} // namespace sql

@@ -1,0 +1,128 @@
+#include "SqlTransaction.h"
+
+#include <cstring>
+
+#include "Companion.h"
+
+#define SQLW_SOURCE_NAME "SqlTransaction.cpp"
+
+namespace sql
+{
+
+static const char* beginning(Transaction::Mode mode)
+{
+    switch (mode) {
+        case Transaction::deferred:
+            return "BEGIN DEFERRED TRANSACTION";
+        case Transaction::immediate:
+            return "BEGIN IMMEDIATE TRANSACTION";
+        case Transaction::exclusive:
+            return "BEGIN EXCLUSIVE TRANSACTION";
+    }
+    return nullptr;
+}
+
+Transaction::Transaction(sqlite3* db, Mode mode) : _db(db), _hasEnded(true), _isSavepoint(false)
+{
+    SQLW_SIGNATURE("sql::Transaction::Transaction(sqlite3*, sql::Transaction::Mode)");
+    const char* const sql = beginning(mode);
+    if (!SQLW_ASSERT(db) || !SQLW_ASSERT(sql)) {
+        setError(_error, SQLITE_MISUSE, db ? "there is no such mode" : "no connection");
+        return;
+    }
+    // Within another transaction. Savepoints of one name nest, when they end in reverse order.
+    _isSavepoint = sqlite3_get_autocommit(db) == 0;
+    _hasEnded = !(_isSavepoint ? begin("SAVEPOINT sqlprepared", "RELEASE sqlprepared",
+                                       "ROLLBACK TO sqlprepared")
+                               : begin(sql, "COMMIT TRANSACTION", "ROLLBACK TRANSACTION"));
+}
+
+Transaction::~Transaction()
+{
+    if (isOpen())
+        rollback();
+}
+
+// The ends are compiled first: a transaction that has begun can always end.
+bool Transaction::begin(const char* sql, const char* commit, const char* rollback)
+{
+    Statement statement;
+    return prepare(_commit, commit) && prepare(_rollback, rollback) && prepare(statement, sql) &&
+           run(statement);
+}
+
+bool Transaction::prepare(Statement& statement, const char* sql)
+{
+    return statement.prepare(_db, sql, std::strlen(sql)) || fail(statement.error());
+}
+
+bool Transaction::run(Statement& statement)
+{
+    if (!statement.run())
+        return fail(statement.error());
+    clear(_error);
+    return true;
+}
+
+// The statement has logged it.
+bool Transaction::fail(const Error& why)
+{
+    setError(_error, why.extendedCode(), why.text().c_str());
+    return false;
+}
+
+bool Transaction::fail(int extendedCode, const char* text)
+{
+    setError(_error, extendedCode, text);
+    SQLW_ERROR("Failed to end a transaction: rc=%d=%s: %s", _error.code(),
+               sqliteRc2Str(_error.code()), text);
+    return false;
+}
+
+// SQLite rolls back by itself when it can't go on, and then commits each statement by itself.
+bool Transaction::isUndone() const
+{
+    return !_hasEnded && sqlite3_get_autocommit(_db) != 0;
+}
+
+bool Transaction::isOpen() const
+{
+    return !_hasEnded && !isUndone();
+}
+
+bool Transaction::commit()
+{
+    if (_hasEnded)
+        return fail(SQLITE_MISUSE, "no transaction is open");
+    if (isUndone())
+        return fail(SQLITE_ABORT_ROLLBACK, "SQLite has rolled the transaction back by itself");
+    return run(_commit) && end();
+}
+
+bool Transaction::rollback()
+{
+    if (_hasEnded)
+        return fail(SQLITE_MISUSE, "no transaction is open");
+    if (isUndone()) {
+        clear(_error);
+        return end();
+    }
+    if (_isSavepoint) // stays after a rollback to it
+        return run(_rollback) && run(_commit) && end();
+    return run(_rollback) && end();
+}
+
+bool Transaction::end()
+{
+    _hasEnded = true;
+    _commit.close();
+    _rollback.close();
+    return true;
+}
+
+const Error& Transaction::error() const
+{
+    return _error;
+}
+
+} // namespace sql

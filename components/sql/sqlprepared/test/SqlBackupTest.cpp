@@ -1,0 +1,224 @@
+#include "SqlBackup.h"
+
+#include <memory>
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include "SqlDatabase.h"
+#include "support/Prepared.h"
+
+using namespace sqltest;
+
+namespace
+{
+
+const Source source = companionSource("SqlBackup");
+
+std::string refusedToCopy(const Refusal& refusal)
+{
+    return source.error("fail", "Failed to copy a database: rc=%d=%s: %s", refusal.rc, refusal.name,
+                        refusal.text);
+}
+
+// `mine` is copied over the database in `copy`.
+class BackupTest : public FileTest
+{
+protected:
+    BackupTest()
+    {
+        mine.run("create table item (id integer primary key, name text);"
+                 "insert into item with recursive n(i) as (select 1 union all select i + 1 from n "
+                 "where i < 1000) select i, hex(zeroblob(20)) from n");
+    }
+
+    int pages(Connection& of) { return std::stoi(of.cell("pragma page_count")); }
+    std::string rows(Connection& of) { return of.cell("select count(*) from item"); }
+
+    const TemporaryFile copyFile;
+    Connection copy{copyFile.path};
+};
+
+TEST_F(BackupTest, CopiesAtOnce)
+{
+    sql::Backup backup(copy.db, mine.db);
+    EXPECT_EQ("none", words(backup.error()));
+    EXPECT_FALSE(backup.isDone());
+    EXPECT_FALSE(backup.step(-1));
+    EXPECT_TRUE(backup.isDone());
+    EXPECT_FALSE(backup.isBusy());
+    EXPECT_EQ("none", words(backup.error()));
+    EXPECT_EQ("1000", rows(copy));
+    EXPECT_EQ("", recordedDiagnostics());
+}
+
+TEST_F(BackupTest, CopiesPageByPage)
+{
+    sql::Backup backup(copy.db, mine.db);
+    EXPECT_EQ(0, backup.pageCount());
+    EXPECT_EQ(0, backup.remaining());
+    int steps = 1;
+    while (backup.step(1)) {
+        EXPECT_EQ(pages(mine), backup.pageCount());
+        EXPECT_EQ(pages(mine) - steps, backup.remaining());
+        EXPECT_FALSE(backup.isDone());
+        ++steps;
+    }
+    EXPECT_TRUE(backup.isDone());
+    EXPECT_EQ(pages(mine), steps);
+    EXPECT_EQ(0, backup.remaining());
+    EXPECT_EQ(pages(mine), backup.pageCount());
+}
+
+TEST_F(BackupTest, FurtherStepsOfADoneCopyAreFalse)
+{
+    sql::Backup backup(copy.db, mine.db);
+    EXPECT_FALSE(backup.step(-1));
+    EXPECT_FALSE(backup.step(-1));
+    EXPECT_TRUE(backup.isDone());
+    EXPECT_EQ("none", words(backup.error()));
+}
+
+TEST_F(BackupTest, ReplacesWhatTheDestinationHeld)
+{
+    copy.run("create table old (id integer); create table item (id integer)");
+    EXPECT_FALSE(sql::Backup(copy.db, mine.db).step(-1));
+    EXPECT_EQ("0", copy.cell("select count(*) from sqlite_master where name = 'old'"));
+    EXPECT_EQ("1000", rows(copy));
+}
+
+TEST_F(BackupTest, UnfinishedCopyIsUndone)
+{
+    copy.run("create table old (id integer)");
+    {
+        sql::Backup backup(copy.db, mine.db);
+        EXPECT_TRUE(backup.step(3));
+    }
+    EXPECT_EQ("old", copy.cell("select group_concat(name) from sqlite_master"));
+    EXPECT_EQ("ok", copy.cell("pragma integrity_check"));
+}
+
+TEST_F(BackupTest, WritesOfTheSourceConnectionAreCopiedAlong)
+{
+    sql::Backup backup(copy.db, mine.db);
+    EXPECT_TRUE(backup.step(2));
+    mine.run("delete from item where id > 10");
+    EXPECT_FALSE(backup.step(-1));
+    EXPECT_EQ("10", rows(copy));
+}
+
+TEST_F(BackupTest, WritesOfOthersMakeItBeginAgain)
+{
+    sql::Backup backup(copy.db, mine.db);
+    EXPECT_TRUE(backup.step(2));
+    other.run("insert into item values (2000, 'late')");
+    EXPECT_TRUE(backup.step(1));
+    EXPECT_EQ(pages(mine) - 1, backup.remaining());
+    EXPECT_FALSE(backup.step(-1));
+    EXPECT_EQ("1001", rows(copy));
+}
+
+TEST_F(BackupTest, LockOfTheSourceIsToBeWaitedFor)
+{
+    sql::Backup backup(copy.db, mine.db);
+    other.run("begin exclusive");
+    EXPECT_TRUE(backup.step(-1));
+    EXPECT_TRUE(backup.isBusy());
+    EXPECT_FALSE(backup.isDone());
+    EXPECT_EQ("none", words(backup.error()));
+    other.run("commit");
+    EXPECT_FALSE(backup.step(-1));
+    EXPECT_FALSE(backup.isBusy());
+    EXPECT_TRUE(backup.isDone());
+    EXPECT_EQ("", recordedDiagnostics());
+}
+
+TEST_F(BackupTest, LockOfTheDestinationIsToBeWaitedFor)
+{
+    Connection reader(copyFile.path);
+    copy.run("create table old (id integer)");
+    sql::Backup backup(copy.db, mine.db);
+    reader.run("begin; select * from old");
+    EXPECT_TRUE(backup.step(-1));
+    EXPECT_TRUE(backup.isBusy());
+    reader.run("commit");
+    EXPECT_FALSE(backup.step(-1));
+    EXPECT_TRUE(backup.isDone());
+    EXPECT_EQ("1000", rows(copy));
+}
+
+// Failures
+
+TEST_F(BackupTest, FailsOnceAndForAll)
+{
+    copy.run("pragma max_page_count = 2");
+    sql::Backup backup(copy.db, mine.db);
+    EXPECT_FALSE(backup.step(-1));
+    EXPECT_EQ("13: database or disk is full", words(backup.error()));
+    EXPECT_FALSE(backup.isDone());
+    EXPECT_FALSE(backup.isBusy());
+    EXPECT_EQ(trace({refusedToCopy({13, "SQLITE_FULL", "database or disk is full"})}),
+              recordedDiagnostics());
+    copy.run("pragma max_page_count = 2000");
+    EXPECT_FALSE(backup.step(-1));
+    EXPECT_EQ("13: database or disk is full", words(backup.error()));
+    EXPECT_EQ("", recordedDiagnostics());
+}
+
+TEST_F(BackupTest, OneConnectionCannotBeBoth)
+{
+    sql::Backup backup(mine.db, mine.db);
+    EXPECT_EQ("1: source and destination must be distinct", words(backup.error()));
+    EXPECT_EQ(
+        trace({refusedToCopy({1, "SQLITE_ERROR", "source and destination must be distinct"})}),
+        recordedDiagnostics());
+    EXPECT_FALSE(backup.step(-1));
+    EXPECT_FALSE(backup.isDone());
+}
+
+TEST_F(BackupTest, NullConnectionIsReportedOnce)
+{
+    const char* const signature = "sql::Backup::Backup(sqlite3*, sqlite3*)";
+    sql::Backup nowhere(nullptr, mine.db);
+    EXPECT_EQ("21: no connection", words(nowhere.error()));
+    EXPECT_EQ(trace({source.asserted("destination", signature)}), recordedDiagnostics());
+    sql::Backup nothing(copy.db, nullptr);
+    EXPECT_EQ("21: no connection", words(nothing.error()));
+    EXPECT_EQ(trace({source.asserted("source", signature)}), recordedDiagnostics());
+
+    EXPECT_FALSE(nothing.step(1));
+    EXPECT_FALSE(nothing.isDone());
+    EXPECT_FALSE(nothing.isBusy());
+    EXPECT_EQ(0, nothing.remaining());
+    EXPECT_EQ(0, nothing.pageCount());
+    EXPECT_EQ("", recordedDiagnostics());
+}
+
+// A connection that is closed while it is copied, or copied over, stays open.
+class ClosedTooEarlyTest : public BackupTest, public ::testing::WithParamInterface<bool>
+{
+};
+
+TEST_P(ClosedTooEarlyTest, StaysOpenUntilTheCopyEnds)
+{
+    sql::Database database;
+    ASSERT_TRUE(
+        database.open(GetParam() ? copyFile.path : file.path, sql::Database::read_write, false, 0));
+    sqlite3* const db = database.getHandle();
+    std::unique_ptr<sql::Backup> backup(GetParam() ? new sql::Backup(db, mine.db)
+                                                   : new sql::Backup(copy.db, db));
+    EXPECT_TRUE(backup->step(1));
+    recorded();
+    database.close();
+    EXPECT_EQ(
+        trace({Source("SqlDatabase").asserted("rc == SQLITE_OK", "void sql::Database::close()")}),
+        recordedDiagnostics());
+    EXPECT_FALSE(backup->step(-1));
+    EXPECT_TRUE(backup->isDone());
+    EXPECT_EQ(SQLITE_OK, sqlite3_close(db)) << "a done copy keeps no connection open";
+    EXPECT_EQ("1000", rows(copy));
+}
+
+INSTANTIATE_TEST_SUITE_P(DestinationAndSource, ClosedTooEarlyTest, ::testing::Bool());
+
+} // namespace

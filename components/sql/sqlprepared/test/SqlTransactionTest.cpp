@@ -1,0 +1,370 @@
+#include "SqlTransaction.h"
+
+#include <memory>
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include "SqlDatabase.h"
+#include "support/Prepared.h"
+
+using namespace sqltest;
+
+namespace
+{
+
+const Source source = companionSource("SqlTransaction");
+
+std::string refusedToEnd(const Refusal& refusal)
+{
+    return source.error("fail", "Failed to end a transaction: rc=%d=%s: %s", refusal.rc,
+                        refusal.name, refusal.text);
+}
+
+const Refusal notOpen = {21, "SQLITE_MISUSE", "no transaction is open"};
+const Refusal undone = {4, "SQLITE_ABORT", "SQLite has rolled the transaction back by itself"};
+
+class TransactionTest : public FileTest
+{
+protected:
+    TransactionTest() { mine.run("create table item (id integer primary key)"); }
+
+    void insert(int id) { mine.run("insert into item values (" + std::to_string(id) + ")"); }
+    std::string ids(Connection& of)
+    {
+        return of.cell("select coalesce(group_concat(id, ' '), '') from item");
+    }
+    std::string ids() { return ids(other); }
+    bool isInTransaction() { return sqlite3_get_autocommit(mine.db) == 0; }
+};
+
+// A transaction
+
+TEST_F(TransactionTest, KeepsItsWritesWhenItIsCommitted)
+{
+    sql::Transaction transaction(mine.db);
+    EXPECT_TRUE(transaction.isOpen());
+    insert(1);
+    EXPECT_EQ("", ids());
+    EXPECT_TRUE(transaction.commit());
+    EXPECT_EQ("1", ids());
+    EXPECT_FALSE(transaction.isOpen());
+    EXPECT_FALSE(isInTransaction());
+    EXPECT_EQ("none", words(transaction.error()));
+    EXPECT_EQ("", recordedDiagnostics());
+}
+
+TEST_F(TransactionTest, IsRolledBackWhenItEndsWithoutCommit)
+{
+    {
+        sql::Transaction transaction(mine.db);
+        insert(1);
+    }
+    EXPECT_EQ("", ids());
+    EXPECT_FALSE(isInTransaction());
+    EXPECT_EQ("", recordedDiagnostics());
+}
+
+TEST_F(TransactionTest, IsRolledBackOnDemand)
+{
+    sql::Transaction transaction(mine.db);
+    insert(1);
+    EXPECT_TRUE(transaction.rollback());
+    EXPECT_FALSE(transaction.isOpen());
+    EXPECT_FALSE(isInTransaction());
+    EXPECT_EQ("", ids());
+}
+
+TEST_F(TransactionTest, LogsWhatItCompiles)
+{
+    setTraceLevel(9);
+    sql::Transaction transaction(mine.db);
+    EXPECT_EQ(trace({prepared("COMMIT TRANSACTION"), prepared("ROLLBACK TRANSACTION"),
+                     prepared("BEGIN IMMEDIATE TRANSACTION")}),
+              recordedDiagnostics());
+}
+
+// Modes
+
+TEST_F(TransactionTest, ModesAreNumberedFrom0)
+{
+    EXPECT_EQ(0, static_cast<int>(sql::Transaction::deferred));
+    EXPECT_EQ(1, static_cast<int>(sql::Transaction::immediate));
+    EXPECT_EQ(2, static_cast<int>(sql::Transaction::exclusive));
+}
+
+TEST_F(TransactionTest, ImmediateTakesTheLockToWriteAtOnce)
+{
+    sql::Transaction first(mine.db);
+    const sql::Transaction second(other.db);
+    EXPECT_FALSE(second.isOpen());
+    EXPECT_EQ("5: database is locked", words(second.error()));
+    EXPECT_EQ(
+        trace({failed("BEGIN IMMEDIATE TRANSACTION", {5, "SQLITE_BUSY", "database is locked"})}),
+        recordedDiagnostics());
+}
+
+TEST_F(TransactionTest, DeferredLeavesOthersToWrite)
+{
+    sql::Transaction first(mine.db, sql::Transaction::deferred);
+    sql::Transaction second(other.db, sql::Transaction::immediate);
+    EXPECT_TRUE(first.isOpen());
+    EXPECT_TRUE(second.isOpen());
+}
+
+TEST_F(TransactionTest, ExclusiveKeepsOthersFromReading)
+{
+    sql::Transaction transaction(mine.db, sql::Transaction::exclusive);
+    EXPECT_EQ(SQLITE_BUSY, sqlite3_exec(other.db, "select * from item", nullptr, nullptr, nullptr));
+}
+
+TEST_F(TransactionTest, OtherModeIsReported)
+{
+    const sql::Transaction transaction(mine.db, static_cast<sql::Transaction::Mode>(3));
+    EXPECT_FALSE(transaction.isOpen());
+    EXPECT_FALSE(isInTransaction());
+    EXPECT_EQ("21: there is no such mode", words(transaction.error()));
+    EXPECT_EQ(trace({source.asserted(
+                  "sql", "sql::Transaction::Transaction(sqlite3*, sql::Transaction::Mode)")}),
+              recordedDiagnostics());
+}
+
+// Within another transaction
+
+TEST_F(TransactionTest, WithinAnotherItIsASavepoint)
+{
+    sql::Transaction outer(mine.db);
+    insert(1);
+    {
+        sql::Transaction inner(mine.db);
+        EXPECT_TRUE(inner.isOpen());
+        insert(2);
+        EXPECT_TRUE(inner.commit());
+        EXPECT_FALSE(inner.isOpen());
+    }
+    {
+        sql::Transaction inner(mine.db);
+        insert(3);
+        {
+            sql::Transaction innermost(mine.db);
+            insert(4);
+            EXPECT_TRUE(innermost.commit());
+        }
+        EXPECT_EQ("1 2 3 4", ids(mine));
+    }
+    EXPECT_EQ("1 2", ids(mine));
+    EXPECT_TRUE(outer.isOpen());
+    EXPECT_TRUE(outer.commit());
+    EXPECT_EQ("1 2", ids());
+    EXPECT_EQ("", recordedDiagnostics());
+}
+
+TEST_F(TransactionTest, SavepointIsGoneAfterItsRollback)
+{
+    sql::Transaction outer(mine.db);
+    sql::Transaction inner(mine.db);
+    insert(1);
+    EXPECT_TRUE(inner.rollback());
+    EXPECT_FALSE(inner.isOpen());
+    EXPECT_EQ(SQLITE_ERROR,
+              sqlite3_exec(mine.db, "release sqlprepared", nullptr, nullptr, nullptr));
+    EXPECT_TRUE(outer.isOpen());
+    EXPECT_EQ("", ids(mine));
+}
+
+TEST_F(TransactionTest, NestsInATransactionOfTheLibrary)
+{
+    mine.run("begin transaction");
+    {
+        sql::Transaction inner(mine.db);
+        insert(1);
+    }
+    EXPECT_TRUE(isInTransaction());
+    mine.run("commit transaction");
+    EXPECT_EQ("", ids());
+}
+
+TEST_F(TransactionTest, InnerOneEndsWithTheOuter)
+{
+    sql::Transaction outer(mine.db);
+    sql::Transaction inner(mine.db);
+    insert(1);
+    EXPECT_TRUE(outer.commit());
+    EXPECT_FALSE(inner.isOpen());
+    EXPECT_EQ("1", ids());
+}
+
+// Others in the way
+
+TEST_F(TransactionTest, CommitThatFindsALockStaysOpenAndCanBeTriedAgain)
+{
+    sql::Transaction transaction(mine.db);
+    insert(1);
+    other.run("begin; select * from item");
+    EXPECT_FALSE(transaction.commit());
+    EXPECT_TRUE(transaction.isOpen());
+    EXPECT_EQ("5: database is locked", words(transaction.error()));
+    EXPECT_EQ(trace({failed("COMMIT TRANSACTION", {5, "SQLITE_BUSY", "database is locked"})}),
+              recordedDiagnostics());
+    other.run("commit");
+    EXPECT_TRUE(transaction.commit());
+    EXPECT_EQ("none", words(transaction.error()));
+    EXPECT_EQ("1", ids());
+}
+
+TEST_F(TransactionTest, ForeignKeyThatFailsAtCommitLeavesItOpen)
+{
+    mine.run("pragma foreign_keys = on; create table part (item references item(id) "
+             "deferrable initially deferred)");
+    sql::Transaction transaction(mine.db);
+    mine.run("insert into part values (7)");
+    EXPECT_FALSE(transaction.commit());
+    EXPECT_EQ("787: FOREIGN KEY constraint failed", words(transaction.error()));
+    EXPECT_TRUE(transaction.isOpen());
+    insert(7);
+    EXPECT_TRUE(transaction.commit());
+    EXPECT_EQ("7", ids());
+}
+
+// Rolled back by SQLite itself
+
+class UndoneTransactionTest : public TransactionTest
+{
+protected:
+    UndoneTransactionTest() { mine.run("create table filler (bytes); pragma max_page_count = 4"); }
+
+    // A full disk makes SQLite roll back.
+    void fillDisk()
+    {
+        const char* const large = "insert into filler values (zeroblob(100000))";
+        EXPECT_EQ(SQLITE_FULL, sqlite3_exec(mine.db, large, nullptr, nullptr, nullptr));
+        EXPECT_FALSE(isInTransaction());
+    }
+};
+
+TEST_F(UndoneTransactionTest, IsNotOpenAndCannotBeCommitted)
+{
+    sql::Transaction transaction(mine.db);
+    insert(1);
+    fillDisk();
+    EXPECT_FALSE(transaction.isOpen());
+    EXPECT_EQ("none", words(transaction.error()));
+    EXPECT_FALSE(transaction.commit());
+    EXPECT_EQ("516: SQLite has rolled the transaction back by itself", words(transaction.error()));
+    EXPECT_EQ(trace({refusedToEnd(undone)}), recordedDiagnostics());
+    EXPECT_EQ("", ids());
+}
+
+TEST_F(UndoneTransactionTest, RollbackIsTrue)
+{
+    sql::Transaction transaction(mine.db);
+    fillDisk();
+    EXPECT_FALSE(transaction.commit());
+    EXPECT_TRUE(transaction.rollback());
+    EXPECT_EQ("none", words(transaction.error()));
+    EXPECT_FALSE(transaction.rollback());
+    EXPECT_EQ(trace({refusedToEnd(undone), refusedToEnd(notOpen)}), recordedDiagnostics());
+}
+
+TEST_F(UndoneTransactionTest, EndsInSilence)
+{
+    {
+        sql::Transaction outer(mine.db);
+        sql::Transaction inner(mine.db);
+        fillDisk();
+        EXPECT_FALSE(inner.isOpen());
+        EXPECT_FALSE(outer.isOpen());
+    }
+    EXPECT_EQ("", recordedDiagnostics());
+}
+
+TEST_F(UndoneTransactionTest, LaterWritesAreKeptOneByOne)
+{
+    {
+        sql::Transaction transaction(mine.db);
+        insert(1);
+        fillDisk();
+        insert(2);
+    }
+    EXPECT_EQ("2", ids());
+}
+
+// Misuse
+
+TEST_F(TransactionTest, EndsOnce)
+{
+    sql::Transaction transaction(mine.db);
+    EXPECT_TRUE(transaction.commit());
+    EXPECT_FALSE(transaction.commit());
+    EXPECT_EQ("21: no transaction is open", words(transaction.error()));
+    EXPECT_FALSE(transaction.rollback());
+    EXPECT_EQ("21: no transaction is open", words(transaction.error()));
+    EXPECT_EQ(trace({refusedToEnd(notOpen), refusedToEnd(notOpen)}), recordedDiagnostics());
+}
+
+TEST_F(TransactionTest, CannotEndWhenItCouldNotBegin)
+{
+    other.run("begin immediate");
+    sql::Transaction transaction(mine.db);
+    recorded();
+    EXPECT_FALSE(transaction.commit());
+    EXPECT_FALSE(transaction.rollback());
+    EXPECT_EQ(trace({refusedToEnd(notOpen), refusedToEnd(notOpen)}), recordedDiagnostics());
+}
+
+TEST_F(TransactionTest, NullConnectionIsReportedOnce)
+{
+    sql::Transaction transaction(nullptr);
+    EXPECT_FALSE(transaction.isOpen());
+    EXPECT_EQ("21: no connection", words(transaction.error()));
+    EXPECT_EQ(trace({source.asserted(
+                  "db", "sql::Transaction::Transaction(sqlite3*, sql::Transaction::Mode)")}),
+              recordedDiagnostics());
+    EXPECT_FALSE(transaction.commit());
+    EXPECT_EQ(21, transaction.error().code());
+    EXPECT_FALSE(transaction.rollback());
+    EXPECT_EQ(21, transaction.error().code());
+    EXPECT_EQ(trace({refusedToEnd(notOpen), refusedToEnd(notOpen)}), recordedDiagnostics());
+}
+
+TEST_F(TransactionTest, DatabaseThatIsClosedTooEarlyStaysOpen)
+{
+    sql::Database database;
+    ASSERT_TRUE(database.open(file.path, sql::Database::read_write, false, 0));
+    sqlite3* const db = database.getHandle();
+    std::unique_ptr<sql::Transaction> transaction(new sql::Transaction(db));
+    recorded();
+    database.close();
+    EXPECT_EQ(
+        trace({Source("SqlDatabase").asserted("rc == SQLITE_OK", "void sql::Database::close()")}),
+        recordedDiagnostics());
+    EXPECT_TRUE(transaction->commit());
+    transaction.reset();
+    EXPECT_EQ(SQLITE_OK, sqlite3_close(db));
+}
+
+// Memory
+
+TEST_F(TransactionTest, WithoutMemoryItEndsAllTheSame)
+{
+    {
+        sql::Transaction transaction(mine.db);
+        insert(1);
+        faults.allocationsLeft = 0;
+        faults.allocationsStayOut = true;
+    }
+    faults.allocationsLeft = -1;
+    EXPECT_FALSE(isInTransaction());
+    EXPECT_EQ("", ids());
+}
+
+TEST_F(TransactionTest, WithoutMemoryForItsWordsAnErrorKeepsItsCode)
+{
+    sql::Transaction transaction(mine.db);
+    EXPECT_TRUE(transaction.commit());
+    faults.allocationsLeft = 0;
+    EXPECT_FALSE(transaction.commit());
+    EXPECT_EQ("21: ", words(transaction.error()));
+}
+
+} // namespace
