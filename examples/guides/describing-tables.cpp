@@ -12,7 +12,31 @@ const sql::Field pumpColumns[] = {
     sql::Field("serviced", sql::type_time, 0),
     sql::Field()};
 
+const sql::Field bearingColumns[] = {sql::Field("id", sql::type_int, sql::flag_primary_key),
+                                     sql::Field("pump", sql::type_int, sql::flag_not_null),
+                                     sql::Field("microns", sql::type_float, 0), sql::Field()};
+
 const sql::Field keyless[] = {sql::Field("name", sql::type_text, 0), sql::Field()};
+
+// Foreign keys, checks and other keys belong in the statement that creates the table.
+bool createBearings(sql::Database& database)
+{
+    sql::RecordSet statement(database.getHandle());
+    sql::Table bearings(database.getHandle(), "bearing", bearingColumns);
+    return statement.query("PRAGMA foreign_keys = ON") && // after each open
+           (bearings.exists() ||
+            statement.query("create table bearing (id INTEGER PRIMARY KEY, "
+                            "pump INTEGER NOT NULL references pump(id), microns REAL)"));
+}
+
+bool addBearing(sql::Database& database, int id, int pump)
+{
+    sql::Table bearings(database.getHandle(), "bearing", bearingColumns);
+    sql::Record bearing(bearings.fields());
+    bearing.setInteger("id", id);
+    bearing.setInteger("pump", pump);
+    return bearings.addRecord(bearing);
+}
 
 int main()
 {
@@ -37,11 +61,14 @@ int main()
     pump.setInteger("id", 2); // the same serial number once more
     std::cout << pumps.addRecord(pump) << "\n";
 
-    // What a description cannot say, a statement can.
-    const bool indexed = pumps.query("create index if not exists pump_serviced on pump (serviced)");
-    std::cout << indexed << "\n";
+    std::cout << sql::RecordSet(database.getHandle())
+                     .query("create index if not exists pump_serviced on pump (serviced)")
+              << "\n";
+    std::cout << createBearings(database) << "\n";
+    std::cout << addBearing(database, 1, 1) << "\n";
+    std::cout << addBearing(database, 2, 7) << "\n"; // there is no pump 7
 
-    std::cout << std::flush; // what the platform says of the next one goes to standard error
+    std::cout << std::flush; // the report of the next mistake goes to standard error
     sql::Table names("name");
     const bool valid = names.initTable(database.getHandle(), keyless);
     std::cout << valid << "\n";

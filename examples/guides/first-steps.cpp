@@ -2,6 +2,8 @@
 
 #include <iostream>
 
+#include <syslog.h>
+
 #include <Sql.h>
 
 const sql::Field sensorColumns[] = {sql::Field("id", sql::type_int, sql::flag_primary_key),
@@ -44,6 +46,7 @@ void print(sql::Table& sensors)
 
 int main()
 {
+    openlog("first-steps", LOG_PERROR, LOG_USER); // log lines go to standard error as well
     sql::Database database;
     if (!database.open("sensors.db", sql::Database::read_write_create, false, 1000))
         return 1;

@@ -10,13 +10,21 @@ const sql::Field partColumns[] = {sql::Field("id", sql::type_int, sql::flag_prim
                                   sql::Field("shelf", sql::type_int, 0),
                                   sql::Field("price", sql::type_float, 0), sql::Field()};
 
-// A text becomes an SQL literal: its quotes are doubled, and it is enclosed in single ones.
+// A text as SQL: its quotes are doubled, and single quotes enclose it.
 std::string literal(const std::string& text)
 {
     return "'" + sql::quoteStr(text) + "'";
 }
 
-// For LIKE, the characters that stand for others are escaped before.
+// A number as SQL, with eight decimals. std::to_string would write the comma of some locales.
+std::string literal(double number)
+{
+    sql::Value value(sql::type_float);
+    value.setDouble(number);
+    return value.toSql(sql::type_float);
+}
+
+// A pattern for LIKE. The characters that LIKE takes for others are escaped.
 std::string prefix(const std::string& text)
 {
     std::string pattern;
@@ -49,7 +57,7 @@ void show(sql::Table& parts, const std::string& where, const std::string& order 
         std::cout << "    " << parts.getRecord(i)->toString() << "\n";
 }
 
-// A statement of your own needs columns of your own, in the order of its result.
+// A statement of your own needs columns of your own, in the order of its results.
 void showShelves(sqlite3* db)
 {
     const sql::Field shelfColumns[] = {sql::Field("shelf", sql::type_int, sql::flag_primary_key),
@@ -74,12 +82,16 @@ int main()
 
     show(parts, "price > 10");
     show(parts, "shelf = " + sql::intToStr(4), "price desc");
-    const std::string name = "driver's seat"; // from anywhere
+    const std::string name = "driver's seat"; // from outside
     show(parts, "name = " + literal(name));
     show(parts, "name = '" + name + "'"); // not quoted: no SQL
     show(parts, "name like " + prefix("100%"));
 
-    const std::string answer = "x' or 'a' = 'a"; // typed in by somebody who wants to see all
+    show(parts, "price < " + literal(0.3));
+    const std::size_t shelf = 4; // neither int nor sql::integer
+    show(parts, "shelf = " + sql::intToStr(static_cast<sql::integer>(shelf)));
+
+    const std::string answer = "x' or 'a' = 'a"; // typed in by a user who wants to see all
     show(parts, "name = " + literal(answer));
 
     showShelves(database.getHandle());
