@@ -17,16 +17,22 @@ int failedAssertions = 0;
 
 } // namespace
 
-// The library reads the first member alone. What follows is the platform's own.
-struct TraceObject
+// What the library reads, under the name by which the linker compares it with the library's own.
+struct SqlwTraceObject
 {
     const std::int32_t* level;
-    const char* owner;
+};
+
+// What the platform has beside it is its own.
+struct Platform
+{
+    SqlwTraceObject trace;
+    const char* name;
 };
 
 extern "C" {
 
-TraceObject* g_traceObject = nullptr; // no lines before the platform is up
+const SqlwTraceObject* g_traceObject = nullptr; // no lines before the platform is up
 
 void logAssertFailed(const char* expression, const char* path, int line, const char* function)
 {
@@ -38,9 +44,9 @@ void logAssertFailed(const char* expression, const char* path, int line, const c
 
 int main()
 {
-    openlog("board", LOG_PERROR, LOG_LOCAL0); // to standard error as well
-    static TraceObject traceObject = {&traceLevel, "board"};
-    g_traceObject = &traceObject;
+    static const Platform platform = {{&traceLevel}, "board"};
+    openlog(platform.name, LOG_PERROR, LOG_LOCAL0); // to standard error as well
+    g_traceObject = &platform.trace;
 
     const sql::Field columns[] = {sql::Field("id", sql::type_int, sql::flag_primary_key),
                                   sql::Field("state", sql::type_text, 0), sql::Field()};
@@ -48,7 +54,7 @@ int main()
     if (!database.open(":memory:", sql::Database::read_write_create, false, 0))
         return EXIT_FAILURE;
     sql::Table modules(database.getHandle(), "module", columns);
-    modules.create(); // silent: no errors, and the level asks for nothing else
+    modules.create(); // writes no line: nothing fails, and the level asks for no more
 
     traceLevel = 8; // from here on, statements are logged
     sql::Record module(modules.fields());
@@ -56,8 +62,9 @@ int main()
     modules.addRecord(module);
 
     traceLevel = 3;
-    module.setString("status", "on"); // the column is called state
+    module.setString("state", "PIN 4711");
     modules.addRecord(module);        // there is a row with this key
+    module.setString("status", "on"); // the column is called state
 
     traceLevel = 0; // not even errors; assertions are reported at any level
     module.setString("status", "on");

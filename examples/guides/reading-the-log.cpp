@@ -1,4 +1,4 @@
-// Reading the log: some things that go wrong, and what the log says about them.
+// Reading the log: some mistakes, and what the log says about them.
 
 #include <cstdio>
 #include <string>
@@ -18,7 +18,7 @@ void title(const char* text)
 
 void missingFile()
 {
-    title("a file that is not there");
+    title("a file that does not exist");
     sql::Database database;
     database.open("none.db", sql::Database::read_only, false, 1000);
 }
@@ -39,14 +39,14 @@ void brokenCondition(sql::Table& items)
 
 void unknownColumn(sql::Table& items)
 {
-    title("a column that is not described");
+    title("a column that the description lacks");
     sql::Record item(items.fields());
     item.setString("nam", "Bob");
 }
 
 void failingCount(sql::Database& database)
 {
-    title("a number from a table that is not there");
+    title("a number from a missing table");
     sql::queryNumber(database.getHandle(), "select count(*) from items");
 }
 
