@@ -100,7 +100,10 @@ void listToVector(string list, std::vector<string>& items, const char* delimiter
 namespace sql
 {
 
-class StatementText;
+class TextBuffer;
+
+/// The same as `queryNumber`, which has no overload so that users can take its address.
+SQLW_INTERNAL int queryNumberOf(sqlite3* db, TextBuffer& query);
 
 /// True when the platform's trace level is above `threshold`; false when the platform holds none.
 SQLW_INTERNAL bool traceLevelExceeds(int threshold);

@@ -64,8 +64,8 @@ private:
     friend class Table;  // adds the name of its key to its statements
 
     SQLW_INTERNAL const Field* keyField() const;
-    SQLW_INTERNAL bool getKeyIdName(StatementText& sql) const;
-    SQLW_INTERNAL void toSql(StatementText& sql) const;
+    SQLW_INTERNAL bool getKeyIdName(TextBuffer& sql) const;
+    SQLW_INTERNAL void toSql(TextBuffer& sql) const;
 
     std::vector<Field> _fields;
 };

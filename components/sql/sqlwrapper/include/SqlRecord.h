@@ -128,9 +128,9 @@ private:
                                         const char* byIndex) const;
     SQLW_INTERNAL bool hasColumn(int index) const;
     SQLW_INTERNAL string::size_type statementSize(const string& table) const;
-    SQLW_INTERNAL void toSql(StatementText& sql) const;
-    SQLW_INTERNAL bool toSqlInsert(const string& table, StatementText& sql) const;
-    SQLW_INTERNAL bool toSqlUpdate(const string& table, StatementText& sql) const;
+    SQLW_INTERNAL void toSql(TextBuffer& sql) const;
+    SQLW_INTERNAL bool toSqlInsert(const string& table, TextBuffer& sql) const;
+    SQLW_INTERNAL bool toSqlUpdate(const string& table, TextBuffer& sql) const;
     SQLW_INTERNAL void adopt(const FieldSet& fields);
 
     const FieldSet* _fields;

@@ -13,9 +13,9 @@ namespace sql
 ///
 /// Borrows the connection, which must outlive its use. Owns its columns and the rows held: a
 /// `Record*` of a table is valid until the next `open`, `query`, `create`, `truncate`, `remove`,
-/// `getRecordByKeyId`, `initTable` or `backup` (of a backup, on either side), and until the table is
-/// assigned to or destroyed. A `create` that finds the table, and every other operation, leaves the
-/// rows held as they are. One thread at a time.
+/// `getRecordByKeyId`, `initTable` or `backup` (of a backup, on either side), and until the table
+/// is assigned to or destroyed. A `create` that finds the table, and every other operation, leaves
+/// the rows held as they are. One thread at a time.
 ///
 /// Names and conditions go into SQL as they stand: literals in a condition are the caller's to
 /// quote (`quoteStr`). Where nothing else is said, an operation that fails answers false after the
@@ -153,7 +153,7 @@ private:
     class Key;
 
     SQLW_INTERNAL bool read(const string* where, const string* orderBy);
-    SQLW_INTERNAL bool addKeyTest(StatementText& sql, const Key& key) const;
+    SQLW_INTERNAL bool addKeyTest(TextBuffer& sql, const Key& key) const;
     SQLW_INTERNAL bool deleteRecord(const Key& key, const char* signature);
     SQLW_INTERNAL Record* getRecordByKeyId(const Key& key, const char* signature);
     SQLW_INTERNAL bool hasRecordWithKeyId(const Key& key, const char* signature);

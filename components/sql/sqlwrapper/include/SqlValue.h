@@ -79,7 +79,7 @@ private:
     friend class Record; // is filled from texts, and adds literals to its statements
 
     SQLW_INTERNAL Value(const char* newText, field_type newType);
-    SQLW_INTERNAL void toSql(StatementText& sql, field_type columnType) const;
+    SQLW_INTERNAL void toSql(TextBuffer& sql, field_type columnType) const;
 
     string text;
     bool nullFlag;

@@ -10,7 +10,7 @@
 
 #include "NumberText.h"
 #include "SqlTime.h"
-#include "StatementText.h"
+#include "TextBuffer.h"
 
 #define SQLW_SOURCE_NAME "SqlCommon.cpp"
 
@@ -109,7 +109,7 @@ int queryNumber(sqlite3* db, const string& query)
     return queryNumber(db, query.c_str());
 }
 
-int queryNumber(sqlite3* db, StatementText& query)
+int queryNumberOf(sqlite3* db, TextBuffer& query)
 {
     return queryNumber(db, query.c_str());
 }
@@ -137,8 +137,8 @@ string type2Str(field_type type)
 
 string quoteStr(const string& text)
 {
-    StatementText quoted;
-    quoted.addQuoted(text);
+    TextBuffer quoted;
+    quoted.addEscaped(text);
     return quoted.str();
 }
 

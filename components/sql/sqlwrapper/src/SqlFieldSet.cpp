@@ -2,7 +2,7 @@
 
 #include <syslog.h>
 
-#include "StatementText.h"
+#include "TextBuffer.h"
 
 #define SQLW_SOURCE_NAME "SqlFieldSet.cpp"
 
@@ -77,12 +77,12 @@ string FieldSet::getDefinition() const
 
 string FieldSet::toSql() const
 {
-    StatementText sql;
+    TextBuffer sql;
     toSql(sql);
     return sql.str();
 }
 
-void FieldSet::toSql(StatementText& sql) const
+void FieldSet::toSql(TextBuffer& sql) const
 {
     SQLW_SIGNATURE("sql::string sql::FieldSet::toSql() const");
     for (int i = 0; i < count(); ++i) {
@@ -116,13 +116,13 @@ string FieldSet::dump() const
 
 string FieldSet::getKeyIdName() const
 {
-    StatementText name;
+    TextBuffer name;
     getKeyIdName(name);
     return name.str();
 }
 
 // Answers whether it has added a name.
-bool FieldSet::getKeyIdName(StatementText& sql) const
+bool FieldSet::getKeyIdName(TextBuffer& sql) const
 {
     SQLW_SIGNATURE("sql::string sql::FieldSet::getKeyIdName() const");
     const Field* key = keyField();

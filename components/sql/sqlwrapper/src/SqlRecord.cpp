@@ -5,7 +5,7 @@
 
 #include <syslog.h>
 
-#include "StatementText.h"
+#include "TextBuffer.h"
 
 #define SQLW_SOURCE_NAME "SqlRecord.cpp"
 
@@ -296,12 +296,12 @@ string::size_type Record::statementSize(const string& table) const
 
 string Record::toSql() const
 {
-    StatementText sql;
+    TextBuffer sql;
     toSql(sql);
     return sql.str();
 }
 
-void Record::toSql(StatementText& sql) const
+void Record::toSql(TextBuffer& sql) const
 {
     SQLW_SIGNATURE("sql::string sql::Record::toSql() const");
     const string::size_type begin = sql.size();
@@ -310,13 +310,13 @@ void Record::toSql(StatementText& sql) const
         const Field* field = _fields->getByIndex(i);
         if (!field) {
             SQLW_FAULT("field with index %d does not exist", i);
-            sql.cut(begin);
+            sql.truncate(begin);
             return;
         }
         const Value* value = getValue(field->_name); // by name: of two columns with one, the first
         if (!value) {
             SQLW_FAULT("field with index %d does not have value", i);
-            sql.cut(begin);
+            sql.truncate(begin);
             return;
         }
         value->toSql(sql, field->_type);
@@ -327,17 +327,17 @@ void Record::toSql(StatementText& sql) const
 
 string Record::toSqlInsert(const string& table) const
 {
-    StatementText sql;
+    TextBuffer sql;
     return toSqlInsert(table, sql) ? sql.str() : string();
 }
 
 string Record::toSqlUpdate(const string& table) const
 {
-    StatementText sql;
+    TextBuffer sql;
     return toSqlUpdate(table, sql) ? sql.str() : string();
 }
 
-bool Record::toSqlInsert(const string& table, StatementText& sql) const
+bool Record::toSqlInsert(const string& table, TextBuffer& sql) const
 {
     SQLW_SIGNATURE("sql::string sql::Record::toSqlInsert(const string&) const");
     if (table.empty()) {
@@ -367,7 +367,7 @@ bool Record::toSqlInsert(const string& table, StatementText& sql) const
     return true;
 }
 
-bool Record::toSqlUpdate(const string& table, StatementText& sql) const
+bool Record::toSqlUpdate(const string& table, TextBuffer& sql) const
 {
     SQLW_SIGNATURE("sql::string sql::Record::toSqlUpdate(const string&) const");
     if (table.empty()) {

@@ -2,7 +2,7 @@
 
 #include <syslog.h>
 
-#include "StatementText.h"
+#include "TextBuffer.h"
 
 #define SQLW_SOURCE_NAME "SqlTable.cpp"
 
@@ -47,10 +47,10 @@ bool Table::exists()
     SQLW_SIGNATURE("bool sql::Table::exists()");
     if (!SQLW_ASSERT(_db))
         return false;
-    StatementText sql("select count(*) from sqlite_master where type = 'table' and name = '");
+    TextBuffer sql("select count(*) from sqlite_master where type = 'table' and name = '");
     sql.add(_name);
     sql.add("'");
-    const int tables = queryNumber(_db, sql);
+    const int tables = queryNumberOf(_db, sql);
     if (tables == 1) {
         SQLW_DEBUG2("Table '%s' exists", _name.c_str());
         return true;
@@ -78,14 +78,14 @@ bool Table::create()
 
 bool Table::truncate()
 {
-    StatementText sql("delete from ");
+    TextBuffer sql("delete from ");
     sql.add(_name);
     return _recordset.query(sql.c_str(), fields());
 }
 
 bool Table::remove()
 {
-    StatementText sql("drop table ");
+    TextBuffer sql("drop table ");
     sql.add(_name);
     return _recordset.query(sql.c_str(), fields());
 }
@@ -95,14 +95,14 @@ int Table::totalRecordCount() const
     SQLW_SIGNATURE("int sql::Table::totalRecordCount() const");
     if (!SQLW_ASSERT(_db))
         return -1;
-    StatementText sql("select count(*) from ");
+    TextBuffer sql("select count(*) from ");
     sql.add(_name);
-    return queryNumber(_db, sql);
+    return queryNumberOf(_db, sql);
 }
 
 // Reading
 
-static void addCondition(StatementText& sql, const string& where)
+static void addCondition(TextBuffer& sql, const string& where)
 {
     if (where.empty())
         return;
@@ -112,7 +112,7 @@ static void addCondition(StatementText& sql, const string& where)
 
 bool Table::read(const string* where, const string* orderBy)
 {
-    StatementText sql("select * from ");
+    TextBuffer sql("select * from ");
     sql.add(_name);
     if (where)
         addCondition(sql, *where);
@@ -169,7 +169,7 @@ bool Table::runAside(const char* sql)
 
 bool Table::addRecord(const Record& record)
 {
-    StatementText sql;
+    TextBuffer sql;
     if (!record.toSqlInsert(_name, sql)) {
         SQLW_ERROR("Failed to build SQL INSERT statement for table '%s'", _name.c_str());
         return false;
@@ -179,7 +179,7 @@ bool Table::addRecord(const Record& record)
 
 bool Table::updateRecord(const Record& record)
 {
-    StatementText sql;
+    TextBuffer sql;
     if (!record.toSqlUpdate(_name, sql)) {
         SQLW_ERROR("Failed to build SQL UPDATE statement for table '%s'", _name.c_str());
         return false;
@@ -189,7 +189,7 @@ bool Table::updateRecord(const Record& record)
 
 bool Table::deleteRecords(const string& where)
 {
-    StatementText sql("delete from ");
+    TextBuffer sql("delete from ");
     sql.add(_name);
     addCondition(sql, where);
     return runAside(sql.c_str());
@@ -204,7 +204,7 @@ public:
     explicit Key(const string& text) : _text(&text), _number(0) {}
     explicit Key(integer number) : _text(nullptr), _number(number) {}
 
-    void addTo(StatementText& sql) const
+    void addTo(TextBuffer& sql) const
     {
         if (!_text) {
             sql.addInteger(_number);
@@ -221,7 +221,7 @@ private:
 };
 
 // Answers whether there is a key column.
-bool Table::addKeyTest(StatementText& sql, const Key& key) const
+bool Table::addKeyTest(TextBuffer& sql, const Key& key) const
 {
     sql.add(_name);
     sql.add(" where ");
@@ -233,7 +233,7 @@ bool Table::addKeyTest(StatementText& sql, const Key& key) const
 
 bool Table::deleteRecord(const Key& key, const char* signature)
 {
-    StatementText sql("delete from ");
+    TextBuffer sql("delete from ");
     if (!addKeyTest(sql, key)) {
         SQLW_FAULT("Failed to get name of PRIMARY KEY column");
         return false;
@@ -253,7 +253,7 @@ bool Table::deleteRecord(integer keyId)
 
 Record* Table::getRecordByKeyId(const Key& key, const char* signature)
 {
-    StatementText sql("select * from ");
+    TextBuffer sql("select * from ");
     if (!addKeyTest(sql, key)) {
         SQLW_FAULT("Failed to get name of PRIMARY KEY column");
         return nullptr;
@@ -273,12 +273,12 @@ Record* Table::getRecordByKeyId(integer keyId)
 
 bool Table::hasRecordWithKeyId(const Key& key, const char* signature)
 {
-    StatementText sql("select count(*) from ");
+    TextBuffer sql("select count(*) from ");
     if (!addKeyTest(sql, key)) {
         SQLW_FAULT("Failed to get name of PRIMARY KEY column");
         return false;
     }
-    return queryNumber(_db, sql) > 0;
+    return queryNumberOf(_db, sql) > 0;
 }
 
 bool Table::hasRecordWithKeyId(string keyId)

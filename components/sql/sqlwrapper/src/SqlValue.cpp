@@ -1,7 +1,7 @@
 #include "SqlValue.h"
 
 #include "NumberText.h"
-#include "StatementText.h"
+#include "TextBuffer.h"
 
 namespace sql
 {
@@ -133,21 +133,21 @@ bool Value::equals(const Value& other) const
 
 string Value::toSql(field_type columnType) const
 {
-    StatementText sql;
+    TextBuffer sql;
     toSql(sql, columnType);
     return sql.str();
 }
 
-void Value::toSql(StatementText& sql, field_type columnType) const
+void Value::toSql(TextBuffer& sql, field_type columnType) const
 {
     if (nullFlag) {
         sql.add("null");
     } else if (columnType == type_text) {
         sql.add("'");
         if (type == type_time)
-            sql.addQuoted(asString());
+            sql.addEscaped(asString());
         else
-            sql.addQuoted(text);
+            sql.addEscaped(text);
         sql.add("'");
     } else if (type == type_time) {
         sql.addInteger(asInteger());

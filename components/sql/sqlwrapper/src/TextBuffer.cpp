@@ -1,17 +1,23 @@
-#include "StatementText.h"
+#include "TextBuffer.h"
 
 #include "NumberText.h"
 
 namespace sql
 {
 
-void StatementText::addInteger(integer number)
+void TextBuffer::reserve(string::size_type size)
+{
+    if (size >= _capacity)
+        grow(size + 1);
+}
+
+void TextBuffer::addInteger(integer number)
 {
     const IntegerText digits(number);
     add(digits.data(), digits.size());
 }
 
-void StatementText::addQuoted(const string& text)
+void TextBuffer::addEscaped(const string& text)
 {
     const char* begin = text.data();
     const char* next = begin;
@@ -24,19 +30,19 @@ void StatementText::addQuoted(const string& text)
     add(begin, static_cast<size_t>(end - begin));
 }
 
-void StatementText::growTo(string::size_type room)
+void TextBuffer::grow(string::size_type capacity)
 {
-    char* const longer = new char[room];
-    std::memcpy(longer, _first, _size);
+    char* const data = new char[capacity];
+    std::memcpy(data, _data, _size);
     release();
-    _first = longer;
-    _room = room;
+    _data = data;
+    _capacity = capacity;
 }
 
-void StatementText::release()
+void TextBuffer::release()
 {
-    if (_first != _short)
-        delete[] _first;
+    if (_data != _short)
+        delete[] _data;
 }
 
 } // namespace sql
