@@ -48,13 +48,15 @@ struct Finding
     string text;   ///< a sentence for people: what goes wrong, and what to do
 };
 
-/// Checks the description of a table by itself. Nothing is logged.
-/// @return what was found; empty when all is well.
+/// Checks the description of a table by itself.
+/// @return what was found, in the order of the kinds; empty when all is well. Without memory
+///         `failed` alone; without memory even for that, none, after an ERROR line.
 std::vector<Finding> checkDescription(const string& table, const FieldSet& fields);
 
 /// Checks the description of a table, and compares it with the table in the file.
-/// @return what was found; empty when all is well. Without a connection, and when the file can't be
-///         read, `failed` comes after the findings of the description.
+/// @return what was found, as by `checkDescription`. Without a connection, which is reported as an
+///         assertion, and when the file can't be read, after the ERROR lines of `Statement`,
+///         `failed` comes after the findings of the description.
 std::vector<Finding> checkTable(Table& table);
 
 } // namespace sql
