@@ -1,77 +1,15 @@
 #include "Workload.h"
 
-#include <new>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
 
 #include <sqlite3.h>
 
-#include "Injector.h"
-#include "Platform.h"
-#include "Sql.h"
+#include "Told.h"
 
 namespace faults
-{
-
-Injector injector;
-
-// The witness
-
-bool Witness::operation(const char* name, const std::function<bool()>& run, const Effects& effects)
-{
-    const Told before = told;
-    bool answer = false;
-    bool threw = false;
-    injector.resume();
-    try {
-        answer = run();
-    } catch (const std::bad_alloc&) {
-        threw = true;
-    }
-    injector.pause();
-
-    if (threw)
-        ++_outOfMemory;
-    else if (!answer && told.errors == before.errors && told.assertions == before.assertions)
-        complain(std::string(name) + " answered false and told nothing");
-    settle(effects, answer);
-    return answer;
-}
-
-void Witness::settle(const Effects& effects, bool answer)
-{
-    Effects& owed = _inTransaction ? _pending : _due;
-    for (const auto& effect : effects) {
-        if (answer) {
-            owed[effect.first] = effect.second;
-        } else {
-            owed.erase(effect.first);
-            _due.erase(effect.first); // the file may hold what was there before, or what is new
-        }
-    }
-}
-
-bool Witness::begin(const std::function<bool()>& run)
-{
-    _inTransaction = operation("transactionBegin", run);
-    return _inTransaction;
-}
-
-void Witness::end(const char* name, const std::function<bool()>& run)
-{
-    const bool answer = operation(name, run);
-    const Effects effects = std::move(_pending);
-    _pending.clear();
-    _inTransaction = false;
-    settle(effects, answer && std::string(name) == "transactionCommit");
-}
-
-void Witness::complain(const std::string& what)
-{
-    _failures.push_back(what);
-}
-
-// The scenarios
-
-namespace
 {
 
 const sql::Field itemFields[] = {
@@ -83,6 +21,11 @@ const sql::Field itemFields[] = {
     sql::Field(),
 };
 
+namespace
+{
+
+const int rowsOfMany = 24;
+const std::size_t textOfMany = 1000;
 const char* const longName = "a name of more bytes than a string holds inside itself, isn't it";
 
 std::string countWhere(const std::string& condition, const std::string& table = "item")
@@ -105,8 +48,8 @@ struct Session
     }
     ~Session()
     {
-        if (witness.demandsUse() && !usable())
-            witness.complain("the objects are of no use after the fault");
+        if (witness.demandsUse())
+            witness.expect(usable(), "the objects are of no use after the fault");
     }
 
     // Whether the objects work now that no fault is injected.
@@ -165,6 +108,13 @@ struct Session
     sql::Table item{"item"};
     sql::Table copy{"copy"};
 };
+
+// Expects a text. True, so that an operation may end with it.
+bool same(Witness& witness, const std::string& text, const std::string& expected)
+{
+    witness.expect(text == expected, "'" + text + "' in place of '" + expected + "'");
+    return true;
+}
 
 void openModes(Witness& witness, const std::string& path)
 {
@@ -233,27 +183,72 @@ void fetch(Witness& witness, const std::string& path)
             text = record->getValue("name")->asString() + record->getValue("price")->asString();
             return true;
         });
-        if (read && text != std::string(longName) + "4.5")
-            witness.complain("getRecordByKeyId gave '" + text + "'");
+        if (read)
+            same(witness, text, std::string(longName) + "4.5");
     }
     witness.operation("hasRecordWithKeyId", [&] { return session.item.hasRecordWithKeyId(5); });
     witness.operation("totalRecordCount", [&] { return session.item.totalRecordCount() == 5; });
     witness.operation("exists", [&] { return session.item.exists(); });
 }
 
+// Reads rows, and holds them to those that SQLite itself delivered: all of them, also when the
+// read failed after some. Where memory ran out, none may be held after one that is missing.
+bool readRows(Witness& witness, Session& session, sql::Table& table, const char* name,
+              const std::function<bool()>& read)
+{
+    long delivered = 0;
+    const auto count = [](unsigned, void* counter, void* statement, void*) {
+        const char* sql = sqlite3_sql(static_cast<sqlite3_stmt*>(statement));
+        if (sql && std::strncmp(sql, "select * from ", 14) == 0) // and not what SQLite reads itself
+            ++*static_cast<long*>(counter);
+        return 0;
+    };
+    sqlite3* const db = session.database.getHandle();
+    if (db)
+        sqlite3_trace_v2(db, SQLITE_TRACE_ROW, count, &delivered);
+    const long throws = witness.outOfMemory();
+    told.last[0] = '\0';
+    const bool answer = witness.operation(name, read);
+    if (db)
+        sqlite3_trace_v2(db, 0, nullptr, nullptr);
+    const bool shortOfMemory = witness.outOfMemory() != throws || lastLineHas("=SQLITE_NOMEM");
+    witness.expect(shortOfMemory ? table.recordCount() <= delivered
+                                 : table.recordCount() == delivered,
+                   std::string(name) + " holds " + std::to_string(table.recordCount()) + " of " +
+                       std::to_string(delivered) + " rows that SQLite delivered");
+    return answer;
+}
+
 void openWhereOrder(Witness& witness, const std::string& path)
 {
     Session session(witness, path);
-    const bool all = witness.operation("open", [&] { return session.item.open(); });
-    if (all && session.item.recordCount() != 5)
-        witness.complain("open answered true and lacks rows");
-    const bool some =
-        witness.operation("open where", [&] { return session.item.open("id > 2", "id desc"); });
-    if (some && session.item.recordCount() != 3)
-        witness.complain("open with a condition answered true and lacks rows");
-    if (some && session.item.fields().count() == 5 &&
-        session.item.getTopRecord()->getValue(0)->asInteger() != 5)
-        witness.complain("open with an order gave another first row");
+    sql::Table& item = session.item;
+    if (readRows(witness, session, item, "open", [&] { return item.open(); }))
+        witness.expect(item.recordCount() == 5, "open answered true and lacks rows");
+    const bool some = readRows(witness, session, item, "open where",
+                               [&] { return item.open("id > 2", "id desc"); });
+    if (some)
+        witness.expect(item.recordCount() == 3, "open with a condition lacks rows");
+    if (some && item.fields().count() == 5)
+        witness.expect(item.getTopRecord()->getValue(0)->asInteger() == 5,
+                       "open with an order gave another first row");
+}
+
+// Rows of several pages, so that a read can fail after some of them.
+void openMany(Witness& witness, const std::string& path)
+{
+    Session session(witness, path);
+    sql::Table many("many");
+    witness.operation("initTable",
+                      [&] { return many.initTable(session.database.getHandle(), itemFields); });
+    if (readRows(witness, session, many, "open", [&] { return many.open(); }))
+        witness.expect(many.recordCount() == rowsOfMany, "open answered true and lacks rows");
+    if (many.fields().count() != 5)
+        return;
+    for (int i = 0; i < many.recordCount(); ++i)
+        witness.expect(many.getRecord(i)->getValue(0)->asInteger() == i + 1 &&
+                           many.getRecord(i)->getValue(1)->asString().size() == textOfMany,
+                       "row " + std::to_string(i + 1) + " is not whole");
 }
 
 void remove(Witness& witness, const std::string& path)
@@ -331,14 +326,6 @@ void versionStamp(Witness& witness, const std::string& path)
     witness.operation("getUserVersion", [&] { return session.database.getUserVersion() >= 0; });
 }
 
-// Complains when a text is another than expected. True, so that an operation may end with it.
-bool same(Witness& witness, const std::string& text, const std::string& expected)
-{
-    if (text != expected)
-        witness.complain("'" + text + "' in place of '" + expected + "'");
-    return true;
-}
-
 // Copies of what holds rows and descriptions: whole, or not made.
 void copies(Witness& witness, const std::string& path)
 {
@@ -371,8 +358,7 @@ void copies(Witness& witness, const std::string& path)
         sql::Record other(record);
         other.setNull(1);
         other.initColumnValue(1, longName, sql::type_text);
-        if (!other.equalsValues(&record))
-            witness.complain("a copy is not equal");
+        witness.expect(other.equalsValues(&record), "a copy is not equal");
         other = record;
         return same(witness, other.fields()->getKeyIdName(), "id");
     });
@@ -408,11 +394,10 @@ void texts(Witness& witness, const std::string& path)
         same(witness, value.toSql(sql::type_text).substr(0, 7), "'a name");
         same(witness, sql::quoteStr(value.asString()).substr(0, 6), "a name");
         value.setDouble(2.5e40);
-        if (value.asDouble() != 2.5e40 || value.isNull())
-            witness.complain("a double does not come back");
+        witness.expect(value.asDouble() == 2.5e40 && !value.isNull(),
+                       "a double does not come back");
         value.setBool(true);
-        if (!value.asBool())
-            witness.complain("a truth does not come back");
+        witness.expect(value.asBool(), "a truth does not come back");
         value.dump(true);
         sql::Value other(value);
         value.setNull();
@@ -453,6 +438,7 @@ const std::vector<Scenario>& scenarios()
         {"add-or-update", addOrUpdate},
         {"fetch", fetch},
         {"open-where-order", openWhereOrder},
+        {"open-many", openMany},
         {"delete", remove},
         {"truncate", truncate},
         {"remove", drop},
@@ -466,61 +452,45 @@ const std::vector<Scenario>& scenarios()
     return all;
 }
 
+const Scenario* scenarioNamed(const std::string& name)
+{
+    for (const Scenario& scenario : scenarios())
+        if (name == scenario.name)
+            return &scenario;
+    return nullptr;
+}
+
+std::string scenarioNames()
+{
+    std::string names;
+    for (const Scenario& scenario : scenarios())
+        names += (names.empty() ? "" : ", ") + std::string(scenario.name);
+    return names;
+}
+
 void makeDatabase(const std::string& path)
 {
-    Witness witness;
-    Session session(witness, path, sql::Database::read_write_create);
-    witness.operation("create", [&] { return session.item.create() && session.copy.create(); });
-    for (sql::integer id = 1; id <= 5; ++id)
-        session.withRecord(id, longName, [&](const sql::Record& record) {
-            sql::Record priced(record);
-            priced.setString("price", std::to_string(id) + ".5");
-            witness.operation("addRecord", [&] { return session.item.addRecord(priced); });
-        });
-    session.add(session.copy, "copy", 1);
-}
-
-// Reading the file
-
-namespace
-{
-
-std::string firstCell(sqlite3* db, const std::string& query)
-{
-    std::string cell = "(none)";
-    const auto keep = [](void* kept, int, char** cells, char**) {
-        *static_cast<std::string*>(kept) = cells[0] ? cells[0] : "(null)";
-        return 1;
+    const char* const columns = "(id INTEGER PRIMARY KEY, name TEXT NOT NULL, price REAL,"
+                                " active INTEGER, created INTEGER)";
+    std::string sql;
+    for (const char* table : {"item", "copy", "many"})
+        sql += std::string("create table ") + table + " " + columns + ";";
+    const auto insert = [&](const char* table, int id, const std::string& name, double price) {
+        char row[1100];
+        std::snprintf(row, sizeof(row), "insert into %s values (%d, '%s', %.1f, 1, 86400);", table,
+                      id, sql::quoteStr(name).c_str(), price);
+        sql += row;
     };
-    const int rc = sqlite3_exec(db, query.c_str(), keep, &cell, nullptr);
-    return rc == SQLITE_OK || rc == SQLITE_ABORT ? cell : sqlite3_errmsg(db);
-}
+    for (int id = 1; id <= 5; ++id)
+        insert("item", id, longName, id + 0.5);
+    insert("copy", 1, longName, 2.5);
+    for (int id = 1; id <= rowsOfMany; ++id)
+        insert("many", id, std::string(textOfMany, 'm'), id);
 
-} // namespace
-
-void verifyFile(Witness& witness, const std::string& path, bool durable)
-{
     sqlite3* db = nullptr;
-    if (sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK) {
-        witness.complain("the file cannot be opened any more");
-        sqlite3_close(db);
-        return;
-    }
-    const std::string integrity = firstCell(db, "pragma integrity_check");
-    if (integrity != "ok")
-        witness.complain("integrity_check: " + integrity);
-    for (const auto& choice : witness.choices()) {
-        const std::string found = firstCell(db, choice.first);
-        if (found != choice.second.first && found != choice.second.second)
-            witness.complain("'" + choice.first + "' gives " + found + ", neither " +
-                             choice.second.first + " nor " + choice.second.second);
-    }
-    for (const auto& effect : durable ? witness.due() : Witness::Effects()) {
-        const std::string found = firstCell(db, effect.first);
-        if (found != effect.second)
-            witness.complain("answered true, but '" + effect.first + "' gives " + found +
-                             " instead of " + effect.second);
-    }
+    sqlite3_open(path.c_str(), &db);
+    if (sqlite3_exec(db, ("begin;" + sql + "commit").c_str(), nullptr, nullptr, nullptr))
+        std::abort();
     sqlite3_close(db);
 }
 

@@ -1,19 +1,14 @@
 // Several processes add rows to one file: none is lost that was answered true.
 
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
-#include <string>
-#include <vector>
-
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "Platform.h"
+#include "Item.h"
 #include "Sql.h"
+#include "Told.h"
 
-namespace fs = std::filesystem;
+using faults::Point;
 
 namespace
 {
@@ -47,78 +42,93 @@ Result addRows(const std::string& path, int writer, long rows, int busyTimeout)
     return result;
 }
 
-int failures = 0;
-long cases = 0;
-
-void run(int writers, long rows, int busyTimeout)
+void makeTable(const std::string& path)
 {
-    char name[] = "/dev/shm/sqlwrapper-contention-XXXXXX";
-    const std::string folder = mkdtemp(name);
-    const std::string path = folder + "/rows.db";
-    {
-        sql::Database database;
-        database.open(path, sql::Database::read_write_create, false, 0);
-        sql::Table(database.getHandle(), "rows", rowFields).create();
-        sql::RecordSet(database.getHandle()).query("pragma journal_mode = truncate");
-    }
-
-    std::vector<int> ends;
-    for (int writer = 0; writer < writers; ++writer) {
-        int pipeEnds[2];
-        if (pipe(pipeEnds) != 0)
-            std::abort();
-        if (fork() == 0) {
-            const Result result = addRows(path, writer, rows, busyTimeout);
-            _exit(write(pipeEnds[1], &result, sizeof(result)) == sizeof(result) ? 0 : 1);
-        }
-        close(pipeEnds[1]);
-        ends.push_back(pipeEnds[0]);
-    }
-
-    const std::string point = std::to_string(writers) + "x" + std::to_string(busyTimeout);
-    const auto complain = [&](const std::string& what) {
-        std::printf("failure %s: %s\n", point.c_str(), what.c_str());
-        ++failures;
-    };
-    long added = 0, refused = 0;
     sql::Database database;
-    database.open(path, sql::Database::read_write, false, 60000);
-    sql::Table table(database.getHandle(), "rows", rowFields);
-    for (int writer = 0; writer < writers; ++writer) {
-        Result result = {-1, -1, -1};
-        if (read(ends[static_cast<std::size_t>(writer)], &result, sizeof(result)) != sizeof(result))
-            complain("a writer died");
-        close(ends[static_cast<std::size_t>(writer)]);
-        wait(nullptr);
-        if (result.lines != 2 * result.refused)
-            complain(std::to_string(result.refused) + " refusals, but " +
-                     std::to_string(result.lines) + " lines");
-        added += result.added;
-        refused += result.refused;
-        table.open("writer = " + std::to_string(writer));
-        if (table.recordCount() != result.added)
-            complain(std::to_string(result.added) + " were answered true, " +
-                     std::to_string(table.recordCount()) + " are there");
-    }
-    if (table.totalRecordCount() != added)
-        complain("rows are lost");
-    cases += added + refused;
-    std::printf("figure %d writers, busy timeout %d ms: %ld added, %ld refused and told\n", writers,
-                busyTimeout, added, refused);
-    fs::remove_all(folder);
+    database.open(path, sql::Database::read_write_create, false, 0);
+    sql::Table(database.getHandle(), "rows", rowFields).create();
+    sql::RecordSet(database.getHandle()).query("pragma journal_mode = truncate");
 }
+
+// A process for each writer, and what each saw.
+const Result* runWriters(const Point& point, const std::string& path, int writers, long rows,
+                         int busyTimeout)
+{
+    const std::size_t size = sizeof(Result) * static_cast<std::size_t>(writers);
+    Result* const results = static_cast<Result*>(
+        mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    for (int writer = 0; writer < writers; ++writer)
+        if (fork() == 0) {
+            results[writer] = addRows(path, writer, rows, busyTimeout);
+            _exit(0);
+        }
+    for (int writer = 0; writer < writers; ++writer) {
+        int status = -1;
+        wait(&status);
+        point.expect(status == 0, "a writer died");
+    }
+    return results;
+}
+
+class Contention : public faults::Item
+{
+public:
+    std::string points() const override { return "WRITERSxTIMEOUT, such as 4x5000"; }
+
+    void tryAll(bool quick) override
+    {
+        for (const int writers : {2, 4, 8})
+            for (const int busyTimeout : {0, 5000})
+                contend(writers, quick ? 500 : 10000, busyTimeout);
+    }
+
+    bool tryOne(const std::string& name) override
+    {
+        const std::size_t cross = name.find('x');
+        long writers = 0, busyTimeout = 0;
+        if (cross == std::string::npos || !faults::isNumber(name.substr(0, cross), writers) ||
+            !faults::isNumber(name.substr(cross + 1), busyTimeout))
+            return false;
+        contend(static_cast<int>(writers), 500, static_cast<int>(busyTimeout));
+        return true;
+    }
+
+private:
+    static void contend(int writers, long rows, int busyTimeout)
+    {
+        const Point point(std::to_string(writers) + "x" + std::to_string(busyTimeout), 1800);
+        const faults::Folder folder;
+        const std::string path = folder.path + "/rows.db";
+        makeTable(path);
+        const Result* const results = runWriters(point, path, writers, rows, busyTimeout);
+
+        sql::Database database;
+        database.open(path, sql::Database::read_write, false, 0);
+        sql::Table table(database.getHandle(), "rows", rowFields);
+        Result all = {0, 0, 0};
+        for (int writer = 0; writer < writers; ++writer) {
+            const Result& result = results[writer];
+            all.added += result.added;
+            all.refused += result.refused;
+            point.expect(result.added + result.refused == rows, "a writer ended early");
+            point.expect(result.lines == 2 * result.refused,
+                         std::to_string(result.refused) + " refusals, but " +
+                             std::to_string(result.lines) + " lines");
+            table.open("writer = " + std::to_string(writer));
+            point.expect(table.recordCount() == result.added,
+                         std::to_string(result.added) + " were answered true, " +
+                             std::to_string(table.recordCount()) + " are there");
+        }
+        point.expect(table.totalRecordCount() == all.added, "rows are lost");
+        faults::figure("%d writers, busy timeout %d ms: %ld added, %ld refused and reported",
+                       writers, busyTimeout, all.added, all.refused);
+    }
+};
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const std::string only = argc == 3 && std::strcmp(argv[1], "--only") == 0 ? argv[2] : "";
-    const bool full = argc == 2 && std::strcmp(argv[1], "--full") == 0;
-    const long rows = full ? 10000 : 500;
-    for (const int writers : {2, 4, 8})
-        for (const int busyTimeout : {0, 5000})
-            if (only.empty() || only == std::to_string(writers) + "x" + std::to_string(busyTimeout))
-                run(writers, rows, busyTimeout);
-    std::printf("cases %ld\n", cases);
-    return failures ? 1 : 0;
+    Contention item;
+    return faults::run(argc, argv, item);
 }

@@ -1,31 +1,24 @@
-// Real database files with a byte flipped or an end cut off: no crash, no hang, every failure told.
-// damage --quick | --full | --only FILE:flip:N | FILE:cut:N
+// Real database files with a byte flipped or an end cut off: no crash, no hang, and every result,
+// every row held and every byte of the file is as SQLite itself has it.
 
-#include <csignal>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <fstream>
+#include <memory>
 #include <random>
-#include <string>
-#include <vector>
 
 #include <sqlite3.h>
-#include <unistd.h>
 
-#include "Platform.h"
+#include "Item.h"
+#include "platform/Shadow.h"
 #include "Sql.h"
+#include "Told.h"
+
+using faults::Point;
+using platform::Outcome;
 
 namespace
 {
-
-struct Original
-{
-    const char* name;
-    std::string file;
-    const char* table;
-    const sql::Field* fields;
-};
 
 const sql::Field inventoryFields[] = {
     sql::Field("id", sql::type_int, sql::flag_primary_key),
@@ -49,103 +42,24 @@ const sql::Field phraseFields[] = {
     sql::Field(),
 };
 
-std::string content(const std::string& path)
+struct Original
 {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
+    const char* name;
+    const char* table;
+    const sql::Field* fields;
+    std::string bytes;
+};
+
+Original original(const char* name, const char* file, const char* table, const sql::Field* fields)
+{
+    const std::string path = std::string("build/faults/files/") + file;
+    const Original read = {name, table, fields, faults::bytesOf(path)};
+    if (read.bytes.empty()) {
         std::fprintf(stderr, "damage: cannot read %s\n", path.c_str());
         std::exit(2);
     }
-    return {std::istreambuf_iterator<char>(file), {}};
+    return read;
 }
-
-const char* current = ""; // the point that is being tried
-
-// What neither SQLite nor the library ends is a hang.
-void hangs(int)
-{
-    const char what[] = ": does not end\n";
-    const char before[] = "failure ";
-    if (write(STDOUT_FILENO, before, sizeof(before) - 1) < 0 ||
-        write(STDOUT_FILENO, current, std::strlen(current)) < 0 ||
-        write(STDOUT_FILENO, what, sizeof(what) - 1) < 0)
-        _exit(2);
-    _exit(1);
-}
-
-int giveUp(void* calls)
-{
-    return ++*static_cast<int*>(calls) > 5000;
-}
-
-class Damage
-{
-public:
-    Damage() : _path("/dev/shm/sqlwrapper-damage-" + std::to_string(getpid()) + ".db") {}
-    ~Damage()
-    {
-        unlink(_path.c_str());
-        unlink((_path + "-journal").c_str());
-    }
-
-    // Uses the damaged file in every way; what an operation answers false must have been told.
-    void use(const Original& original, const std::string& bytes, const std::string& point)
-    {
-        std::ofstream(_path, std::ios::binary)
-            .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-        ++_cases;
-        current = point.c_str();
-        alarm(60);
-        int calls = 0;
-        sql::Database database;
-        if (!told(point, "open",
-                  [&] { return database.open(_path, sql::Database::read_write, false, 0); }))
-            return;
-        sqlite3_progress_handler(database.getHandle(), 1000, giveUp, &calls);
-        sql::Table table(database.getHandle(), original.table, original.fields);
-        told(point, "open", [&] { return table.open(); });
-        told(point, "totalRecordCount", [&] { return table.totalRecordCount() >= 0; });
-        told(point, "getUserVersion", [&] { return database.getUserVersion() >= 0; });
-        sql::Record record(table.fields());
-        for (int column = 0; column < record.columnCount(); ++column)
-            record.setInteger(column, 987654);
-        told(point, "addRecord", [&] { return table.addRecord(record); });
-        told(point, "deleteRecords", [&] { return table.deleteRecords("id % 2 = 0"); });
-        sql::Table copy(database.getHandle(), "a_copy", original.fields);
-        told(point, "create", [&] { return copy.create(); });
-        told(point, "copyRecords", [&] { return copy.copyRecords(table); });
-        if (calls > 5000)
-            ++_interrupted;
-    }
-
-    int finish() const
-    {
-        std::printf("cases %ld\nfigure %ld files were told to be damaged, %ld queries were ended\n",
-                    _cases, _refused, _interrupted);
-        return _failures ? 1 : 0;
-    }
-
-private:
-    template <typename Run> bool told(const std::string& point, const char* operation, Run run)
-    {
-        const long before = faults::told.errors;
-        if (run())
-            return true;
-        ++_refused;
-        if (faults::told.errors == before) {
-            std::printf("failure %s: %s answered false and told nothing\n", point.c_str(),
-                        operation);
-            ++_failures;
-        }
-        return false;
-    }
-
-    std::string _path;
-    long _cases = 0;
-    long _refused = 0;
-    long _interrupted = 0;
-    long _failures = 0;
-};
 
 std::string flipped(std::string bytes, unsigned seed)
 {
@@ -162,34 +76,172 @@ std::string cut(const std::string& bytes, unsigned seed)
     return bytes.substr(0, random() % bytes.size());
 }
 
+const int patience = 5000;
+
+int giveUp(void* calls)
+{
+    return ++*static_cast<int*>(calls) > patience;
+}
+
+// A damaged file under the library, and its copy, on which SQLite runs the same statements.
+class Damaged
+{
+public:
+    Damaged(const Point& point, const std::string& path, const std::string& copyPath)
+        : _point(point)
+    {
+        sqlite3_open_v2(copyPath.c_str(), &_copy, SQLITE_OPEN_READWRITE, nullptr);
+        _point.expect(database.open(path, sql::Database::read_write, false, 0), "open");
+        sqlite3_progress_handler(_copy, 1000, giveUp, &_copyCalls);
+        sqlite3_progress_handler(database.getHandle(), 1000, giveUp, &_calls);
+        _shadow = std::make_unique<platform::Shadow>(database.getHandle(), _copy);
+    }
+    ~Damaged()
+    {
+        _shadow.reset();
+        sqlite3_close(_copy);
+    }
+
+    // Runs an operation, which must answer what `expected` makes of its statements, and must have
+    // reported a false.
+    template <typename Run, typename Expected>
+    std::vector<Outcome> compare(const char* operation, Run run, Expected expected)
+    {
+        const long before = faults::told.errors;
+        const bool answer = run();
+        const std::vector<Outcome> outcomes = _shadow->taken();
+        _point.expect(answer == expected(outcomes), std::string(operation) + " answered " +
+                                                        (answer ? "true" : "false") +
+                                                        ", unlike SQLite itself");
+        _point.expect(answer || faults::told.errors != before,
+                      std::string(operation) + " reports that it failed");
+        _refused += answer ? 0 : 1;
+        return outcomes;
+    }
+    template <typename Run> std::vector<Outcome> compare(const char* operation, Run run)
+    {
+        return compare(operation, run, platform::allSucceeded);
+    }
+
+    // Each way to use a table.
+    void read(sql::Table& table);
+    void write(sql::Table& table, sql::Table& another);
+
+    long refused() const { return _refused; }
+    bool interrupted() const { return _calls > patience; }
+
+    sql::Database database;
+
+private:
+    const Point& _point;
+    sqlite3* _copy = nullptr;
+    int _calls = 0;
+    int _copyCalls = 0;
+    long _refused = 0;
+    std::unique_ptr<platform::Shadow> _shadow;
+};
+
+void Damaged::read(sql::Table& table)
+{
+    const std::vector<Outcome> opened = compare("open", [&] { return table.open(); });
+    _point.expect(opened.size() == 1 && platform::holds(table, opened[0]),
+                  "the rows held are those that SQLite gave, also before a failure");
+    int number = 0;
+    const auto isNumber = [&](const std::vector<Outcome>& outcomes) {
+        return platform::allSucceeded(outcomes) && outcomes[0].number == number && number >= 0;
+    };
+    compare(
+        "totalRecordCount", [&] { return (number = table.totalRecordCount()) >= 0; }, isNumber);
+    compare(
+        "getUserVersion", [&] { return (number = database.getUserVersion()) >= 0; }, isNumber);
+}
+
+void Damaged::write(sql::Table& table, sql::Table& another)
+{
+    sql::Record record(table.fields());
+    for (int column = 0; column < record.columnCount(); ++column)
+        record.setInteger(column, 987654);
+    compare("addRecord", [&] { return table.addRecord(record); });
+    compare("deleteRecords", [&] { return table.deleteRecords("id % 2 = 0"); });
+    // A table that nobody can tell about counts as there.
+    compare(
+        "create", [&] { return another.create(); },
+        [](const std::vector<Outcome>& outcomes) {
+            return !outcomes[0].succeeded || platform::allSucceeded(outcomes);
+        });
+    compare("copyRecords", [&] { return another.copyRecords(table); });
+}
+
+class Damage : public faults::Item
+{
+public:
+    std::string points() const override
+    {
+        return "inventory:flip:SEED, inventory:cut:SEED, emoji:flip:SEED and emoji:cut:SEED";
+    }
+
+    void tryAll(bool quick) override
+    {
+        for (const Original& each : _originals) {
+            for (unsigned seed = 1; seed <= (quick ? 150 : 5000); ++seed)
+                use(each, "flip", seed);
+            for (unsigned seed = 1; seed <= (quick ? 25 : 500); ++seed)
+                use(each, "cut", seed);
+        }
+        faults::figure("%ld results reported the damage, %ld files were given up", _refused,
+                       _interrupted);
+    }
+
+    bool tryOne(const std::string& name) override
+    {
+        const std::vector<std::string> said = faults::parts(name);
+        long seed = 0;
+        if (said.size() != 3 || (said[1] != "flip" && said[1] != "cut") ||
+            !faults::isNumber(said[2], seed))
+            return false;
+        for (const Original& each : _originals)
+            if (said[0] == each.name) {
+                use(each, said[1], static_cast<unsigned>(seed));
+                return true;
+            }
+        return false;
+    }
+
+private:
+    void use(const Original& from, const std::string& damage, unsigned seed)
+    {
+        const Point point(std::string(from.name) + ":" + damage + ":" + std::to_string(seed), 60);
+        const std::string bytes =
+            damage == "flip" ? flipped(from.bytes, seed) : cut(from.bytes, seed);
+        const faults::Folder folder;
+        const std::string path = folder.path + "/damaged.db", copyPath = folder.path + "/copy.db";
+        faults::writeBytes(path, bytes);
+        faults::writeBytes(copyPath, bytes);
+        {
+            Damaged file(point, path, copyPath);
+            sql::Table table(file.database.getHandle(), from.table, from.fields);
+            sql::Table another(file.database.getHandle(), "a_copy", from.fields);
+            file.read(table);
+            file.write(table, another);
+            _refused += file.refused();
+            _interrupted += file.interrupted() ? 1 : 0;
+        }
+        point.expect(faults::bytesOf(path) == faults::bytesOf(copyPath),
+                     "the file is what SQLite makes of it");
+    }
+
+    const std::vector<Original> _originals = {
+        original("inventory", "inventory.db", "packages", inventoryFields),
+        original("emoji", "emoji-table.db", "phrases", phraseFields),
+    };
+    long _refused = 0;
+    long _interrupted = 0;
+};
+
 } // namespace
 
 int main(int argc, char** argv)
 {
-    std::setvbuf(stdout, nullptr, _IOLBF, 0);
-    std::signal(SIGALRM, hangs);
-    const std::string folder = "build/faults/files/";
-    const Original originals[] = {
-        {"inventory", folder + "inventory.db", "packages", inventoryFields},
-        {"emoji", folder + "emoji-table.db", "phrases", phraseFields},
-    };
-    Damage damage;
-    const std::string only = argc == 3 && std::strcmp(argv[1], "--only") == 0 ? argv[2] : "";
-    const bool full = argc == 2 && std::strcmp(argv[1], "--full") == 0;
-    const unsigned flips = full ? 5000 : 150, cuts = full ? 500 : 25;
-    for (const Original& original : originals) {
-        const std::string bytes = content(original.file);
-        const std::string name = original.name;
-        for (unsigned seed = 1; seed <= flips; ++seed) {
-            const std::string point = name + ":flip:" + std::to_string(seed);
-            if (only.empty() || only == point)
-                damage.use(original, flipped(bytes, seed), point);
-        }
-        for (unsigned seed = 1; seed <= cuts; ++seed) {
-            const std::string point = name + ":cut:" + std::to_string(seed);
-            if (only.empty() || only == point)
-                damage.use(original, cut(bytes, seed), point);
-        }
-    }
-    return damage.finish();
+    Damage item;
+    return faults::run(argc, argv, item);
 }

@@ -1,23 +1,16 @@
 // A disk that fills up: a small tmpfs, and a limit on the size of files.
 
 #include <csignal>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
-#include <string>
 
 #include <sched.h>
-#include <sqlite3.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include "Platform.h"
+#include "Item.h"
 #include "Sql.h"
+#include "Told.h"
 
-namespace fs = std::filesystem;
+using faults::Point;
 
 namespace
 {
@@ -28,20 +21,8 @@ const sql::Field rowFields[] = {
     sql::Field(),
 };
 
-int failures = 0;
-int cases = 0;
-
-void expect(bool holds, const char* point, const std::string& what)
-{
-    ++cases;
-    if (holds)
-        return;
-    std::printf("failure %s: %s\n", point, what.c_str());
-    ++failures;
-}
-
 // Adds rows until one is refused, and looks at how that was told. Returns how many were added.
-sql::integer fill(sql::Table& table, const char* point, sql::integer first, const char* expected)
+sql::integer fill(const Point& point, sql::Table& table, sql::integer first, const char* expected)
 {
     sql::Record record(table.fields());
     record.setString("text", std::string(2000, 'x'));
@@ -50,95 +31,71 @@ sql::integer fill(sql::Table& table, const char* point, sql::integer first, cons
         const long before = faults::told.errors;
         if (table.addRecord(record))
             continue;
-        expect(faults::told.errors == before + 2, point, "a refusal takes two ERROR lines");
-        expect(std::strstr(faults::told.last, expected) != nullptr, point,
-               std::string("the last line is '") + faults::told.last + "', not " + expected);
+        point.expect(faults::told.errors == before + 2, "a refusal takes two ERROR lines");
+        point.expect(faults::lastLineHas(expected), std::string("the last line has ") + expected);
         return id - first;
     }
 }
 
-void expectRows(sql::Table& table, const char* point, sql::integer count)
+// Fills what there is, makes room, and fills that.
+void fillTwice(const Point& point, const std::string& path, const char* expected,
+               const std::function<bool()>& makeRoom)
 {
-    expect(table.totalRecordCount() == count, point, "rows are missing");
-    expect(table.query("pragma integrity_check") && table.recordCount() == 1, point, "integrity");
-}
-
-void smallDisk(const std::string& folder)
-{
-    const char* const point = "tmpfs";
-    // In a mount namespace of its own, so that nobody else sees the disk.
-    if (unshare(CLONE_NEWNS) != 0 ||
-        mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-        mount("tmpfs", folder.c_str(), "tmpfs", 0, "size=1m") != 0) {
-        expect(false, point, "cannot mount a tmpfs; this item needs to be root");
-        return;
-    }
-    {
-        sql::Database database;
-        database.open(folder + "/full.db", sql::Database::read_write_create, false, 0);
-        sql::Table table(database.getHandle(), "rows", rowFields);
-        table.create();
-        const sql::integer added = fill(table, point, 1, "rc=13=SQLITE_FULL");
-        expect(added > 100, point, "too few rows fitted");
-        expectRows(table, point, added);
-        expect(mount("none", folder.c_str(), "tmpfs", MS_REMOUNT, "size=2m") == 0, point,
-               "remount");
-        const sql::integer more = fill(table, point, added + 1, "rc=13=SQLITE_FULL");
-        expect(more > 100, point, "nothing could be added when there was room again");
-        expectRows(table, point, added + more);
-    }
-    umount(folder.c_str());
-}
-
-void limitedFiles(const std::string& folder)
-{
-    const char* const point = "rlimit";
-    std::signal(SIGXFSZ, SIG_IGN);
     sql::Database database;
-    database.open(folder + "/limited.db", sql::Database::read_write_create, false, 0);
+    database.open(path, sql::Database::read_write_create, false, 0);
     sql::Table table(database.getHandle(), "rows", rowFields);
     table.create();
-    // SQLite takes only ENOSPC for a full disk; a file at its limit is EFBIG, and an I/O error.
-    const rlimit limit = {500 * 1024, RLIM_INFINITY};
-    setrlimit(RLIMIT_FSIZE, &limit);
-    const sql::integer added = fill(table, point, 1, "rc=10=SQLITE_IOERR");
-    expect(added > 100, point, "too few rows fitted");
-    expectRows(table, point, added);
-    const rlimit room = {1000 * 1024, RLIM_INFINITY};
-    setrlimit(RLIMIT_FSIZE, &room);
-    const sql::integer more = fill(table, point, added + 1, "rc=10=SQLITE_IOERR");
-    expect(more > 100, point, "nothing could be added when there was room again");
-    expectRows(table, point, added + more);
+    const auto expectRows = [&](sql::integer count) {
+        point.expect(table.totalRecordCount() == count, "no row is missing");
+        point.expect(table.query("pragma integrity_check") && table.recordCount() == 1 &&
+                         table.getTopRecord()->getValue(0)->asString() == "ok",
+                     "the file is whole");
+    };
+    const sql::integer added = fill(point, table, 1, expected);
+    point.expect(added > 100, "more than 100 rows fit");
+    expectRows(added);
+    point.expect(makeRoom(), "there is more room");
+    const sql::integer more = fill(point, table, added + 1, expected);
+    point.expect(more > 100, "more than 100 rows fit in what was added");
+    expectRows(added + more);
 }
 
-// Limits and mounts go with the process that made them.
-void inChild(void (*part)(const std::string&), const std::string& folder)
+void smallDisk(const Point& point)
 {
-    std::fflush(stdout);
-    const pid_t child = fork();
-    if (child == 0) {
-        part(folder);
-        std::printf("cases %d\n", cases);
-        std::fflush(stdout);
-        _exit(failures ? 1 : 0);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    if (status != 0)
-        ++failures;
+    const faults::Folder folder("/tmp");
+    const char* const path = folder.path.c_str();
+    point.inChild([&] {
+        // In a mount namespace of its own, so that nobody else sees the disk.
+        if (point.expect(unshare(CLONE_NEWNS) == 0 &&
+                             mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                             mount("tmpfs", path, "tmpfs", 0, "size=1m") == 0,
+                         "a tmpfs can be mounted, for which this item needs to be root"))
+            fillTwice(point, folder.path + "/full.db", "rc=13=SQLITE_FULL",
+                      [&] { return mount("none", path, "tmpfs", MS_REMOUNT, "size=2m") == 0; });
+    });
+}
+
+bool limitFiles(rlim_t kilobytes)
+{
+    const rlimit limit = {kilobytes * 1024, RLIM_INFINITY};
+    return setrlimit(RLIMIT_FSIZE, &limit) == 0;
+}
+
+// SQLite takes only ENOSPC for a full disk; a file at its limit is EFBIG, and an I/O error.
+void limitedFiles(const Point& point)
+{
+    const faults::Folder folder("/tmp");
+    point.inChild([&] {
+        std::signal(SIGXFSZ, SIG_IGN);
+        point.expect(limitFiles(500), "files can be limited");
+        fillTwice(point, folder.path + "/limited.db", "rc=10=SQLITE_IOERR",
+                  [] { return limitFiles(1000); });
+    });
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const std::string only = argc == 3 && std::strcmp(argv[1], "--only") == 0 ? argv[2] : "";
-    char name[] = "/tmp/sqlwrapper-full-XXXXXX";
-    const std::string folder = mkdtemp(name);
-    if (only.empty() || only == "tmpfs")
-        inChild(smallDisk, folder);
-    if (only.empty() || only == "rlimit")
-        inChild(limitedFiles, folder);
-    fs::remove_all(folder);
-    return failures ? 1 : 0;
+    return faults::run(argc, argv, {{"tmpfs", smallDisk}, {"rlimit", limitedFiles}});
 }

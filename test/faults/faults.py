@@ -47,6 +47,7 @@ class Outcome:
         self.seconds = seconds
         self.output = done.stdout
         self.cases = sum(int(n) for n in re.findall(r"^cases (\d+)$", done.stdout, re.M))
+        self.checks = sum(int(n) for n in re.findall(r"^checks (\d+)$", done.stdout, re.M))
         self.figures = re.findall(r"^figure (.*)$", done.stdout, re.M)
         self.failures = re.findall(r"^failure (\S+): (.*)$", done.stdout, re.M)
         if done.returncode not in (0, 1) or (done.returncode == 1) != bool(self.failures):
@@ -73,14 +74,15 @@ def build(wanted):
 
 
 def table(outcomes):
-    rows = [("item", "cases", "failures", "time")]
+    rows = [("item", "cases", "checks", "failures", "time")]
     for outcome in outcomes:
-        rows.append((outcome.item.title, f"{outcome.cases:,}", str(len(outcome.failures)),
-                     f"{outcome.seconds:.1f} s"))
-        rows += [("    " + figure, "", "", "") for figure in outcome.figures]
-    widths = [max(len(row[i]) for row in rows) for i in range(4)]
-    return "\n".join(f"{a:<{widths[0]}}  {b:>{widths[1]}}  {c:>{widths[2]}}  {d:>{widths[3]}}".rstrip()
-                     for a, b, c, d in rows)
+        rows.append((outcome.item.title, f"{outcome.cases:,}", f"{outcome.checks:,}" if outcome.checks else "",
+                     str(len(outcome.failures)), f"{outcome.seconds:.1f} s"))
+        rows += [("    " + figure, "", "", "", "") for figure in outcome.figures]
+    widths = [max(len(row[i]) for row in rows) for i in range(5)]
+    return "\n".join(
+        "  ".join([row[0].ljust(widths[0]), *map(str.rjust, row[1:], widths[1:])]).rstrip()
+        for row in rows)
 
 
 def junit(outcomes):

@@ -1,21 +1,18 @@
 // A writer killed at random moments: what it committed is there, whole transactions only.
 
-#include <chrono>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <random>
-#include <string>
 
 #include <sqlite3.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "Item.h"
 #include "Sql.h"
 
-namespace fs = std::filesystem;
+using faults::Point;
 
 namespace
 {
@@ -51,29 +48,56 @@ const sql::Field rowFields[] = {
     }
 }
 
-long number(sqlite3* db, const char* query)
+long number(sqlite3* db, const std::string& query)
 {
     long result = -1;
     const auto keep = [](void* kept, int, char** cells, char**) {
         *static_cast<long*>(kept) = cells[0] ? std::atol(cells[0]) : 0;
         return 0;
     };
-    sqlite3_exec(db, query, keep, &result, nullptr);
+    sqlite3_exec(db, query.c_str(), keep, &result, nullptr);
     return result;
 }
 
-class Kills
+class Kills : public faults::Item
 {
 public:
-    Kills()
-    {
-        char name[] = "/tmp/sqlwrapper-kill-XXXXXX";
-        _folder = mkdtemp(name);
-        renew();
-    }
-    ~Kills() { fs::remove_all(_folder); }
+    Kills() { renew(); }
 
-    void run(unsigned seed)
+    std::string points() const override { return "the seeds of random numbers"; }
+
+    void tryAll(bool quick) override
+    {
+        const long count = quick ? 300 : 10000;
+        for (long seed = 1; seed <= count; ++seed)
+            killWriter(Point(std::to_string(seed)), static_cast<unsigned>(seed));
+        faults::figure("%ld of %ld kills left a journal behind", _journals, count);
+        Point("-").expect(_journals * 2 >= count, "most kills hit a transaction");
+    }
+
+    bool tryOne(const std::string& name) override
+    {
+        long seed = 0;
+        if (!faults::isNumber(name, seed))
+            return false;
+        killWriter(Point(name), static_cast<unsigned>(seed));
+        return true;
+    }
+
+private:
+    std::string path() const { return _folder.path + "/rows.db"; }
+
+    void renew()
+    {
+        std::filesystem::remove(path());
+        sql::Database database;
+        database.open(path(), sql::Database::read_write_create, false, 0);
+        sql::Table table(database.getHandle(), "rows", rowFields);
+        if (!table.create())
+            std::abort();
+    }
+
+    void killWriter(const Point& point, unsigned seed)
     {
         std::mt19937 random(seed);
         int ends[2];
@@ -87,7 +111,7 @@ public:
         }
         close(ends[1]);
         char byte = 0;
-        bool started = read(ends[0], &byte, 1) == 1; // so that it is at work when it is killed
+        const bool started = read(ends[0], &byte, 1) == 1; // it is at work when it is killed
         usleep(static_cast<useconds_t>(random() % 3000));
         kill(child, SIGKILL);
         int status = 0;
@@ -97,85 +121,44 @@ public:
             ++committed;
         close(ends[0]);
 
-        ++_cases;
-        if (!WIFSIGNALED(status))
-            complain(seed, "the writer ended by itself");
+        point.expect(WIFSIGNALED(status), "the writer did not end by itself");
         std::error_code none;
-        if (fs::file_size(path() + "-journal", none) > 0 && !none)
+        if (std::filesystem::file_size(path() + "-journal", none) > 0 && !none)
             ++_journals;
-        look(seed, batch, committed);
+        look(point, batch, committed);
     }
 
-    int finish() const
-    {
-        std::printf("cases %ld\n", _cases);
-        std::printf("figure %ld of %ld kills left a journal behind\n", _journals, _cases);
-        if (_cases > 1 && _journals * 2 < _cases) {
-            std::printf("failure -: too few kills hit a transaction\n");
-            return 1;
-        }
-        return _failures ? 1 : 0;
-    }
-
-private:
-    std::string path() const { return _folder + "/rows.db"; }
-
-    void renew()
-    {
-        fs::remove(path());
-        sql::Database database;
-        database.open(path(), sql::Database::read_write_create, false, 0);
-        sql::Table table(database.getHandle(), "rows", rowFields);
-        if (!table.create())
-            std::abort();
-    }
-
-    void look(unsigned seed, sql::integer batch, long committed)
+    void look(const Point& point, sql::integer batch, long committed)
     {
         sqlite3* db = nullptr;
         sqlite3_open_v2(path().c_str(), &db, SQLITE_OPEN_READWRITE, nullptr);
-        if (number(db, "select count(*) from pragma_integrity_check where integrity_check != 'ok'"))
-            complain(seed, "integrity_check");
-        if (number(db, "select count(*) from (select count(*) n from rows group by batch) "
-                       "where n != 50"))
-            complain(seed, "a transaction is there in part");
-        const std::string since =
-            "select count(distinct batch) from rows where batch >= " + std::to_string(batch);
-        const long found = number(db, since.c_str());
+        point.expect(number(db, "select count(*) from pragma_integrity_check"
+                                " where integrity_check != 'ok'") == 0,
+                     "the file is whole");
+        point.expect(number(db, "select count(*) from (select count(*) n from rows group by batch)"
+                                " where n != " +
+                                    std::to_string(rowsPerTransaction)) == 0,
+                     "no transaction is there in part");
+        const long found = number(db, "select count(distinct batch) from rows where batch >= " +
+                                          std::to_string(batch));
         // One more may be there: it was committed, and the kill came before the byte.
-        if (found != committed && found != committed + 1)
-            complain(seed, std::to_string(committed) + " transactions were committed, " +
-                               std::to_string(found) + " are there");
+        point.expect(found == committed || found == committed + 1,
+                     std::to_string(committed) + " transactions were committed, " +
+                         std::to_string(found) + " are there");
         sqlite3_close(db);
-        if (fs::file_size(path()) > 4 << 20)
+        if (std::filesystem::file_size(path()) > 4 << 20)
             renew();
     }
 
-    void complain(unsigned seed, const std::string& what)
-    {
-        std::printf("failure %u: %s\n", seed, what.c_str());
-        ++_failures;
-    }
-
-    std::string _folder;
+    const faults::Folder _folder{"/tmp"};
     sql::integer _batch = 0;
-    long _cases = 0;
     long _journals = 0;
-    long _failures = 0;
 };
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    std::setvbuf(stdout, nullptr, _IOLBF, 0);
-    Kills kills;
-    if (argc == 3 && std::strcmp(argv[1], "--only") == 0) {
-        kills.run(static_cast<unsigned>(std::atol(argv[2])));
-        return kills.finish();
-    }
-    const unsigned count = argc == 2 && std::strcmp(argv[1], "--full") == 0 ? 10000 : 300;
-    for (unsigned seed = 1; seed <= count; ++seed)
-        kills.run(seed);
-    return kills.finish();
+    Kills item;
+    return faults::run(argc, argv, item);
 }

@@ -1,36 +1,16 @@
 // Each limit from both of its sides.
 
-#include <cstdio>
-#include <cstring>
-#include <string>
-#include <vector>
-
 #include <sqlite3.h>
 
-#include "Platform.h"
+#include "Item.h"
 #include "Sql.h"
+#include "Told.h"
+
+using faults::lastLineHas;
+using faults::Point;
 
 namespace
 {
-
-long cases = 0;
-int failures = 0;
-const char* point = "";
-std::string only;
-
-void expect(bool holds, const std::string& what)
-{
-    ++cases;
-    if (holds)
-        return;
-    std::printf("failure %s: %s; the last line is '%s'\n", point, what.c_str(), faults::told.last);
-    ++failures;
-}
-
-bool refusedWith(const char* code)
-{
-    return std::strstr(faults::told.last, code) != nullptr;
-}
 
 struct Session
 {
@@ -54,22 +34,22 @@ const sql::Field textFields[] = {
     sql::Field(),
 };
 
-void columnCount()
+void columnCount(const Point& point)
 {
     Session session;
     sql::Table most(session.database.getHandle(), "most", columns(2000));
-    expect(most.create(), "2000 columns can be created");
+    point.expect(most.create(), "2000 columns can be created");
     sql::Record record(most.fields());
     for (int i = 0; i < 2000; ++i)
         record.setInteger(i, i);
-    expect(most.addRecord(record) && most.open(), "and written and read");
-    expect(most.getRecord(0)->getValue(1999)->asInteger() == 1999, "to the last");
+    point.expect(most.addRecord(record) && most.open(), "and written and read");
+    point.expect(most.getRecord(0)->getValue(1999)->asInteger() == 1999, "to the last");
     sql::Table more(session.database.getHandle(), "more", columns(2001));
-    expect(!more.create() && refusedWith("too many columns on more"), "2001 cannot");
+    point.expect(!more.create() && lastLineHas("too many columns on more"), "2001 cannot");
 }
 
 // The longest statement is SQLite's limit less one byte; the library adds no limit of its own.
-void statementLength()
+void statementLength(const Point& point)
 {
     Session session;
     sqlite3* db = session.database.getHandle();
@@ -77,13 +57,14 @@ void statementLength()
     const std::string start = "select '", end = "'";
     const std::size_t room = 1000000 - start.size() - end.size();
     sql::RecordSet set(db);
-    expect(set.query(start + std::string(room, 'x') + end), "a statement as long as SQLite takes");
-    expect(!set.query(start + std::string(room + 1, 'x') + end) &&
-               refusedWith("rc=18=SQLITE_TOOBIG"),
-           "one byte more");
+    point.expect(set.query(start + std::string(room, 'x') + end),
+                 "a statement as long as SQLite takes");
+    point.expect(!set.query(start + std::string(room + 1, 'x') + end) &&
+                     lastLineHas("rc=18=SQLITE_TOOBIG"),
+                 "one byte more");
 }
 
-void longText()
+void longText(const Point& point)
 {
     Session session;
     sql::Table table(session.database.getHandle(), "texts", textFields);
@@ -93,88 +74,85 @@ void longText()
     const std::string text(100000000, 'x');
     record.setInteger("id", 1);
     record.setString("text", text);
-    expect(table.addRecord(record), "a text of 100 MB is written");
-    expect(table.open() && table.getRecord(0)->getValue(1)->asString() == text, "and read");
+    point.expect(table.addRecord(record), "a text of 100 MB is written");
+    point.expect(table.open() && table.getRecord(0)->getValue(1)->asString() == text, "and read");
 }
 
-void millionRows()
+void millionRows(const Point& point)
 {
     Session session;
     sql::Table table(session.database.getHandle(), "texts", textFields);
     table.create();
-    expect(table.query("with n(i) as (select 1 union all select i + 1 from n where i < 1000000)"
-                       "insert into texts select i, 'row ' || i from n"),
-           "a million rows are made");
-    expect(table.open() && table.recordCount() == 1000000, "and held");
-    expect(table.getRecord(999999)->getValue("text")->asString() == "row 1000000", "to the last");
+    point.expect(
+        table.query("with n(i) as (select 1 union all select i + 1 from n where i < 1000000)"
+                    "insert into texts select i, 'row ' || i from n"),
+        "a million rows are made");
+    point.expect(table.open() && table.recordCount() == 1000000, "and held");
+    point.expect(table.getRecord(999999)->getValue("text")->asString() == "row 1000000",
+                 "to the last");
 }
 
-void longFloat()
+void longFloat(const Point& point)
 {
     sql::Value value(sql::type_float);
     value.setDouble(2e117); // 118 digits, the point and eight decimals
-    expect(value.asString().size() == 127 && value.asDouble() == 2e117, "127 characters are whole");
+    point.expect(value.asString().size() == 127 && value.asDouble() == 2e117,
+                 "127 characters are whole");
     value.setDouble(2e118);
-    expect(value.asString().size() == 127 && value.asString()[119] == '.',
-           "of 128 the last decimal is cut");
+    point.expect(value.asString().size() == 127 && value.asString()[119] == '.',
+                 "of 128 the last decimal is cut");
     value.setDouble(2e127);
-    expect(value.asString().size() == 127 && value.asDouble() < 3e126,
-           "a longer number loses digits");
+    point.expect(value.asString().size() == 127 && value.asDouble() < 3e126,
+                 "a longer number loses digits");
 }
 
-void userVersion()
+void userVersion(const Point& point)
 {
     Session session;
-    expect(session.database.setUserVersion(0) && session.database.getUserVersion() == 0, "0");
-    expect(session.database.setUserVersion(2147483647u) &&
-               session.database.getUserVersion() == 2147483647,
-           "2147483647");
-    expect(!session.database.setUserVersion(2147483648u) && refusedWith("must be <= 2147483647") &&
-               session.database.getUserVersion() == 2147483647,
-           "2147483648 is refused and changes nothing");
+    point.expect(session.database.setUserVersion(0) && session.database.getUserVersion() == 0, "0");
+    point.expect(session.database.setUserVersion(2147483647u) &&
+                     session.database.getUserVersion() == 2147483647,
+                 "2147483647");
+    point.expect(!session.database.setUserVersion(2147483648u) &&
+                     lastLineHas("must be <= 2147483647") &&
+                     session.database.getUserVersion() == 2147483647,
+                 "2147483648 is refused and changes nothing");
 }
 
 // A number of more than 31 bits is cut to its last 32, as a count of more rows would be.
-void bigCount()
+void bigCount(const Point& point)
 {
     Session session;
     sqlite3* db = session.database.getHandle();
-    expect(sql::queryNumber(db, "select 2147483647") == 2147483647, "2147483647");
-    expect(sql::queryNumber(db, "select 2147483648") == -1, "2147483648 reads as negative");
-    expect(sql::queryNumber(db, "select 4294967298") == 2, "4294967298 reads as 2");
+    point.expect(sql::queryNumber(db, "select 2147483647") == 2147483647, "2147483647");
+    point.expect(sql::queryNumber(db, "select 2147483648") == -1, "2147483648 reads as negative");
+    point.expect(sql::queryNumber(db, "select 4294967298") == 2, "4294967298 reads as 2");
 }
 
-void longList()
+void longList(const Point& point)
 {
     std::vector<sql::string> items;
     sql::listToVector(std::string(100000000, 'x'), items, ",");
-    expect(items.size() == 1 && items[0].size() == 100000000, "one item of 100 MB");
+    point.expect(items.size() == 1 && items[0].size() == 100000000, "one item of 100 MB");
     std::string list;
     for (int i = 0; i < 1000000; ++i)
         list += "an item of a list, ";
     sql::listToVector(list, items, ",");
-    expect(items.size() == 1000001 && items[999999] == "an item of a list", "a million items");
+    point.expect(items.size() == 1000001 && items[999999] == "an item of a list",
+                 "a million items");
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    if (argc == 3 && std::strcmp(argv[1], "--only") == 0)
-        only = argv[2];
-    const struct
-    {
-        const char* name;
-        void (*run)();
-    } points[] = {{"columns", columnCount}, {"statement", statementLength},
-                  {"text", longText},       {"rows", millionRows},
-                  {"float", longFloat},     {"user-version", userVersion},
-                  {"count", bigCount},      {"list", longList}};
-    for (const auto& each : points) {
-        point = each.name;
-        if (only.empty() || only == point)
-            each.run();
-    }
-    std::printf("cases %ld\n", cases);
-    return failures ? 1 : 0;
+    return faults::run(argc, argv,
+                       {{"columns", columnCount},
+                        {"statement", statementLength},
+                        {"text", longText},
+                        {"rows", millionRows},
+                        {"float", longFloat},
+                        {"user-version", userVersion},
+                        {"count", bigCount},
+                        {"list", longList}});
 }

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -14,10 +13,11 @@
 
 #include <sqlite3.h>
 
-#include "Injector.h"
+#include "Item.h"
 #include "Workload.h"
 
 namespace fs = std::filesystem;
+using faults::Point;
 using faults::Scenario;
 using faults::Witness;
 
@@ -268,104 +268,100 @@ int accessFile(sqlite3_vfs*, const char* name, int, int* result)
 
 // The runs
 
-class PowerLoss
+sqlite3_vfs diskOfMemory()
+{
+    sqlite3_vfs vfs = *sqlite3_vfs_find(nullptr);
+    vfs.zName = "disk";
+    vfs.szOsFile = sizeof(File);
+    vfs.xOpen = openFile;
+    vfs.xDelete = deleteFile;
+    vfs.xAccess = accessFile;
+    return vfs;
+}
+
+class PowerLoss : public faults::Item
 {
 public:
-    PowerLoss()
+    PowerLoss() : _vfs(diskOfMemory())
     {
-        char name[] = "/dev/shm/sqlwrapper-power-XXXXXX";
-        _folder = mkdtemp(name);
-        _real = sqlite3_vfs_find(nullptr);
-        _vfs = *_real;
-        _vfs.zName = "disk";
-        _vfs.szOsFile = sizeof(File);
-        _vfs.xOpen = openFile;
-        _vfs.xDelete = deleteFile;
-        _vfs.xAccess = accessFile;
-        faults::makeDatabase(_folder + "/original.db");
-        std::ifstream original(_folder + "/original.db", std::ios::binary);
-        _original.assign(std::istreambuf_iterator<char>(original), {});
+        faults::makeDatabase(_folder.path + "/original.db");
+        _original = faults::bytesOf(_folder.path + "/original.db");
     }
-    ~PowerLoss() { fs::remove_all(_folder); }
 
-    // Whether the power went before the scenario was done.
-    bool run(const Scenario& scenario, long points, unsigned firstSeed, unsigned seeds)
+    std::string points() const override
     {
+        return "SCENARIO:CHANGES:SEED; scenarios are " + faults::scenarioNames();
+    }
+
+    void tryAll(bool quick) override
+    {
+        for (const Scenario& scenario : faults::scenarios()) {
+            long changes = 0;
+            while (losePower(scenario, changes, 1, quick ? 10 : 100))
+                ++changes;
+            std::printf("%s: %ld changes of the disk\n", scenario.name, changes);
+        }
+    }
+
+    bool tryOne(const std::string& name) override
+    {
+        const std::vector<std::string> said = faults::parts(name);
+        const Scenario* scenario = faults::scenarioNamed(said[0]);
+        long changes = 0, seed = 0;
+        if (!scenario || said.size() != 3 || !faults::isNumber(said[1], changes) ||
+            !faults::isNumber(said[2], seed))
+            return false;
+        losePower(*scenario, changes, static_cast<unsigned>(seed), 1);
+        return true;
+    }
+
+private:
+    // Whether the power went before the scenario was done. What the disk then holds differs by
+    // the seed; the run that led there is of the first.
+    bool losePower(const Scenario& scenario, long changes, unsigned firstSeed, unsigned seeds)
+    {
+        const auto pointOf = [&](unsigned seed) {
+            return std::string(scenario.name) + ":" + std::to_string(changes) + ":" +
+                   std::to_string(seed);
+        };
         disk.files.clear();
         DiskFile& file = disk.files["run.db"];
         file.now = file.synced = _original;
         file.everSynced = true;
 
-        Witness witness;
-        disk.losePowerAfter(points);
+        const Point point(pointOf(firstSeed));
+        Witness witness(point);
+        disk.losePowerAfter(changes);
         sqlite3_vfs_register(&_vfs, 1);
-        scenario.run(witness, _folder + "/run.db");
+        scenario.run(witness, _folder.path + "/run.db");
         sqlite3_vfs_unregister(&_vfs);
-        for (unsigned seed = firstSeed; seed < firstSeed + seeds; ++seed)
-            look(scenario, points, seed, witness);
+        look(point, firstSeed, witness);
+        for (unsigned seed = firstSeed + 1; seed < firstSeed + seeds; ++seed)
+            look(Point(pointOf(seed)), seed, witness);
         return disk.lost();
     }
 
-    int finish() const
+    void look(const Point& point, unsigned seed, const Witness& witness) const
     {
-        std::printf("cases %ld\n", _cases);
-        return _failures ? 1 : 0;
-    }
-
-private:
-    void look(const Scenario& scenario, long points, unsigned seed, Witness witness)
-    {
-        const std::string folder = _folder + "/found";
+        const std::string folder = _folder.path + "/found";
         fs::remove_all(folder);
         fs::create_directory(folder);
         bool removalLost = false;
         disk.writeOut(folder, seed, &removalLost);
         // A journal whose removal was lost rolls back: all or nothing holds, the last commit may
         // not.
-        faults::verifyFile(witness, folder + "/run.db", !removalLost);
-        ++_cases;
-        for (const std::string& what : witness.failures()) {
-            std::printf("failure %s:%ld:%u: %s\n", scenario.name, points, seed, what.c_str());
-            ++_failures;
-        }
+        faults::verifyFile(point, witness, folder + "/run.db", !removalLost);
     }
 
-    std::string _folder;
-    sqlite3_vfs* _real;
+    const faults::Folder _folder;
     sqlite3_vfs _vfs;
     Bytes _original;
-    long _cases = 0;
-    long _failures = 0;
 };
-
-int repeat(PowerLoss& power, const std::string& point)
-{
-    const std::size_t first = point.find(':');
-    const std::size_t second = point.find(':', first + 1);
-    for (const Scenario& scenario : faults::scenarios())
-        if (second != std::string::npos && point.substr(0, first) == scenario.name) {
-            power.run(scenario, std::atol(point.c_str() + first + 1),
-                      static_cast<unsigned>(std::atol(point.c_str() + second + 1)), 1);
-            return power.finish();
-        }
-    std::fprintf(stderr, "a point is SCENARIO:CHANGES:SEED\n");
-    return 2;
-}
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    std::setvbuf(stdout, nullptr, _IOLBF, 0);
-    PowerLoss power;
-    if (argc == 3 && std::strcmp(argv[1], "--only") == 0)
-        return repeat(power, argv[2]);
-    const bool full = argc == 2 && std::strcmp(argv[1], "--full") == 0;
-    for (const Scenario& scenario : faults::scenarios()) {
-        long points = 0;
-        while (power.run(scenario, points, 1, full ? 100 : 10))
-            ++points;
-        std::printf("%s: %ld changes of the disk\n", scenario.name, points);
-    }
-    return power.finish();
+    PowerLoss item;
+    return faults::run(argc, argv, item);
 }

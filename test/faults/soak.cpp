@@ -1,15 +1,11 @@
 // Rounds of open, add, read and close: memory and descriptors stay level after the warm-up.
 
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
 #include <fstream>
-#include <string>
 
-#include <unistd.h>
-
+#include "Item.h"
 #include "Sql.h"
+
+using faults::Point;
 
 namespace
 {
@@ -51,42 +47,47 @@ long residentKilobytes()
     return -1;
 }
 
-long openFiles()
+class Soak : public faults::Item
 {
-    long count = 0;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
-        count += entry.path().empty() ? 0 : 1;
-    return count;
-}
+public:
+    std::string points() const override { return "the numbers of rounds, which run up to it"; }
+    void tryAll(bool quick) override { runRounds(quick ? 5000 : 1000000); }
+    bool tryOne(const std::string& name) override
+    {
+        long last = 0;
+        if (!faults::isNumber(name, last))
+            return false;
+        runRounds(last + 1);
+        return true;
+    }
+
+private:
+    void runRounds(long rounds) const
+    {
+        const std::string path = _folder.path + "/soak.db";
+        long memory = 0, files = 0;
+        for (long number = 0; number < rounds; ++number) {
+            if (number == rounds / 10) {
+                memory = residentKilobytes();
+                files = faults::openFiles();
+            }
+            if (!Point(std::to_string(number)).expect(round(path, number), "the round succeeds"))
+                break;
+        }
+        const long grown = residentKilobytes() - memory;
+        const Point end("-");
+        end.expect(grown <= 256, "memory stays level");
+        end.expect(faults::openFiles() == files, "no descriptor leaks");
+        faults::figure("%ld KiB resident after the warm-up, %+ld KiB at the end", memory, grown);
+    }
+
+    const faults::Folder _folder;
+};
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const bool full = argc == 2 && std::strcmp(argv[1], "--full") == 0;
-    const bool only = argc == 3 && std::strcmp(argv[1], "--only") == 0; // up to that round
-    const sql::integer rounds = full ? 1000000 : only ? std::atoll(argv[2]) + 1 : 5000;
-    const std::string path = "/dev/shm/sqlwrapper-soak-" + std::to_string(getpid()) + ".db";
-    int failures = 0;
-    long memory = 0, files = 0;
-    for (sql::integer number = 0; number < rounds; ++number) {
-        if (number == rounds / 10) {
-            memory = residentKilobytes();
-            files = openFiles();
-        }
-        if (!round(path, number)) {
-            std::printf("failure %lld: the round failed\n", number);
-            ++failures;
-            break;
-        }
-    }
-    const long grown = residentKilobytes() - memory;
-    if (grown > 256 || openFiles() != files) {
-        std::printf("failure -: grew by %ld KiB and %ld descriptors\n", grown, openFiles() - files);
-        ++failures;
-    }
-    std::printf("cases %lld\nfigure %ld KiB resident after the warm-up, %+ld KiB at the end\n",
-                rounds, memory, grown);
-    std::remove(path.c_str());
-    return failures ? 1 : 0;
+    Soak item;
+    return faults::run(argc, argv, item);
 }

@@ -1,38 +1,25 @@
 // Hostile surroundings: foreign locales, time zones with gaps, no descriptors left, a folder gone.
 
 #include <clocale>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <locale>
-#include <string>
-#include <vector>
 
 #include <fcntl.h>
-#include <sqlite3.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include "Platform.h"
+#include "Item.h"
 #include "Sql.h"
+#include "Told.h"
+
+using faults::lastLineHas;
+using faults::Point;
 
 namespace
 {
-
-long cases = 0;
-int failures = 0;
-
-void expect(bool holds, const std::string& point, const std::string& what)
-{
-    ++cases;
-    if (holds)
-        return;
-    std::printf("failure %s: %s; the last line is '%s'\n", point.c_str(), what.c_str(),
-                faults::told.last);
-    ++failures;
-}
 
 const sql::Field itemFields[] = {
     sql::Field("id", sql::type_int, sql::flag_primary_key),
@@ -79,116 +66,108 @@ std::string allTexts()
     return texts + sql::intToStr(1234567) + table.toString() + table.fields().dump();
 }
 
-void locales()
+void locale(const Point& point)
 {
+    const char* const name = point.name().c_str();
     std::setlocale(LC_ALL, "C");
     const std::string expected = allTexts();
-    for (const char* name : {"de_DE.UTF-8", "fr_FR.UTF-8", "hi_IN.UTF-8", "ps_AF.UTF-8"}) {
-        expect(std::setlocale(LC_ALL, name) != nullptr, name, "the locale is there");
-        expect(allTexts() == expected, name, "numbers are written and read as in the C locale");
-        std::locale::global(std::locale(std::locale::classic(), new Grouping));
-        std::setlocale(LC_NUMERIC, name);
-        expect(allTexts() == expected, name, "also when streams group digits");
-        std::locale::global(std::locale::classic());
-    }
+    point.expect(std::setlocale(LC_ALL, name) != nullptr, "the locale is there");
+    point.expect(allTexts() == expected, "numbers are written and read as in the C locale");
+    std::locale::global(std::locale(std::locale::classic(), new Grouping));
+    std::setlocale(LC_NUMERIC, name);
+    point.expect(allTexts() == expected, "also when streams group digits");
+    std::locale::global(std::locale::classic());
     std::setlocale(LC_ALL, "C");
 }
 
-void zones()
+void zone(const Point& point)
 {
     // Both sides of a gap, an overlap, half hours, quarter hours, a day that was left out.
-    const char* const names[] = {"UTC",          "Europe/Berlin",      "America/New_York",
-                                 "Asia/Kolkata", "Asia/Kathmandu",     "Pacific/Apia",
-                                 "Africa/Cairo", "Australia/Lord_Howe"};
     const long moments[] = {0,          1301187599, 1301187600, 1319936399, 1319936400,
                             1325239199, 1325239200, -1,         2147483647, -2147483647};
-    for (const char* name : names) {
-        setenv("TZ", name, 1);
-        tzset();
-        const time_t noon = 43200; // of 1970, when none of the others kept the time of UTC
-        const bool known = std::localtime(&noon)->tm_hour != 12 || std::strcmp(name, "UTC") == 0;
-        expect(known, name, "the zone is there");
-        for (const long moment : moments) {
-            const auto seconds = static_cast<time_t>(moment);
-            char expected[128];
-            const std::tm* local = std::localtime(&seconds);
-            std::strftime(expected, sizeof(expected), "%d-%m-%Y %H:%M:%S, %a", local);
-            sql::Value value(sql::type_time);
-            value.setTime(sql::Time(moment));
-            expect(value.asString() == expected, name, "a time shows as in its zone");
-            expect(value.toSql(sql::type_time) == sql::intToStr(static_cast<sql::integer>(moment)),
-                   name, "and is kept without it");
-        }
+    setenv("TZ", point.name().c_str(), 1);
+    tzset();
+    const time_t noon = 43200; // of 1970, when none of the others kept the time of UTC
+    point.expect(std::localtime(&noon)->tm_hour != 12 || point.name() == "UTC",
+                 "the zone is there");
+    for (const long moment : moments) {
+        const auto seconds = static_cast<time_t>(moment);
+        char expected[128];
+        const std::tm* local = std::localtime(&seconds);
+        std::strftime(expected, sizeof(expected), "%d-%m-%Y %H:%M:%S, %a", local);
+        sql::Value value(sql::type_time);
+        value.setTime(sql::Time(moment));
+        point.expect(value.asString() == expected, "a time shows as in its zone");
+        point.expect(value.toSql(sql::type_time) ==
+                         sql::intToStr(static_cast<sql::integer>(moment)),
+                     "and is kept without it");
     }
     unsetenv("TZ");
     tzset();
 }
 
-std::string newFolder()
+void takeAllDescriptors(std::vector<int>& taken)
 {
-    char name[] = "/tmp/sqlwrapper-surroundings-XXXXXX";
-    return mkdtemp(name);
-}
-
-void noDescriptors()
-{
-    const std::string folder = newFolder();
-    const std::string path = folder + "/item.db";
-    sql::Database database;
-    database.open(path, sql::Database::read_write_create, false, 0);
-    sql::Table table(database.getHandle(), "item", itemFields);
-    table.create();
-
-    std::vector<int> taken;
+    const rlimit few = {64, 64};
+    setrlimit(RLIMIT_NOFILE, &few);
     for (int fd = open("/dev/null", O_RDONLY); fd >= 0; fd = open("/dev/null", O_RDONLY))
         taken.push_back(fd);
-    sql::Database another;
-    expect(!another.open(path, sql::Database::read_write, false, 0), "descriptors",
-           "a file cannot be opened");
-    expect(std::strstr(faults::told.last, "rc=14=SQLITE_CANTOPEN") != nullptr, "descriptors",
-           "and that is told");
-    sql::Record record(table.fields());
-    record.setInteger("id", 1);
-    expect(!table.addRecord(record), "descriptors", "nor can a journal");
-    expect(std::strstr(faults::told.last, "rc=14=SQLITE_CANTOPEN") != nullptr, "descriptors",
-           "and that is told");
-    for (const int fd : taken)
-        close(fd);
-    expect(table.addRecord(record) && table.totalRecordCount() == 1, "descriptors",
-           "all is well when there are some again");
-    std::filesystem::remove_all(folder);
 }
 
-void folderGone()
+void noDescriptors(const Point& point)
 {
-    const std::string folder = newFolder();
+    const faults::Folder folder("/tmp");
+    point.inChild([&] {
+        const std::string path = folder.path + "/item.db";
+        sql::Database database;
+        database.open(path, sql::Database::read_write_create, false, 0);
+        sql::Table table(database.getHandle(), "item", itemFields);
+        table.create();
+        sql::Database another;
+        sql::Record record(table.fields());
+        record.setInteger("id", 1);
+
+        std::vector<int> taken;
+        takeAllDescriptors(taken);
+        point.expect(!another.open(path, sql::Database::read_write, false, 0),
+                     "a file cannot be opened");
+        point.expect(lastLineHas("rc=14=SQLITE_CANTOPEN"), "and that is reported");
+        point.expect(!table.addRecord(record), "nor can a journal");
+        point.expect(lastLineHas("rc=14=SQLITE_CANTOPEN"), "and that is reported");
+        for (const int fd : taken)
+            close(fd);
+        point.expect(table.addRecord(record) && table.totalRecordCount() == 1,
+                     "all is well when there are some again");
+    });
+}
+
+void folderGone(const Point& point)
+{
+    const faults::Folder folder("/tmp");
     sql::Database database;
-    database.open(folder + "/item.db", sql::Database::read_write_create, false, 0);
+    database.open(folder.path + "/item.db", sql::Database::read_write_create, false, 0);
     sql::Table table(database.getHandle(), "item", itemFields);
     table.create();
-    std::filesystem::remove_all(folder);
+    std::filesystem::remove_all(folder.path);
     sql::Record record(table.fields());
     record.setInteger("id", 1);
-    expect(!table.addRecord(record), "folder", "a row cannot be added");
-    expect(std::strstr(faults::told.last, "=SQLITE_") != nullptr, "folder", "and that is told");
-    expect(table.open(), "folder", "what is open can still be read");
+    point.expect(!table.addRecord(record), "a row cannot be added");
+    point.expect(lastLineHas("=SQLITE_"), "and that is reported");
+    point.expect(table.open(), "what is open can still be read");
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const std::string only = argc == 3 && std::strcmp(argv[1], "--only") == 0 ? argv[2] : "";
-    const rlimit few = {64, 64};
-    setrlimit(RLIMIT_NOFILE, &few);
-    if (only.empty() || only.find("UTF-8") != std::string::npos)
-        locales();
-    if (only.empty() || only.find('/') != std::string::npos || only == "UTC")
-        zones();
-    if (only.empty() || only == "descriptors")
-        noDescriptors();
-    if (only.empty() || only == "folder")
-        folderGone();
-    std::printf("cases %ld\n", cases);
-    return failures ? 1 : 0;
+    std::vector<faults::Trial> trials;
+    for (const char* name : {"de_DE.UTF-8", "fr_FR.UTF-8", "hi_IN.UTF-8", "ps_AF.UTF-8"})
+        trials.push_back({name, locale});
+    for (const char* name :
+         {"UTC", "Europe/Berlin", "America/New_York", "Asia/Kolkata", "Asia/Kathmandu",
+          "Pacific/Apia", "Africa/Cairo", "Australia/Lord_Howe"})
+        trials.push_back({name, zone});
+    trials.push_back({"descriptors", noDescriptors});
+    trials.push_back({"folder", folderGone});
+    return faults::run(argc, argv, trials);
 }

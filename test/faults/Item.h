@@ -1,0 +1,91 @@
+// What every item is: points that are tried, what is expected at each, and a main.
+
+#ifndef SQLW_FAULTS_ITEM_H
+#define SQLW_FAULTS_ITEM_H
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace faults
+{
+
+/// One case, under the name that repeats it. Whatever ends the program while a point lives (an
+/// exception, a hang) is a failure of that point.
+class Point
+{
+public:
+    explicit Point(const std::string& name, unsigned secondsAtMost = 300);
+    ~Point();
+    Point(const Point&) = delete;
+    Point& operator=(const Point&) = delete;
+
+    const std::string& name() const { return _name; }
+
+    /// Counts a check, and notes a failure unless it holds. Returns whether it does.
+    bool expect(bool holds, const std::string& what) const;
+
+    /// Runs in a process of its own: limits, mounts and users go with it, what it expects counts.
+    void inChild(const std::function<void()>& run) const;
+
+private:
+    const std::string _name;
+};
+
+/// Prints a figure that is worth a place in the table.
+[[gnu::format(printf, 1, 2)]] void figure(const char* format, ...);
+
+class Item
+{
+public:
+    Item();
+    virtual ~Item() = default;
+
+    /// How the names of its points are written, for people.
+    virtual std::string points() const = 0;
+    /// Tries every point, or a sample of them that takes seconds.
+    virtual void tryAll(bool quick) = 0;
+    /// Tries one point; false when there is none of that name.
+    virtual bool tryOne(const std::string& name) = 0;
+};
+
+/// The body of an item's main: all points or one. Returns the exit status.
+int run(int argc, char** argv, Item& item);
+
+/// A point of an item that can list them.
+struct Trial
+{
+    std::string name;
+    std::function<void(const Point&)> run;
+};
+
+/// The body of main for an item that is a list of points, all of which quick tries as well.
+int run(int argc, char** argv, const std::vector<Trial>& trials);
+
+/// The parts of a name between its colons.
+std::vector<std::string> parts(const std::string& name);
+/// Whether a text is a number, and which.
+bool isNumber(const std::string& text, long& number);
+
+/// An empty folder, removed with all that is in it. In memory, unless it must be on a disk.
+class Folder
+{
+public:
+    explicit Folder(const char* parent = "/dev/shm");
+    ~Folder();
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+
+    const std::string path;
+};
+
+/// All bytes of a file; none when there is no such file.
+std::string bytesOf(const std::string& path);
+void writeBytes(const std::string& path, const std::string& bytes);
+
+/// How many file descriptors this process has open.
+long openFiles();
+
+} // namespace faults
+
+#endif
