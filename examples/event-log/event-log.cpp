@@ -1,12 +1,12 @@
 // A log of events in a database file: bounded in size, and appended to by any number of programs.
 
-#include <cstdio>
 #include <filesystem>
 #include <iostream>
 #include <string>
 #include <vector>
 
 #include <Sql.h>
+#include <SqlPrepared.h>
 
 #include "DatabaseFile.h"
 #include "Program.h"
@@ -22,15 +22,13 @@ using support::wrongUsage;
 const char usage[] =
     "usage: event-log FILE append SOURCE TEXT [SIZE]   add an event\n"
     "       event-log FILE show [COUNT]                print the last events (10)\n"
-    "       event-log FILE rotate                      put aside all events\n"
     "       event-log FILE backup COPY                 copy the log to another file\n"
     "\n"
-    "A log that has SIZE events (1000) is full: it is rotated before the next one is added, and\n"
-    "the events that the last rotation put aside are dropped.\n"
+    "A log keeps its last SIZE events (1000).\n"
     "\n"
     "Exit status: 0 on success, 1 on failure, 2 for wrong usage.\n";
 
-const int logVersion = 1;
+const int logVersion = 2;
 const int waitMs = 10000; // for other programs that write at the moment
 
 const sql::Field eventColumns[] = {sql::Field("id", sql::type_int, sql::flag_primary_key),
@@ -39,41 +37,10 @@ const sql::Field eventColumns[] = {sql::Field("id", sql::type_int, sql::flag_pri
                                    sql::Field("text", sql::type_text, sql::flag_not_null),
                                    sql::Field()};
 
-/// Undoes what was written unless it is committed.
-class Transaction
-{
-public:
-    /// A transaction that is to write takes the lock at once. If it took it after its first read
-    /// only, two programs could both have read, and one of them could not go on.
-    Transaction(sql::Database& database, bool writes) : _database(database)
-    {
-        _open = sql::RecordSet(database.getHandle()).query(writes ? "BEGIN IMMEDIATE" : "BEGIN");
-    }
-    ~Transaction()
-    {
-        if (_open)
-            _database.transactionRollback();
-    }
-    Transaction(const Transaction&) = delete;
-    Transaction& operator=(const Transaction&) = delete;
-
-    bool isOpen() const { return _open; }
-    bool commit()
-    {
-        _open = !_database.transactionCommit();
-        return !_open;
-    }
-
-private:
-    sql::Database& _database;
-    bool _open;
-};
-
 class Log
 {
 public:
-    Log(const std::string& file, sql::Database::AccessMode mode)
-        : _file(file), _events("event"), _previous("previous")
+    Log(const std::string& file, sql::Database::AccessMode mode) : _file(file), _events("event")
     {
         const bool makes = mode == sql::Database::read_write_create;
         const std::string refusal =
@@ -83,127 +50,105 @@ public:
         if (!_database.open(support::plainPath(file), mode, false, waitMs))
             throw Failure{file + " cannot be opened"};
         _events.initTable(_database.getHandle(), eventColumns);
-        _previous.initTable(_database.getHandle(), eventColumns);
     }
 
+    /// The oldest events go when there are more than `size`. SQLite numbers a new one after the
+    /// last, so that no number is missing and the numbers show how many there are.
     void append(const std::string& source, const std::string& text, int size)
     {
-        Transaction transaction(_database, true);
-        prepare(transaction);
-        if (_events.totalRecordCount() >= size)
-            putAside();
-        sql::Record event(_events.fields());
-        event.setInteger("id", lastId() + 1);
-        event.setTime("at", sql::Time::now());
-        event.setString("source", source);
-        event.setString("text", text);
-        require(_events.addRecord(event) && transaction.commit());
+        sql::Transaction transaction(_database.getHandle());
+        require(transaction.isOpen(), transaction);
+        prepare();
+        sql::TableWriter writer(_events);
+        writer.setTime("at", sql::Time::now());
+        writer.setString("source", source);
+        writer.setString("text", text);
+        require(writer.insert(), writer);
+        run("delete from event where id <= " + sql::intToStr(writer.insertId() - size));
+        require(transaction.commit(), transaction);
     }
 
     void show(int count)
     {
-        Transaction transaction(_database, false);
-        check(transaction);
-        require(_events.query("select * from (select * from previous union all select * from event "
-                              "order by id desc limit " +
-                              sql::intToStr(count) + ") order by id"));
-        for (int i = 0; i < _events.recordCount(); ++i)
-            print(*_events.getRecord(i));
+        sql::Transaction transaction(_database.getHandle(), sql::Transaction::deferred);
+        require(transaction.isOpen(), transaction);
+        check();
+        sql::Statement last;
+        last.select(_events, "id > (select max(id) from event) - ?1", "id");
+        last.bindInteger(1, count);
+        while (last.next())
+            print(last);
+        require(!last.error(), last);
     }
 
-    void rotate()
-    {
-        Transaction transaction(_database, true);
-        check(transaction);
-        putAside();
-        require(transaction.commit());
-    }
-
-    /// The copy is complete or as it was before: it changes in one transaction. This log is read in
-    /// one, so that no event is added in between.
+    /// The copy is complete or as it was before. What it replaces must be a log, too.
     void backup(Log& copy)
     {
-        Transaction reading(_database, false);
-        check(reading);
-        Transaction writing(copy._database, true);
-        copy.prepare(writing);
-        copy.require(copy._events.backup(_events) && copy._previous.backup(_previous) &&
-                     writing.commit());
+        check();
+        if (copy.number("select count(*) from sqlite_master") != 0)
+            copy.check();
+        sql::Backup backup(copy._database.getHandle(), _database.getHandle());
+        while (backup.step(-1) && !backup.isBusy())
+            continue;
+        copy.require(!backup.error(), backup);
+        if (!backup.isDone())
+            throw Failure{_file + " or " + copy._file + ": in use for too long"};
     }
 
 private:
-    void require(bool done) const
+    /// What the companion refuses ends the program, with SQLite's own words.
+    template <typename Operation> void require(bool done, const Operation& operation) const
     {
         if (!done)
-            throw Failure{_file + " cannot be read or written; the system log says why"};
+            throw Failure{_file + ": " + operation.error().text()};
+    }
+
+    void run(const std::string& sql)
+    {
+        sql::Statement statement;
+        require(statement.prepare(_database.getHandle(), sql) && statement.run(), statement);
+    }
+
+    sql::integer number(const std::string& query)
+    {
+        sql::Statement statement;
+        require(statement.prepare(_database.getHandle(), query) && statement.next(), statement);
+        return statement.getInteger(0);
     }
 
     /// Makes an empty database a log. Any other must be one.
-    void prepare(const Transaction& transaction)
+    void prepare()
     {
-        if (transaction.isOpen() && _database.getUserVersion() == 0 &&
-            sql::queryNumber(_database.getHandle(), "select count(*) from sqlite_master") == 0)
-            require(_events.create() && _previous.create() && _database.setUserVersion(logVersion));
-        check(transaction);
+        if (number("select count(*) from sqlite_master") == 0 &&
+            number("pragma user_version") == 0) {
+            run(_events.getDefinition());
+            run("pragma user_version = " + sql::intToStr(logVersion));
+        }
+        check();
     }
 
-    void check(const Transaction& transaction)
+    void check()
     {
-        const int version = transaction.isOpen() ? _database.getUserVersion() : -1;
-        if (version < 0)
-            throw Failure{_file + " is not a database, or in use for too long"};
+        const sql::integer version = number("pragma user_version");
         if (version != logVersion)
             throw Failure{_file + " is not an event log: its version is " + sql::intToStr(version) +
                           ", not " + sql::intToStr(logVersion)};
-        checkColumns(_events);
-        checkColumns(_previous);
+        const std::vector<sql::Finding> findings = sql::checkTable(_events);
+        if (!findings.empty())
+            throw Failure{_file + " is not an event log: " + findings[0].text};
     }
 
-    /// Rows are read by position, so the columns must be these and no others.
-    void checkColumns(const sql::Table& table)
+    static void print(const sql::Statement& event)
     {
-        const std::vector<sql::Field> nameColumn = {sql::Field("name", sql::type_text, 0)};
-        sql::RecordSet columns(_database.getHandle(), nameColumn);
-        require(columns.query("select name from pragma_table_info('" + table.name() + "')"));
-        if (columns.count() == 0)
-            throw Failure{_file + " has no table '" + table.name() + "'"};
-        for (int i = 0; i < table.fields().count(); ++i) {
-            const std::string name = table.fields().getByIndex(i)->getName();
-            if (i >= columns.count() || columns.getRecord(i)->getValue(0)->asString() != name)
-                throw Failure{"table '" + table.name() + "' of " + _file + " lacks its column '" +
-                              name + "'"};
-        }
-        if (columns.count() > table.fields().count())
-            throw Failure{"table '" + table.name() + "' of " + _file + " has too many columns"};
-    }
-
-    int lastId()
-    {
-        const int id = sql::queryNumber(_database.getHandle(),
-                                        "select max(ifnull((select max(id) from event), 0), "
-                                        "ifnull((select max(id) from previous), 0))");
-        require(id >= 0);
-        return id;
-    }
-
-    void putAside()
-    {
-        if (_events.totalRecordCount() != 0)
-            require(_previous.backup(_events) && _events.truncate());
-    }
-
-    static void print(const sql::Record& event)
-    {
-        std::cout << event.getValue("id")->asInteger() << "  "
-                  << event.getValue("at")->asTime().format("%Y-%m-%d %H:%M:%S") << "  "
-                  << support::exact(event.getValue("source")->asString()) << ": "
-                  << support::exact(event.getValue("text")->asString()) << "\n";
+        std::cout << event.getInteger("id") << "  "
+                  << event.getTime("at").format("%Y-%m-%d %H:%M:%S") << "  "
+                  << support::exact(event.getString("source")) << ": "
+                  << support::exact(event.getString("text")) << "\n";
     }
 
     const std::string _file;
     sql::Database _database;
     sql::Table _events;
-    sql::Table _previous;
 };
 
 // The command line
@@ -263,8 +208,6 @@ void run(const Arguments& arguments)
     } else if (command == "show" && (count == 2 || count == 3)) {
         const int last = numberAt(arguments, 2, 10);
         Log(arguments[0], sql::Database::read_only).show(last);
-    } else if (command == "rotate" && count == 2) {
-        Log(arguments[0], sql::Database::read_write).rotate();
     } else if (command == "backup" && count == 3) {
         backup(arguments[0], arguments[2]);
     } else {

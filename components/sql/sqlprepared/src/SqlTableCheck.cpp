@@ -121,7 +121,7 @@ bool needsQuotes(const string& name)
     const auto isPart = [isLetter](unsigned char byte) {
         return isLetter(byte) || (byte >= '0' && byte <= '9') || byte == '$';
     };
-    if (name.empty() || !isLetter(static_cast<unsigned char>(name[0])))
+    if (!isLetter(static_cast<unsigned char>(name[0]))) // nor is the NUL of an empty name
         return true;
     for (const char byte : name)
         if (!isPart(static_cast<unsigned char>(byte)))
