@@ -20,11 +20,13 @@ namespace sql
 
 bool traceLevelExceeds(int threshold)
 {
+    // Deliberate: A message of two lines may lose its second
     return g_traceObject && g_traceObject->level && *g_traceObject->level > threshold;
 }
 
 bool assertionFailed(const char* expression, const char* path, int line, const char* function)
 {
+    // Deliberate: An assertion ends nothing
     logAssertFailed(expression, path, line, function);
     return false;
 }

@@ -87,6 +87,7 @@ static void printDouble(double number, string& text)
         std::memmove(point + 1, decimals, decimalsWritten);
         end = point + 1 + decimalsWritten;
     }
+    // Deliberate: Doubles keep eight decimals and 127 characters
     const std::ptrdiff_t longest = 127;
     text.assign(buffer, static_cast<size_t>(std::min(end - buffer, longest)));
 }

