@@ -7,9 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "Item.h"
-
-struct sqlite3;
+#include "Data.h"
 
 namespace bench
 {
@@ -33,6 +31,12 @@ public:
     virtual void commit() = 0;
 
     virtual void insert(const Item* row) = 0;
+    /// Inserts all rows, by the quickest way that its documentation gives.
+    virtual void insertAll(const Data& data)
+    {
+        for (std::size_t i = 0; i < data.rows; ++i)
+            insert(data.row(i));
+    }
     /// Changes the row with the id of `row`.
     virtual void update(const Item* row) = 0;
     /// Changes that row, or inserts it.
@@ -45,13 +49,18 @@ public:
     virtual Reading readAll() = 0;
     /// Reads the rows with a lower price, ordered by name.
     virtual Reading readCheaperThan(int price) = 0;
+    /// Appends a line for each row, its cells separated by tabs.
+    virtual void exportAll(std::string& lines) = 0;
 
     /// Copies the table into a new table item_copy.
     virtual void copy() = 0;
     virtual Reading readCopy() = 0;
 
-    /// The connection, where the contestant lends it.
-    virtual sqlite3* handle() { return nullptr; }
+    /// Opens a second database, like the first.
+    virtual void openSecond(const std::string& path) = 0;
+    /// Copies the rows into the second database, in one transaction.
+    virtual void copyToSecond() = 0;
+    virtual Reading readSecond() = 0;
 };
 
 using MakeContestant = std::unique_ptr<Contestant> (*)(std::size_t itemsPerRow);
@@ -60,7 +69,6 @@ struct Entry
 {
     const char* name;
     MakeContestant make;
-    bool takesWideRows;
 };
 
 /// All that were built, in the order of their names.
@@ -68,7 +76,7 @@ const std::vector<Entry>& contestants();
 /// The one with this name, which throws when there is none.
 const Entry& contestant(const std::string& name);
 
-/// Puts a contestant on the list: `const Registration entry({"floor", make, true});`
+/// Puts a contestant on the list: `const Registration entry({"floor", make<Floor>});`
 struct Registration
 {
     explicit Registration(const Entry& entry);
@@ -81,6 +89,19 @@ inline void require(bool ok, const char* reason)
 {
     if (!ok)
         fail(reason);
+}
+
+/// Makes a contestant that takes wide rows.
+template <typename Kind> std::unique_ptr<Contestant> makeWide(std::size_t itemsPerRow)
+{
+    return std::make_unique<Kind>(itemsPerRow);
+}
+
+/// Makes one that does not.
+template <typename Kind> std::unique_ptr<Contestant> make(std::size_t itemsPerRow)
+{
+    require(itemsPerRow == 1, "this contestant takes no wide rows");
+    return std::make_unique<Kind>();
 }
 
 } // namespace bench

@@ -22,9 +22,9 @@ class ContestantTest : public ::testing::TestWithParam<std::tuple<bench::Entry, 
 TEST_P(ContestantTest, DoesWhatTheWorkloadAsks)
 {
     const auto& [entry, work] = GetParam();
-    const Data data(200, 1);
+    const Data data(200, 1, ":memory:");
     const std::unique_ptr<Contestant> contestant = entry.make(1);
-    contestant->open(":memory:");
+    contestant->open(data.path);
     work.prepare(*contestant, data);
     work.check(*contestant, data, work.run(*contestant, data)); // throws where it did not
 }
@@ -37,31 +37,41 @@ INSTANTIATE_TEST_SUITE_P(All, ContestantTest,
 class FloorTest : public ::testing::TestWithParam<std::tuple<std::size_t, Workload>>
 {
 protected:
-    // The statements that SQLite begins to run, one a line.
+    void SetUp() override { sqlite3_auto_extension(reinterpret_cast<void (*)()>(traceConnection)); }
+    void TearDown() override { sqlite3_reset_auto_extension(); }
+
+    // The statements that SQLite begins to run on any connection, one per line.
     static std::string statementsOf(const char* name)
     {
         const auto& [itemsPerRow, work] = GetParam();
-        const Data data(60, itemsPerRow);
+        const Data data(60, itemsPerRow, ":memory:");
         const std::unique_ptr<Contestant> contestant = bench::contestant(name).make(itemsPerRow);
-        std::string statements;
-        contestant->open(":memory:");
-        sqlite3_trace_v2(contestant->handle(), SQLITE_TRACE_STMT, append, &statements);
+        statements.clear();
+        contestant->open(data.path);
         work.prepare(*contestant, data);
         work.check(*contestant, data, work.run(*contestant, data));
         return statements;
     }
 
 private:
-    static int append(unsigned, void* statements, void*, void* sql)
+    static int traceConnection(sqlite3* db, const char**, const void*)
     {
-        *static_cast<std::string*>(statements) += static_cast<const char*>(sql) + std::string("\n");
+        return sqlite3_trace_v2(db, SQLITE_TRACE_STMT, append, nullptr);
+    }
+    static int append(unsigned, void*, void*, void* sql)
+    {
+        statements += static_cast<const char*>(sql) + std::string("\n");
         return 0;
     }
+
+    static inline std::string statements;
 };
 
 TEST_P(FloorTest, SendsTheTextsOfTheLibrary)
 {
-    EXPECT_EQ(statementsOf("library"), statementsOf("floor"));
+    const std::string expected = statementsOf("library");
+    EXPECT_NE("", expected);
+    EXPECT_EQ(expected, statementsOf("floor"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Items, FloorTest,

@@ -1,29 +1,10 @@
 #include "Workload.h"
 
 #include <algorithm>
-#include <numeric>
-#include <random>
 #include <stdexcept>
 
 namespace bench
 {
-
-// What is asked for
-
-static std::vector<std::size_t> shuffledPositions(std::size_t count)
-{
-    std::vector<std::size_t> positions(count);
-    std::iota(positions.begin(), positions.end(), std::size_t{0});
-    std::mt19937 random(7);
-    for (std::size_t left = count; left > 1; --left)
-        std::swap(positions[left - 1], positions[random() % left]);
-    return positions;
-}
-
-Data::Data(std::size_t rowCount, std::size_t itemsInRow)
-    : rows(rowCount), itemsPerRow(itemsInRow), items(makeItems(rowCount * itemsInRow, 1)),
-      changed(makeItems(rowCount * itemsInRow, 2)), shuffled(shuffledPositions(rowCount))
-{}
 
 static const int cheap = 100; // a tenth of all prices are below
 
@@ -36,20 +17,28 @@ static bool isEven(std::size_t position)
 
 static void nothing(Contestant&, const Data&) {}
 
-static void fill(Contestant& contestant, const Data& data)
+static void fillEvery(std::size_t step, Contestant& contestant, const Data& data)
 {
     contestant.begin();
-    for (std::size_t i = 0; i < data.rows; ++i)
+    for (std::size_t i = 0; i < data.rows; i += step)
         contestant.insert(data.row(i));
     contestant.commit();
 }
 
-static void fillEven(Contestant& contestant, const Data& data)
+static void fill(Contestant& contestant, const Data& data)
 {
-    contestant.begin();
-    for (std::size_t i = 0; i < data.rows; i += 2)
-        contestant.insert(data.row(i));
-    contestant.commit();
+    fillEvery(1, contestant, data);
+}
+
+static void fillHalf(Contestant& contestant, const Data& data)
+{
+    fillEvery(2, contestant, data);
+}
+
+static void fillAndOpenSecond(Contestant& contestant, const Data& data)
+{
+    fill(contestant, data);
+    contestant.openSecond(data.secondPath);
 }
 
 // Measured
@@ -67,6 +56,14 @@ static Reading insertAutocommit(Contestant& contestant, const Data& data)
     return Reading();
 }
 
+static Reading insertBulk(Contestant& contestant, const Data& data)
+{
+    contestant.begin();
+    contestant.insertAll(data);
+    contestant.commit();
+    return Reading();
+}
+
 static Reading readAll(Contestant& contestant, const Data&)
 {
     return contestant.readAll();
@@ -75,6 +72,13 @@ static Reading readAll(Contestant& contestant, const Data&)
 static Reading readWhereOrder(Contestant& contestant, const Data&)
 {
     return contestant.readCheaperThan(cheap);
+}
+
+static Reading exportAll(Contestant& contestant, const Data&)
+{
+    Reading reading;
+    contestant.exportAll(reading.lines);
+    return reading;
 }
 
 static Reading getByKey(Contestant& contestant, const Data& data)
@@ -131,6 +135,12 @@ static Reading copyTable(Contestant& contestant, const Data&)
     return Reading();
 }
 
+static Reading copyToSecond(Contestant& contestant, const Data&)
+{
+    contestant.copyToSecond();
+    return Reading();
+}
+
 // After
 
 static Reading readingOf(const std::vector<Item>& items)
@@ -162,9 +172,20 @@ static void checkCopy(Contestant& contestant, const Data& data, const Reading& r
     require(contestant.readCopy() == readingOf(data.items), "the copy holds other rows");
 }
 
+static void checkSecond(Contestant& contestant, const Data& data, const Reading& reading)
+{
+    checkItems(contestant, data, reading);
+    require(contestant.readSecond() == readingOf(data.items), "the copy holds other rows");
+}
+
 static void checkAllRead(Contestant&, const Data& data, const Reading& reading)
 {
     require(reading == readingOf(data.items), "other rows were read");
+}
+
+static void checkExport(Contestant&, const Data& data, const Reading& reading)
+{
+    require(readingOf(reading.lines) == readingOf(data.items), "other rows were exported");
 }
 
 static void checkCheapRead(Contestant&, const Data& data, const Reading& reading)
@@ -201,14 +222,17 @@ const std::vector<Workload>& workloads()
     static const std::vector<Workload> all = {
         {"insert", nothing, insert, checkItems},
         {"insert-autocommit", nothing, insertAutocommit, checkItems},
+        {"insert-bulk", nothing, insertBulk, checkItems},
         {"read-all", fill, readAll, checkAllRead},
         {"read-where-order", fill, readWhereOrder, checkCheapRead},
+        {"export", fill, exportAll, checkExport},
         {"get-by-key", fill, getByKey, checkFound},
         {"has-key", fill, hasKey, checkPresent},
         {"update-by-key", fill, updateByKey, checkChanged},
-        {"upsert", fillEven, upsert, checkChanged},
+        {"upsert", fillHalf, upsert, checkChanged},
         {"delete-by-key", fill, deleteByKey, checkEmpty},
         {"copy-table", fill, copyTable, checkCopy},
+        {"copy-to-database", fillAndOpenSecond, copyToSecond, checkSecond},
     };
     return all;
 }

@@ -29,7 +29,7 @@ long residentBytes()
 
 void make(const std::string& path, std::size_t rows, std::size_t itemsPerRow)
 {
-    const Data data(rows, itemsPerRow);
+    const Data data(rows, itemsPerRow, path);
     const std::unique_ptr<Contestant> floor = contestant("floor").make(itemsPerRow);
     floor->open(path);
     workload("read-all").prepare(*floor, data);

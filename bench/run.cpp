@@ -2,11 +2,13 @@
 //
 //     bench_run CONTESTANT WORKLOAD PATH ROWS [ITEMS_PER_ROW [TRACE_LEVEL]]
 //     bench_run --about
+//     bench_run --list
 //
 // A row holds one item where nothing else is said, and the platform has no trace level. Prints the
 // seconds of processor time that the measured part took. The instructions of that part are counted
 // by callgrind, started with --instr-atstart=no, or by the emulator of another processor, with the
-// plugin of this folder. The second prints what all figures depend on.
+// plugin of this folder. --about prints what all figures depend on, --list the contestants and the
+// workloads.
 
 #include <cstdio>
 #include <ctime>
@@ -39,11 +41,11 @@ double run(const std::vector<std::string>& arguments)
     using namespace bench;
     const Workload& work = workload(arguments[1]);
     const std::size_t itemsPerRow = arguments.size() > 4 ? std::stoul(arguments[4]) : 1;
-    const Data data(std::stoul(arguments[3]), itemsPerRow);
+    const Data data(std::stoul(arguments[3]), itemsPerRow, arguments[2]);
     const std::unique_ptr<Contestant> runner = contestant(arguments[0]).make(itemsPerRow);
     if (arguments.size() > 5)
         platform::setTraceLevel(std::stoi(arguments[5]));
-    runner->open(arguments[2]);
+    runner->open(data.path);
     work.prepare(*runner, data);
 
     const std::clock_t begin = std::clock();
@@ -65,6 +67,14 @@ void printAbout()
     std::printf("%s, g++ %s, SQLite %s\n", system.machine, __VERSION__, sqlite3_libversion());
 }
 
+void printList()
+{
+    for (const bench::Entry& entry : bench::contestants())
+        std::printf("contestant %s\n", entry.name);
+    for (const bench::Workload& work : bench::workloads())
+        std::printf("workload %s\n", work.name);
+}
+
 } // namespace
 
 int main(int count, char** arguments)
@@ -72,12 +82,14 @@ int main(int count, char** arguments)
     try {
         if (count == 2 && std::string(arguments[1]) == "--about") {
             printAbout();
+        } else if (count == 2 && std::string(arguments[1]) == "--list") {
+            printList();
         } else if (count >= 5 && count <= 7) {
             std::printf("%.6f\n", run({arguments + 1, arguments + count}));
         } else {
             std::fprintf(stderr,
                          "usage: %s CONTESTANT WORKLOAD PATH ROWS [ITEMS_PER_ROW [TRACE_LEVEL]]\n"
-                         "       %s --about\n",
+                         "       %s --about | --list\n",
                          arguments[0], arguments[0]);
             return 2;
         }

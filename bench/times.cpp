@@ -31,23 +31,31 @@ std::size_t rowsOf(const Workload& work, const Settings& settings)
     return autocommit ? std::min(settings.rows, syncs) : settings.rows;
 }
 
-class TemporaryFile
+// The files of a run, which are there before and after it in no case.
+class TemporaryFiles
 {
 public:
-    explicit TemporaryFile(std::string file) : path(std::move(file)) { std::remove(path.c_str()); }
-    ~TemporaryFile() { std::remove(path.c_str()); }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    explicit TemporaryFiles(const Data& data) : _data(data) { remove(); }
+    ~TemporaryFiles() { remove(); }
+    TemporaryFiles(const TemporaryFiles&) = delete;
+    TemporaryFiles& operator=(const TemporaryFiles&) = delete;
 
-    const std::string path;
+private:
+    void remove()
+    {
+        std::remove(_data.path.c_str());
+        std::remove(_data.secondPath.c_str());
+    }
+
+    const Data& _data;
 };
 
-double secondsOf(const Entry& entry, const Workload& work, const std::string& path,
-                 const Data& data)
+double secondsOf(const Entry& entry, const Workload& work, const Data& data)
 {
+    const TemporaryFiles files(data);
     using clock = std::chrono::steady_clock;
     const std::unique_ptr<Contestant> contestant = entry.make(data.itemsPerRow);
-    contestant->open(path);
+    contestant->open(data.path);
     work.prepare(*contestant, data);
     const clock::time_point begin = clock::now();
     const Reading reading = work.run(*contestant, data);
@@ -61,11 +69,10 @@ void registerRun(const Entry& entry, const Workload& work, bool onFile, const Se
     const std::string name =
         std::string(entry.name) + "/" + work.name + (onFile ? "/file" : "/memory");
     const auto run = [=](benchmark::State& state) {
-        const Data data(rowsOf(work, settings), 1);
-        for ([[maybe_unused]] auto iteration : state) {
-            const TemporaryFile file(settings.folder + "/bench_times.db");
-            state.SetIterationTime(secondsOf(entry, work, onFile ? file.path : ":memory:", data));
-        }
+        const Data data(rowsOf(work, settings), 1,
+                        onFile ? settings.folder + "/bench_times.db" : ":memory:");
+        for ([[maybe_unused]] auto iteration : state)
+            state.SetIterationTime(secondsOf(entry, work, data));
         state.SetItemsProcessed(static_cast<std::int64_t>(data.rows) * state.iterations());
     };
     benchmark::RegisterBenchmark(name.c_str(), run)->UseManualTime();

@@ -15,32 +15,32 @@ namespace bench
 namespace
 {
 
-/// The text of a statement, in a buffer that is used again for the next.
-class Statement
+/// A statement, in a buffer that is used again for the next.
+class Text
 {
 public:
-    Statement& start(std::string_view text)
+    Text& start(std::string_view text)
     {
         _end = _buffer;
         return add(text);
     }
-    Statement& add(std::string_view text)
+    Text& add(std::string_view text)
     {
         std::memcpy(_end, text.data(), text.size());
         _end += text.size();
         return *this;
     }
-    Statement& add(std::int64_t number)
+    Text& add(std::int64_t number)
     {
         _end = std::to_chars(_end, std::end(_buffer), number).ptr;
         return *this;
     }
-    Statement& add(double number)
+    Text& add(double number)
     {
         _end = std::to_chars(_end, std::end(_buffer), number, std::chars_format::fixed, 8).ptr;
         return *this;
     }
-    Statement& addQuoted(std::string_view text)
+    Text& addEnclosed(std::string_view text)
     {
         *_end++ = '\'';
         for (std::size_t quote; (quote = text.find('\'')) != text.npos;) {
@@ -74,11 +74,16 @@ class Floor : public Contestant
 {
 public:
     explicit Floor(std::size_t itemsPerRow);
-    ~Floor() override { sqlite3_close(_db); }
+    ~Floor() override
+    {
+        sqlite3_close(_db);
+        sqlite3_close(_second);
+    }
 
-    void open(const std::string& path) override;
-    void begin() override { run("BEGIN TRANSACTION"); }
-    void commit() override { run("COMMIT TRANSACTION"); }
+    void open(const std::string& path) override { _db = opened(path); }
+    void openSecond(const std::string& path) override { _second = opened(path); }
+    void begin() override { run(_db, "BEGIN TRANSACTION"); }
+    void commit() override { run(_db, "COMMIT TRANSACTION"); }
     void insert(const Item* row) override;
     void update(const Item* row) override;
     void upsert(const Item* row) override;
@@ -87,26 +92,38 @@ public:
     void get(std::int64_t id, Reading& reading) override;
     Reading readAll() override;
     Reading readCheaperThan(int price) override;
-    void copy() override;
-    Reading readCopy() override;
-    sqlite3* handle() override { return _db; }
+    void exportAll(std::string& lines) override;
+    void copy() override { copyTo(_db, "item_copy"); }
+    Reading readCopy() override { return readingFrom(_db, "select * from item_copy"); }
+    void copyToSecond() override
+    {
+        run(_second, "BEGIN TRANSACTION");
+        copyTo(_second, "item");
+        run(_second, "COMMIT TRANSACTION");
+    }
+    Reading readSecond() override { return readingFrom(_second, "select * from item"); }
 
 private:
-    void run(const char* sql);
-    void read(const char* sql);
-    int queryNumber(const char* sql);
-    bool exists(std::string_view table);
-    void insertCells(const std::string* row);
+    sqlite3* opened(const std::string& path);
+    static void run(sqlite3* db, const char* sql);
+    void read(sqlite3* db, const char* sql);
+    Reading readingFrom(sqlite3* db, const char* sql);
+    static int queryNumber(sqlite3* db, const char* sql);
+    bool exists(sqlite3* db, std::string_view table);
+    void createTable(sqlite3* db, std::string_view table);
+    void copyTo(sqlite3* db, std::string_view table);
+    void insertCells(sqlite3* db, std::string_view table, const std::string* row);
     void addTo(Reading& reading) const;
 
     static int keep(void* floor, int count, char** texts, char**);
 
     sqlite3* _db = nullptr;
+    sqlite3* _second = nullptr;
     const std::size_t _itemsPerRow;
     std::string _columns;
     std::string _definitions;
     std::vector<std::string> _names;
-    Statement _sql;
+    Text _sql;
     std::vector<std::string> _cells;
 };
 
@@ -125,16 +142,18 @@ Floor::Floor(std::size_t itemsPerRow) : _itemsPerRow(itemsPerRow)
     }
 }
 
-void Floor::open(const std::string& path)
+sqlite3* Floor::opened(const std::string& path)
 {
-    require(sqlite3_open(path.c_str(), &_db) == SQLITE_OK, "floor: open");
-    if (!exists("item"))
-        run(_sql.start("CREATE TABLE item (").add(_definitions).add(")").text());
+    sqlite3* db = nullptr;
+    require(sqlite3_open(path.c_str(), &db) == SQLITE_OK, "floor: open");
+    if (!exists(db, "item"))
+        createTable(db, "item");
+    return db;
 }
 
-void Floor::run(const char* sql)
+void Floor::run(sqlite3* db, const char* sql)
 {
-    require(sqlite3_exec(_db, sql, nullptr, nullptr, nullptr) == SQLITE_OK, "floor: run");
+    require(sqlite3_exec(db, sql, nullptr, nullptr, nullptr) == SQLITE_OK, "floor: run");
 }
 
 int Floor::keep(void* cells, int count, char** texts, char**)
@@ -144,16 +163,16 @@ int Floor::keep(void* cells, int count, char** texts, char**)
     return 0;
 }
 
-void Floor::read(const char* sql)
+void Floor::read(sqlite3* db, const char* sql)
 {
     _cells.clear();
-    require(sqlite3_exec(_db, sql, keep, &_cells, nullptr) == SQLITE_OK, "floor: read");
+    require(sqlite3_exec(db, sql, keep, &_cells, nullptr) == SQLITE_OK, "floor: read");
 }
 
-int Floor::queryNumber(const char* sql)
+int Floor::queryNumber(sqlite3* db, const char* sql)
 {
     sqlite3_stmt* statement = nullptr;
-    require(sqlite3_prepare_v2(_db, sql, -1, &statement, nullptr) == SQLITE_OK &&
+    require(sqlite3_prepare_v2(db, sql, -1, &statement, nullptr) == SQLITE_OK &&
                 sqlite3_step(statement) == SQLITE_ROW,
             "floor: number");
     const int number = sqlite3_column_int(statement, 0);
@@ -174,17 +193,17 @@ void Floor::insert(const Item* row)
     _sql.start("insert into item (").add(_columns).add(") values (");
     for (std::size_t i = 0; i < _itemsPerRow; ++i) {
         const Item& item = row[i];
-        _sql.add(i > 0 ? ", " : "").add(item.id).add(", ").addQuoted(item.name);
+        _sql.add(i > 0 ? ", " : "").add(item.id).add(", ").addEnclosed(item.name);
         _sql.add(", ").add(item.price).add(item.active ? ", 1, " : ", 0, ").add(item.created);
     }
-    run(_sql.add(")").text());
+    run(_db, _sql.add(")").text());
 }
 
 void Floor::update(const Item* row)
 {
-    _sql.start("update item set name=").addQuoted(row->name).add(", price=").add(row->price);
+    _sql.start("update item set name=").addEnclosed(row->name).add(", price=").add(row->price);
     _sql.add(row->active ? ", active=1" : ", active=0").add(", created=").add(row->created);
-    run(_sql.add(" where id = ").add(row->id).text());
+    run(_db, _sql.add(" where id = ").add(row->id).text());
 }
 
 void Floor::upsert(const Item* row)
@@ -197,83 +216,87 @@ void Floor::upsert(const Item* row)
 
 void Floor::remove(std::int64_t id)
 {
-    run(_sql.start("delete from item where id = ").add(id).text());
+    run(_db, _sql.start("delete from item where id = ").add(id).text());
 }
 
 bool Floor::has(std::int64_t id)
 {
-    return queryNumber(_sql.start("select count(*) from item where id = ").add(id).text()) > 0;
+    return queryNumber(_db, _sql.start("select count(*) from item where id = ").add(id).text()) > 0;
 }
 
 void Floor::get(std::int64_t id, Reading& reading)
 {
-    read(_sql.start("select * from item where id = ").add(id).text());
+    read(_db, _sql.start("select * from item where id = ").add(id).text());
     addTo(reading);
+}
+
+Reading Floor::readingFrom(sqlite3* db, const char* sql)
+{
+    Reading reading;
+    read(db, sql);
+    addTo(reading);
+    return reading;
 }
 
 Reading Floor::readAll()
 {
-    Reading reading;
-    read("select * from item");
-    addTo(reading);
-    return reading;
+    return readingFrom(_db, "select * from item");
 }
 
 Reading Floor::readCheaperThan(int price)
 {
-    Reading reading;
     _sql.start("select * from item where price < ").add(std::int64_t{price});
-    read(_sql.add(" order by name").text());
-    addTo(reading);
-    return reading;
+    return readingFrom(_db, _sql.add(" order by name").text());
 }
 
-bool Floor::exists(std::string_view table)
+void Floor::exportAll(std::string& lines)
+{
+    read(_db, "select * from item");
+    for (std::size_t i = 0; i < _cells.size(); ++i) {
+        lines += _cells[i];
+        lines += (i + 1) % _names.size() > 0 ? '\t' : '\n';
+    }
+}
+
+bool Floor::exists(sqlite3* db, std::string_view table)
 {
     _sql.start("select count(*) from sqlite_master where type = 'table' and name = '").add(table);
-    return queryNumber(_sql.add("'").text()) == 1;
+    return queryNumber(db, _sql.add("'").text()) == 1;
 }
 
-void Floor::insertCells(const std::string* row)
+void Floor::createTable(sqlite3* db, std::string_view table)
 {
-    _sql.start("insert into item_copy (").add(_columns).add(") values (");
+    run(db, _sql.start("CREATE TABLE ").add(table).add(" (").add(_definitions).add(")").text());
+}
+
+void Floor::insertCells(sqlite3* db, std::string_view table, const std::string* row)
+{
+    _sql.start("insert into ").add(table).add(" (").add(_columns).add(") values (");
     for (std::size_t i = 0; i < _names.size(); ++i) {
         _sql.add(i > 0 ? ", " : "");
         if (i % 5 == 1)
-            _sql.addQuoted(row[i]);
+            _sql.addEnclosed(row[i]);
         else
             _sql.add(row[i]);
     }
-    run(_sql.add(")").text());
+    run(db, _sql.add(")").text());
 }
 
-void Floor::copy()
+void Floor::copyTo(sqlite3* db, std::string_view table)
 {
-    if (exists("item_copy"))
-        run("drop table item_copy");
-    if (!exists("item_copy"))
-        run(_sql.start("CREATE TABLE item_copy (").add(_definitions).add(")").text());
-    read("select * from item");
+    if (exists(db, table))
+        run(db, _sql.start("drop table ").add(table).text());
+    if (!exists(db, table))
+        createTable(db, table);
+    read(_db, "select * from item");
     for (std::size_t i = 0; i < _cells.size(); i += _names.size())
-        insertCells(&_cells[i]);
-    const int expected = queryNumber("select count(*) from item");
-    require(queryNumber("select count(*) from item_copy") == expected, "floor: copy");
+        insertCells(db, table, &_cells[i]);
+    const int expected = queryNumber(_db, "select count(*) from item");
+    _sql.start("select count(*) from ").add(table);
+    require(queryNumber(db, _sql.text()) == expected, "floor: copy");
 }
 
-Reading Floor::readCopy()
-{
-    Reading reading;
-    read("select * from item_copy");
-    addTo(reading);
-    return reading;
-}
-
-std::unique_ptr<Contestant> make(std::size_t itemsPerRow)
-{
-    return std::make_unique<Floor>(itemsPerRow);
-}
-
-const Registration entry({"floor", make, true});
+const Registration entry({"floor", makeWide<Floor>});
 
 } // namespace
 } // namespace bench

@@ -1,12 +1,14 @@
 // POCO Data, as its user guide shows it: statements kept, with the variables that they take and
-// fill, and results fetched row by row.
+// fill, results fetched row by row, many rows inserted from vectors.
+
+#include <array>
+#include <deque>
 
 #include <Poco/Data/Session.h>
 #include <Poco/Data/SQLite/Connector.h>
 #include <Poco/Data/Statement.h>
-#include <Poco/Data/Transaction.h>
 
-#include "../Contestant.h"
+#include "Compiled.h"
 
 namespace bench
 {
@@ -14,158 +16,125 @@ namespace
 {
 
 namespace keywords = Poco::Data::Keywords;
-using Poco::Data::Statement;
 
-// The variables to which statements are bound.
-struct Cells
+class Statement;
+
+struct Connection
 {
-    Poco::Int64 id = 0;
-    std::string name;
-    double price = 0.0;
-    bool active = false;
-    Poco::Int64 created = 0;
+    using Statement = bench::Statement;
 
-    void operator=(const Item& item)
-    {
-        id = item.id;
-        name = item.name;
-        price = item.price;
-        active = item.active;
-        created = item.created;
-    }
-};
+    explicit Connection(const std::string& path) : db(opened(path)) {}
+    void run(const char* sql) { db << sql, keywords::now; }
+    void begin() { db.begin(); }
+    void commit() { db.commit(); }
 
-struct Statements
-{
-    Statements(Poco::Data::Session& db, Cells& cells, Poco::Int64& id, int& price)
-        : insert(db), update(db), upsert(db), remove(db), has(db), get(db), readAll(db),
-          readCheaper(db)
-    {
-        insert << "insert into item values (?, ?, ?, ?, ?)", keywords::use(cells.id),
-            keywords::use(cells.name), keywords::use(cells.price), keywords::use(cells.active),
-            keywords::use(cells.created);
-        update << "update item set name=?, price=?, active=?, created=? where id=?",
-            keywords::use(cells.name), keywords::use(cells.price), keywords::use(cells.active),
-            keywords::use(cells.created), keywords::use(cells.id);
-        upsert << "insert into item values (?, ?, ?, ?, ?) on conflict (id) do update set "
-                  "name=excluded.name, price=excluded.price, active=excluded.active, "
-                  "created=excluded.created",
-            keywords::use(cells.id), keywords::use(cells.name), keywords::use(cells.price),
-            keywords::use(cells.active), keywords::use(cells.created);
-        remove << "delete from item where id=?", keywords::use(id);
-        has << "select count(*) from item where id=?", keywords::use(id), keywords::into(found),
-            keywords::range(0, 1);
-        get << "select * from item where id=?", keywords::use(id);
-        intoCells(get, cells);
-        readAll << "select * from item";
-        intoCells(readAll, cells);
-        readCheaper << "select * from item where price < ? order by name", keywords::use(price);
-        intoCells(readCheaper, cells);
-    }
-
-    static void intoCells(Statement& statement, Cells& cells)
-    {
-        statement, keywords::into(cells.id), keywords::into(cells.name),
-            keywords::into(cells.price), keywords::into(cells.active),
-            keywords::into(cells.created), keywords::range(0, 1);
-    }
-
-    Poco::Int64 found = 0;
-    Statement insert, update, upsert, remove, has, get, readAll, readCheaper;
-};
-
-class PocoData : public Contestant
-{
-public:
-    void open(const std::string& path) override
+    static Poco::Data::Session opened(const std::string& path)
     {
         Poco::Data::SQLite::Connector::registerConnector();
-        _db = std::make_unique<Poco::Data::Session>("SQLite", path);
-        *_db << "create table if not exists item (id INTEGER PRIMARY KEY, name TEXT NOT NULL, "
-                "price REAL, active INTEGER, created INTEGER)",
-            keywords::now;
-        _statements = std::make_unique<Statements>(*_db, _cells, _id, _price);
+        return Poco::Data::Session("SQLite", path);
     }
-    void begin() override { _db->begin(); }
-    void commit() override { _db->commit(); }
 
-    void insert(const Item* row) override { write(_statements->insert, *row); }
-    void update(const Item* row) override { write(_statements->update, *row); }
-    void upsert(const Item* row) override { write(_statements->upsert, *row); }
-    void remove(std::int64_t id) override
+    Poco::Data::Session db;
+};
+
+// A statement, and the variables that it is bound to.
+class Statement
+{
+public:
+    Statement(Connection& connection, const char* sql, Shape shape) : _statement(connection.db)
     {
-        _id = id;
-        _statements->remove.execute();
+        _statement << sql;
+        if (shape == Shape::takesItem)
+            _statement, keywords::use(_id), keywords::use(_name), keywords::use(_price),
+                keywords::use(_active), keywords::use(_created);
+        if (shape == Shape::takesKey || shape == Shape::findsItem || shape == Shape::findsKey)
+            _statement, keywords::use(_key);
+        if (shape == Shape::findsKey)
+            _statement, keywords::into(_id), keywords::range(0, 1);
+        if (shape == Shape::givesItems || shape == Shape::findsItem)
+            _statement, keywords::into(_id), keywords::into(_name), keywords::into(_price),
+                keywords::into(_active), keywords::into(_created), keywords::range(0, 1);
+        if (shape == Shape::givesTexts) {
+            for (std::string& text : _texts)
+                _statement, keywords::into(text);
+            _statement, keywords::range(0, 1);
+        }
     }
-    bool has(std::int64_t id) override
+
+    void bind(const Item& item)
     {
-        _id = id;
-        _statements->has.execute();
-        return _statements->found > 0;
+        _id = item.id;
+        _name = item.name;
+        _price = item.price;
+        _active = item.active;
+        _created = item.created;
     }
-    void get(std::int64_t id, Reading& reading) override
+    void bind(std::int64_t key) { _key = key; }
+    void bindRow(const Statement& row)
     {
-        _id = id;
-        addRows(_statements->get, reading);
+        _id = row._id;
+        _name = row._name;
+        _price = row._price;
+        _active = row._active;
+        _created = row._created;
     }
-    Reading readAll() override
+
+    void run() { _statement.execute(); }
+    bool next()
     {
-        Reading reading;
-        addRows(_statements->readAll, reading);
-        return reading;
+        const bool ended = _isUnderWay && _statement.done();
+        _isUnderWay = !ended && _statement.execute() > 0;
+        return _isUnderWay;
     }
-    Reading readCheaperThan(int price) override
+    void reset() { _isUnderWay = false; }
+
+    void addTo(Reading& reading) const
     {
-        Reading reading;
-        _price = price;
-        addRows(_statements->readCheaper, reading);
-        return reading;
+        reading.add(_id, _name.size(), _price, _active, _created);
     }
-    void copy() override
+    void addTo(std::string& lines) const
     {
-        *_db << "create table item_copy (id INTEGER PRIMARY KEY, name TEXT NOT NULL, "
-                "price REAL, active INTEGER, created INTEGER)",
-            keywords::now;
-        *_db << "insert into item_copy select * from item", keywords::now;
-    }
-    Reading readCopy() override
-    {
-        Reading reading;
-        Statement all(*_db);
-        all << "select * from item_copy";
-        Statements::intoCells(all, _cells);
-        addRows(all, reading);
-        return reading;
+        for (int column = 0; column < 5; ++column) {
+            lines += _texts[static_cast<std::size_t>(column)];
+            endCell(lines, column);
+        }
     }
 
 private:
-    void write(Statement& statement, const Item& item)
-    {
-        _cells = item;
-        statement.execute();
-    }
-    void addRows(Statement& statement, Reading& reading)
-    {
-        do {
-            if (statement.execute() > 0)
-                reading.add(_cells.id, _cells.name.size(), _cells.price, _cells.active,
-                            _cells.created);
-        } while (!statement.done());
-    }
-
-    std::unique_ptr<Poco::Data::Session> _db;
-    Cells _cells;
+    Poco::Int64 _key = 0;
     Poco::Int64 _id = 0;
-    int _price = 0;
-    std::unique_ptr<Statements> _statements;
+    std::string _name;
+    double _price = 0.0;
+    bool _active = false;
+    Poco::Int64 _created = 0;
+    std::array<std::string, 5> _texts;
+    bool _isUnderWay = false;
+    Poco::Data::Statement _statement;
 };
 
-std::unique_ptr<Contestant> make(std::size_t)
+class PocoData : public Compiled<Connection>
 {
-    return std::make_unique<PocoData>();
-}
+public:
+    void insertAll(const Data& data) override
+    {
+        std::vector<Poco::Int64> ids, created;
+        std::vector<std::string> names;
+        std::vector<double> prices;
+        std::deque<bool> actives; // which std::vector would pack
+        for (std::size_t i = 0; i < data.rows; ++i) {
+            const Item& item = *data.row(i);
+            ids.push_back(item.id);
+            names.push_back(item.name);
+            prices.push_back(item.price);
+            actives.push_back(item.active);
+            created.push_back(item.created);
+        }
+        _first->db.db << statements::Writes::insert, keywords::use(ids), keywords::use(names),
+            keywords::use(prices), keywords::use(actives), keywords::use(created), keywords::now;
+    }
+};
 
-const Registration entry({"poco-data", make, false});
+const Registration entry({"poco-data", make<PocoData>});
 
 } // namespace
 } // namespace bench

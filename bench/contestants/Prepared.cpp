@@ -3,164 +3,113 @@
 
 #include <sqlite3.h>
 
-#include "../Contestant.h"
+#include "Compiled.h"
 
 namespace bench
 {
 namespace
 {
 
+class Statement;
+
+struct Connection
+{
+    using Statement = bench::Statement;
+
+    explicit Connection(const std::string& path)
+    {
+        require(sqlite3_open(path.c_str(), &db) == SQLITE_OK, "prepared: open");
+    }
+    ~Connection() { sqlite3_close(db); }
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    void run(const char* sql)
+    {
+        require(sqlite3_exec(db, sql, nullptr, nullptr, nullptr) == SQLITE_OK, "prepared: run");
+    }
+    void begin() { run("begin"); }
+    void commit() { run("commit"); }
+
+    sqlite3* db = nullptr;
+};
+
 class Statement
 {
 public:
-    Statement(sqlite3* db, const char* sql)
+    Statement(Connection& connection, const char* sql, Shape)
     {
-        require(sqlite3_prepare_v3(db, sql, -1, SQLITE_PREPARE_PERSISTENT, &_stmt, nullptr) ==
-                    SQLITE_OK,
+        require(sqlite3_prepare_v3(connection.db, sql, -1, SQLITE_PREPARE_PERSISTENT, &_stmt,
+                                   nullptr) == SQLITE_OK,
                 "prepared: prepare");
     }
     ~Statement() { sqlite3_finalize(_stmt); }
     Statement(const Statement&) = delete;
     Statement& operator=(const Statement&) = delete;
 
-    void bind(const Item& item)
+    void bind(const Item& item, int before = 0)
     {
-        sqlite3_bind_int64(_stmt, 1, item.id);
-        sqlite3_bind_text(_stmt, 2, item.name.data(), static_cast<int>(item.name.size()),
+        sqlite3_bind_int64(_stmt, before + 1, item.id);
+        sqlite3_bind_text(_stmt, before + 2, item.name.data(), static_cast<int>(item.name.size()),
                           SQLITE_STATIC);
-        sqlite3_bind_double(_stmt, 3, item.price);
-        sqlite3_bind_int(_stmt, 4, item.active ? 1 : 0);
-        sqlite3_bind_int64(_stmt, 5, item.created);
+        sqlite3_bind_double(_stmt, before + 3, item.price);
+        sqlite3_bind_int(_stmt, before + 4, item.active ? 1 : 0);
+        sqlite3_bind_int64(_stmt, before + 5, item.created);
     }
     void bind(std::int64_t number) { sqlite3_bind_int64(_stmt, 1, number); }
+    void bindRow(const Statement& row)
+    {
+        sqlite3_bind_int64(_stmt, 1, sqlite3_column_int64(row._stmt, 0));
+        sqlite3_bind_text(_stmt, 2, row.text(1), row.size(1), SQLITE_STATIC);
+        sqlite3_bind_double(_stmt, 3, sqlite3_column_double(row._stmt, 2));
+        sqlite3_bind_int(_stmt, 4, sqlite3_column_int(row._stmt, 3));
+        sqlite3_bind_int64(_stmt, 5, sqlite3_column_int64(row._stmt, 4));
+    }
 
-    bool step()
+    bool next()
     {
         const int rc = sqlite3_step(_stmt);
         require(rc == SQLITE_ROW || rc == SQLITE_DONE, "prepared: step");
+        if (rc == SQLITE_DONE)
+            reset();
         return rc == SQLITE_ROW;
     }
     void reset() { sqlite3_reset(_stmt); }
-    void run()
+    void run() { next(); }
+
+    void addTo(Reading& reading) const
     {
-        step();
-        reset();
+        reading.add(sqlite3_column_int64(_stmt, 0), static_cast<std::size_t>(size(1)),
+                    sqlite3_column_double(_stmt, 2), sqlite3_column_int(_stmt, 3) == 1,
+                    sqlite3_column_int64(_stmt, 4));
     }
-    void addRows(Reading& reading)
+    void addTo(std::string& lines) const
     {
-        while (step())
-            reading.add(sqlite3_column_int64(_stmt, 0),
-                        static_cast<std::size_t>(sqlite3_column_bytes(_stmt, 1)),
-                        sqlite3_column_double(_stmt, 2), sqlite3_column_int(_stmt, 3) == 1,
-                        sqlite3_column_int64(_stmt, 4));
-        reset();
+        for (int column = 0; column < 5; ++column) {
+            const char* const begin = text(column);
+            lines.append(begin, static_cast<std::size_t>(size(column)));
+            endCell(lines, column);
+        }
     }
 
 private:
+    const char* text(int column) const
+    {
+        return reinterpret_cast<const char*>(sqlite3_column_text(_stmt, column));
+    }
+    int size(int column) const { return sqlite3_column_bytes(_stmt, column); }
+
     sqlite3_stmt* _stmt = nullptr;
 };
 
-struct Statements
-{
-    explicit Statements(sqlite3* db)
-        : insert(db, "insert into item values (?1, ?2, ?3, ?4, ?5)"),
-          update(db, "update item set name=?2, price=?3, active=?4, created=?5 where id=?1"),
-          upsert(db, "insert into item values (?1, ?2, ?3, ?4, ?5) on conflict (id) do update set "
-                     "name=?2, price=?3, active=?4, created=?5"),
-          remove(db, "delete from item where id=?1"), has(db, "select 1 from item where id=?1"),
-          get(db, "select * from item where id=?1"), readAll(db, "select * from item"),
-          readCheaper(db, "select * from item where price < ?1 order by name")
-    {}
-
-    Statement insert, update, upsert, remove, has, get, readAll, readCheaper;
-};
-
-class Prepared : public Contestant
+// The C interface has no other way for many rows than a statement of many rows.
+class Prepared : public Compiled<Connection>
 {
 public:
-    ~Prepared() override
-    {
-        _statements.reset();
-        sqlite3_close(_db);
-    }
-    void open(const std::string& path) override
-    {
-        require(sqlite3_open(path.c_str(), &_db) == SQLITE_OK, "prepared: open");
-        exec("create table if not exists item (id INTEGER PRIMARY KEY, name TEXT NOT NULL, "
-             "price REAL, active INTEGER, created INTEGER)");
-        _statements = std::make_unique<Statements>(_db);
-    }
-    void begin() override { exec("begin"); }
-    void commit() override { exec("commit"); }
-
-    void insert(const Item* row) override { write(_statements->insert, *row); }
-    void update(const Item* row) override { write(_statements->update, *row); }
-    void upsert(const Item* row) override { write(_statements->upsert, *row); }
-    void remove(std::int64_t id) override
-    {
-        _statements->remove.bind(id);
-        _statements->remove.run();
-    }
-    bool has(std::int64_t id) override
-    {
-        _statements->has.bind(id);
-        const bool found = _statements->has.step();
-        _statements->has.reset();
-        return found;
-    }
-    void get(std::int64_t id, Reading& reading) override
-    {
-        _statements->get.bind(id);
-        _statements->get.addRows(reading);
-    }
-    Reading readAll() override
-    {
-        Reading reading;
-        _statements->readAll.addRows(reading);
-        return reading;
-    }
-    Reading readCheaperThan(int price) override
-    {
-        Reading reading;
-        _statements->readCheaper.bind(price);
-        _statements->readCheaper.addRows(reading);
-        return reading;
-    }
-    void copy() override
-    {
-        exec("create table item_copy (id INTEGER PRIMARY KEY, name TEXT NOT NULL, "
-             "price REAL, active INTEGER, created INTEGER)");
-        exec("insert into item_copy select * from item");
-    }
-    Reading readCopy() override
-    {
-        Reading reading;
-        Statement(_db, "select * from item_copy").addRows(reading);
-        return reading;
-    }
-    sqlite3* handle() override { return _db; }
-
-private:
-    void exec(const char* sql)
-    {
-        require(sqlite3_exec(_db, sql, nullptr, nullptr, nullptr) == SQLITE_OK, "prepared: exec");
-    }
-    static void write(Statement& statement, const Item& item)
-    {
-        statement.bind(item);
-        statement.run();
-    }
-
-    sqlite3* _db = nullptr;
-    std::unique_ptr<Statements> _statements;
+    void insertAll(const Data& data) override { insertInGroups(data, 50); }
 };
 
-std::unique_ptr<Contestant> make(std::size_t)
-{
-    return std::make_unique<Prepared>();
-}
-
-const Registration entry({"prepared", make, false});
+const Registration entry({"prepared", make<Prepared>});
 
 } // namespace
 } // namespace bench

@@ -1,151 +1,134 @@
 // Qt SQL, as its documentation shows it: queries prepared once, values bound by position, results
-// read forward only.
+// read forward only, many rows inserted as a batch.
 
 #include <QCoreApplication>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QVariant>
 
-#include "../Contestant.h"
+#include "Compiled.h"
 
 namespace bench
 {
 namespace
 {
 
-class Query : public QSqlQuery
+class Query;
+
+struct Connection
 {
-public:
-    Query(const QSqlDatabase& db, const char* sql) : QSqlQuery(db)
+    using Statement = Query;
+
+    explicit Connection(const std::string& path)
+        : name(QString::number(QSqlDatabase::connectionNames().size())),
+          db(QSqlDatabase::addDatabase("QSQLITE", name))
     {
-        setForwardOnly(true);
-        require(prepare(sql), "qt-sql: prepare");
+        db.setDatabaseName(QString::fromStdString(path));
+        require(db.open(), "qt-sql: open");
     }
-    void run() { require(exec(), "qt-sql: exec"); }
-    void run(qlonglong key)
+    ~Connection()
     {
-        bindValue(0, key);
-        run();
+        db = QSqlDatabase();
+        QSqlDatabase::removeDatabase(name);
     }
-    void addRows(Reading& reading)
-    {
-        while (next())
-            reading.add(value(0).toLongLong(), value(1).toString().toUtf8().size(),
-                        value(2).toDouble(), value(3).toBool(), value(4).toLongLong());
-        finish();
-    }
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    void run(const char* sql) { require(QSqlQuery(db).exec(sql), "qt-sql: run"); }
+    void begin() { require(db.transaction(), "qt-sql: begin"); }
+    void commit() { require(db.commit(), "qt-sql: commit"); }
+
+    const QString name;
+    QSqlDatabase db;
 };
 
-struct Queries
-{
-    explicit Queries(const QSqlDatabase& db)
-        : insert(db, "insert into item (name, price, active, created, id) values (?, ?, ?, ?, ?)"),
-          update(db, "update item set name=?, price=?, active=?, created=? where id=?"),
-          upsert(db, "insert into item (name, price, active, created, id) values (?, ?, ?, ?, ?) "
-                     "on conflict (id) do update set name=excluded.name, price=excluded.price, "
-                     "active=excluded.active, created=excluded.created"),
-          remove(db, "delete from item where id=?"), has(db, "select 1 from item where id=?"),
-          get(db, "select * from item where id=?"), readAll(db, "select * from item"),
-          readCheaper(db, "select * from item where price < ? order by name")
-    {}
-
-    Query insert, update, upsert, remove, has, get, readAll, readCheaper;
-};
-
-class QtSql : public Contestant
+class Query
 {
 public:
-    QtSql() : _application(_argumentCount, _arguments) {}
-    ~QtSql() override
+    Query(Connection& connection, const char* sql, Shape) : _query(connection.db)
     {
-        _queries.reset();
-        _db = QSqlDatabase();
-        QSqlDatabase::removeDatabase(QSqlDatabase::defaultConnection);
+        _query.setForwardOnly(true);
+        require(_query.prepare(sql), "qt-sql: prepare");
     }
-    void open(const std::string& path) override
-    {
-        _db = QSqlDatabase::addDatabase("QSQLITE");
-        _db.setDatabaseName(QString::fromStdString(path));
-        require(_db.open(), "qt-sql: open");
-        Query(_db, "create table if not exists item (id INTEGER PRIMARY KEY, name TEXT NOT NULL, "
-                   "price REAL, active INTEGER, created INTEGER)")
-            .run();
-        _queries = std::make_unique<Queries>(_db);
-    }
-    void begin() override { require(_db.transaction(), "qt-sql: begin"); }
-    void commit() override { require(_db.commit(), "qt-sql: commit"); }
 
-    void insert(const Item* row) override { write(_queries->insert, *row); }
-    void update(const Item* row) override { write(_queries->update, *row); }
-    void upsert(const Item* row) override { write(_queries->upsert, *row); }
-    void remove(std::int64_t id) override { _queries->remove.run(id); }
-    bool has(std::int64_t id) override
+    void bind(const Item& item)
     {
-        _queries->has.run(id);
-        const bool found = _queries->has.next();
-        _queries->has.finish();
-        return found;
+        _query.bindValue(0, QString::fromStdString(item.name));
+        _query.bindValue(1, item.price);
+        _query.bindValue(2, item.active);
+        _query.bindValue(3, static_cast<qlonglong>(item.created));
+        _query.bindValue(4, static_cast<qlonglong>(item.id));
     }
-    void get(std::int64_t id, Reading& reading) override
+    void bind(std::int64_t key) { _query.bindValue(0, static_cast<qlonglong>(key)); }
+    void bindRow(const Query& row)
     {
-        _queries->get.run(id);
-        _queries->get.addRows(reading);
+        for (int column = 0; column < 5; ++column)
+            _query.bindValue(column, row._query.value((column + 1) % 5));
     }
-    Reading readAll() override
+
+    void run() { require(_query.exec(), "qt-sql: exec"); }
+    bool next()
     {
-        Reading reading;
-        _queries->readAll.run();
-        _queries->readAll.addRows(reading);
-        return reading;
+        if (!_query.isActive())
+            run();
+        const bool row = _query.next();
+        if (!row)
+            reset();
+        return row;
     }
-    Reading readCheaperThan(int price) override
+    void reset() { _query.finish(); }
+
+    void addTo(Reading& reading) const
     {
-        Reading reading;
-        _queries->readCheaper.run(price);
-        _queries->readCheaper.addRows(reading);
-        return reading;
+        reading.add(_query.value(0).toLongLong(), _query.value(1).toString().toUtf8().size(),
+                    _query.value(2).toDouble(), _query.value(3).toBool(),
+                    _query.value(4).toLongLong());
     }
-    void copy() override
+    void addTo(std::string& lines) const
     {
-        Query(_db, "create table item_copy (id INTEGER PRIMARY KEY, name TEXT NOT NULL, "
-                   "price REAL, active INTEGER, created INTEGER)")
-            .run();
-        Query(_db, "insert into item_copy select * from item").run();
+        for (int column = 0; column < 5; ++column) {
+            lines += _query.value(column).toString().toStdString();
+            endCell(lines, column);
+        }
     }
-    Reading readCopy() override
+
+    void runBatch(const Data& data)
     {
-        Reading reading;
-        Query all(_db, "select * from item_copy");
-        all.run();
-        all.addRows(reading);
-        return reading;
+        QVariantList columns[5];
+        for (std::size_t i = 0; i < data.rows; ++i) {
+            const Item& item = *data.row(i);
+            columns[0] << QString::fromStdString(item.name);
+            columns[1] << item.price;
+            columns[2] << item.active;
+            columns[3] << static_cast<qlonglong>(item.created);
+            columns[4] << static_cast<qlonglong>(item.id);
+        }
+        for (int column = 0; column < 5; ++column)
+            _query.bindValue(column, columns[column]);
+        require(_query.execBatch(), "qt-sql: batch");
     }
 
 private:
-    static void write(Query& query, const Item& item)
-    {
-        query.bindValue(0, QString::fromStdString(item.name));
-        query.bindValue(1, item.price);
-        query.bindValue(2, item.active);
-        query.bindValue(3, static_cast<qlonglong>(item.created));
-        query.bindValue(4, static_cast<qlonglong>(item.id));
-        query.run();
-    }
-
-    int _argumentCount = 1;
-    char _name[6] = "bench";
-    char* _arguments[2] = {_name, nullptr};
-    QCoreApplication _application; // without which Qt finds no drivers
-    QSqlDatabase _db;
-    std::unique_ptr<Queries> _queries;
+    QSqlQuery _query;
 };
 
-std::unique_ptr<Contestant> make(std::size_t)
+struct Application
 {
-    return std::make_unique<QtSql>();
-}
+    int argumentCount = 1;
+    char name[6] = "bench";
+    char* arguments[2] = {name, nullptr};
+    QCoreApplication application{argumentCount, arguments};
+};
 
-const Registration entry({"qt-sql", make, false});
+class QtSql : Application,
+              public Compiled<Connection,
+                              statements::WritesInOrder> // without an application Qt has no drivers
+{
+public:
+    void insertAll(const Data& data) override { _first->insert.runBatch(data); }
+};
+
+const Registration entry({"qt-sql", make<QtSql>});
 
 } // namespace
 } // namespace bench

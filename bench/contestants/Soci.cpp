@@ -1,169 +1,142 @@
 // SOCI, as its documentation advises for repeated statements: prepared once, with the variables
-// that they take and fill.
+// that they take and fill; many rows are inserted from vectors.
 
 #include <soci/soci.h>
 #include <soci/sqlite3/soci-sqlite3.h>
 
-#include "../Contestant.h"
+#include "Compiled.h"
 
 namespace bench
 {
 namespace
 {
 
-// The variables to which statements are bound.
-struct Cells
-{
-    long long id = 0;
-    std::string name;
-    double price = 0.0;
-    int active = 0;
-    long long created = 0;
+class Statement;
 
-    void operator=(const Item& item)
+struct Connection
+{
+    using Statement = bench::Statement;
+
+    explicit Connection(const std::string& path) : db(soci::sqlite3, path) {}
+    void run(const char* sql) { db << sql; }
+    void begin() { transaction.emplace(db); }
+    void commit()
     {
-        id = item.id;
-        name = item.name;
-        price = item.price;
-        active = item.active ? 1 : 0;
-        created = item.created;
+        transaction->commit();
+        transaction.reset();
     }
+
+    soci::session db;
+    std::optional<soci::transaction> transaction;
 };
 
-struct Statements
-{
-    Statements(soci::session& db, Cells& cells, long long& id, int& found, int& price)
-        : insert(
-              write(db, cells, "insert into item values (:id, :name, :price, :active, :created)")),
-          update(write(db, cells,
-                       "update item set name=:name, price=:price, active=:active, "
-                       "created=:created where id=:id")),
-          upsert(write(db, cells,
-                       "insert into item values (:id, :name, :price, :active, :created) "
-                       "on conflict (id) do update set name=excluded.name, price=excluded.price, "
-                       "active=excluded.active, created=excluded.created")),
-          remove((db.prepare << "delete from item where id=:id", soci::use(id))),
-          has((db.prepare << "select 1 from item where id=:id", soci::use(id), soci::into(found))),
-          get(read(db, cells, "select * from item where id=:id", id)),
-          readAll(read(db, cells, "select * from item")),
-          readCheaper(
-              read(db, cells, "select * from item where price < :price order by name", price))
-    {}
-
-    static soci::statement write(soci::session& db, Cells& cells, const char* sql)
-    {
-        return (db.prepare << sql, soci::use(cells.id, "id"), soci::use(cells.name, "name"),
-                soci::use(cells.price, "price"), soci::use(cells.active, "active"),
-                soci::use(cells.created, "created"));
-    }
-    static soci::statement read(soci::session& db, Cells& cells, const char* sql)
-    {
-        return (db.prepare << sql, soci::into(cells.id), soci::into(cells.name),
-                soci::into(cells.price), soci::into(cells.active), soci::into(cells.created));
-    }
-    template <typename Argument>
-    static soci::statement read(soci::session& db, Cells& cells, const char* sql,
-                                Argument& argument)
-    {
-        return (db.prepare << sql, soci::use(argument), soci::into(cells.id),
-                soci::into(cells.name), soci::into(cells.price), soci::into(cells.active),
-                soci::into(cells.created));
-    }
-
-    soci::statement insert, update, upsert, remove, has, get, readAll, readCheaper;
-};
-
-class Soci : public Contestant
+// A statement, and the variables that it is bound to.
+class Statement
 {
 public:
-    void open(const std::string& path) override
+    Statement(Connection& connection, const char* sql, Shape shape) : _statement(connection.db)
     {
-        _db.open(soci::sqlite3, path);
-        _db << "create table if not exists item (id INTEGER PRIMARY KEY, name TEXT NOT NULL, "
-               "price REAL, active INTEGER, created INTEGER)";
-        _statements = std::make_unique<Statements>(_db, _cells, _id, _found, _price);
-    }
-    void begin() override { _transaction = std::make_unique<soci::transaction>(_db); }
-    void commit() override
-    {
-        _transaction->commit();
-        _transaction.reset();
+        if (shape == Shape::takesItem) {
+            _statement.exchange(soci::use(_id));
+            _statement.exchange(soci::use(_name));
+            _statement.exchange(soci::use(_price));
+            _statement.exchange(soci::use(_active));
+            _statement.exchange(soci::use(_created));
+        }
+        if (shape == Shape::takesKey || shape == Shape::findsItem || shape == Shape::findsKey)
+            _statement.exchange(soci::use(_key));
+        if (shape == Shape::findsKey)
+            _statement.exchange(soci::into(_id));
+        if (shape == Shape::givesItems || shape == Shape::findsItem) {
+            _statement.exchange(soci::into(_id));
+            _statement.exchange(soci::into(_name));
+            _statement.exchange(soci::into(_price));
+            _statement.exchange(soci::into(_active));
+            _statement.exchange(soci::into(_created));
+        }
+        if (shape == Shape::givesTexts)
+            for (std::string& text : _texts)
+                _statement.exchange(soci::into(text));
+        _statement.alloc();
+        _statement.prepare(sql);
+        _statement.define_and_bind();
     }
 
-    void insert(const Item* row) override { write(_statements->insert, *row); }
-    void update(const Item* row) override { write(_statements->update, *row); }
-    void upsert(const Item* row) override { write(_statements->upsert, *row); }
-    void remove(std::int64_t id) override
+    void bind(const Item& item)
     {
-        _id = id;
-        _statements->remove.execute(true);
+        _id = item.id;
+        _name = item.name;
+        _price = item.price;
+        _active = item.active ? 1 : 0;
+        _created = item.created;
     }
-    bool has(std::int64_t id) override
+    void bind(std::int64_t key) { _key = key; }
+    void bindRow(const Statement& row)
     {
-        _id = id;
-        return _statements->has.execute(true);
+        _id = row._id;
+        _name = row._name;
+        _price = row._price;
+        _active = row._active;
+        _created = row._created;
     }
-    void get(std::int64_t id, Reading& reading) override
+
+    void run() { _statement.execute(true); }
+    bool next()
     {
-        _id = id;
-        addRows(_statements->get, reading);
+        if (!_isUnderWay)
+            _statement.execute();
+        _isUnderWay = _statement.fetch();
+        return _isUnderWay;
     }
-    Reading readAll() override
+    void reset() { _isUnderWay = false; }
+
+    void addTo(Reading& reading) const
     {
-        Reading reading;
-        addRows(_statements->readAll, reading);
-        return reading;
+        reading.add(_id, _name.size(), _price, _active == 1, _created);
     }
-    Reading readCheaperThan(int price) override
+    void addTo(std::string& lines) const
     {
-        Reading reading;
-        _price = price;
-        addRows(_statements->readCheaper, reading);
-        return reading;
-    }
-    void copy() override
-    {
-        _db << "create table item_copy (id INTEGER PRIMARY KEY, name TEXT NOT NULL, "
-               "price REAL, active INTEGER, created INTEGER)";
-        _db << "insert into item_copy select * from item";
-    }
-    Reading readCopy() override
-    {
-        Reading reading;
-        soci::statement all = Statements::read(_db, _cells, "select * from item_copy");
-        addRows(all, reading);
-        return reading;
+        for (int column = 0; column < 5; ++column) {
+            lines += _texts[column];
+            endCell(lines, column);
+        }
     }
 
 private:
-    void write(soci::statement& statement, const Item& item)
-    {
-        _cells = item;
-        statement.execute(true);
-    }
-    void addRows(soci::statement& statement, Reading& reading)
-    {
-        statement.execute();
-        while (statement.fetch())
-            reading.add(_cells.id, _cells.name.size(), _cells.price, _cells.active == 1,
-                        _cells.created);
-    }
-
-    soci::session _db;
-    Cells _cells;
+    long long _key = 0;
     long long _id = 0;
-    int _found = 0;
-    int _price = 0;
-    std::unique_ptr<Statements> _statements;
-    std::unique_ptr<soci::transaction> _transaction;
+    std::string _name;
+    double _price = 0.0;
+    int _active = 0;
+    long long _created = 0;
+    std::string _texts[5];
+    bool _isUnderWay = false;
+    soci::statement _statement;
 };
 
-std::unique_ptr<Contestant> make(std::size_t)
+class Soci : public Compiled<Connection>
 {
-    return std::make_unique<Soci>();
-}
+public:
+    void insertAll(const Data& data) override
+    {
+        std::vector<long long> ids, created;
+        std::vector<std::string> names;
+        std::vector<double> prices;
+        std::vector<int> actives;
+        for (std::size_t i = 0; i < data.rows; ++i) {
+            const Item& item = *data.row(i);
+            ids.push_back(item.id);
+            names.push_back(item.name);
+            prices.push_back(item.price);
+            actives.push_back(item.active ? 1 : 0);
+            created.push_back(item.created);
+        }
+        _first->db.db << statements::Writes::insert, soci::use(ids), soci::use(names),
+            soci::use(prices), soci::use(actives), soci::use(created);
+    }
+};
 
-const Registration entry({"soci", make, false});
+const Registration entry({"soci", make<Soci>});
 
 } // namespace
 } // namespace bench

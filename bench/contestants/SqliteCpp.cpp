@@ -1,128 +1,94 @@
 // SQLiteCpp, as its README shows it: statements kept, bound by position, and reset for the next
-// row.
+// row; many rows are inserted one by one in a transaction.
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
-#include "../Contestant.h"
+#include "Compiled.h"
 
 namespace bench
 {
 namespace
 {
 
-struct Statements
-{
-    explicit Statements(SQLite::Database& db)
-        : insert(db, "insert into item values (?, ?, ?, ?, ?)"),
-          update(db, "update item set name=?2, price=?3, active=?4, created=?5 where id=?1"),
-          upsert(db, "insert into item values (?1, ?2, ?3, ?4, ?5) on conflict (id) do update set "
-                     "name=?2, price=?3, active=?4, created=?5"),
-          remove(db, "delete from item where id=?"), has(db, "select 1 from item where id=?"),
-          get(db, "select * from item where id=?"), readAll(db, "select * from item"),
-          readCheaper(db, "select * from item where price < ? order by name")
-    {}
+class Statement;
 
-    SQLite::Statement insert, update, upsert, remove, has, get, readAll, readCheaper;
+struct Connection
+{
+    using Statement = bench::Statement;
+
+    explicit Connection(const std::string& path)
+        : db(path, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE)
+    {}
+    void run(const char* sql) { db.exec(sql); }
+    void begin() { transaction.emplace(db); }
+    void commit()
+    {
+        transaction->commit();
+        transaction.reset();
+    }
+
+    SQLite::Database db;
+    std::optional<SQLite::Transaction> transaction;
 };
 
-class SqliteCpp : public Contestant
+class Statement
 {
 public:
-    void open(const std::string& path) override
+    Statement(Connection& connection, const char* sql, Shape) : _statement(connection.db, sql) {}
+
+    void bind(const Item& item)
     {
-        _db =
-            std::make_unique<SQLite::Database>(path, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
-        _db->exec("create table if not exists item (id INTEGER PRIMARY KEY, name TEXT NOT NULL, "
-                  "price REAL, active INTEGER, created INTEGER)");
-        _statements = std::make_unique<Statements>(*_db);
+        _statement.bind(1, item.id);
+        _statement.bind(2, item.name);
+        _statement.bind(3, item.price);
+        _statement.bind(4, item.active ? 1 : 0);
+        _statement.bind(5, item.created);
     }
-    void begin() override { _transaction = std::make_unique<SQLite::Transaction>(*_db); }
-    void commit() override
+    void bind(std::int64_t key) { _statement.bind(1, key); }
+    void bindRow(Statement& row)
     {
-        _transaction->commit();
-        _transaction.reset();
+        _statement.bind(1, row.cell(0).getInt64());
+        _statement.bindNoCopy(2, row.cell(1).getText());
+        _statement.bind(3, row.cell(2).getDouble());
+        _statement.bind(4, row.cell(3).getInt());
+        _statement.bind(5, row.cell(4).getInt64());
     }
 
-    void insert(const Item* row) override { write(_statements->insert, *row); }
-    void update(const Item* row) override { write(_statements->update, *row); }
-    void upsert(const Item* row) override { write(_statements->upsert, *row); }
-    void remove(std::int64_t id) override
+    void run()
     {
-        _statements->remove.bind(1, id);
-        _statements->remove.exec();
-        _statements->remove.reset();
+        _statement.exec();
+        _statement.reset();
     }
-    bool has(std::int64_t id) override
+    bool next()
     {
-        _statements->has.bind(1, id);
-        const bool found = _statements->has.executeStep();
-        _statements->has.reset();
-        return found;
+        const bool row = _statement.executeStep();
+        if (!row)
+            _statement.reset();
+        return row;
     }
-    void get(std::int64_t id, Reading& reading) override
+    void reset() { _statement.reset(); }
+
+    void addTo(Reading& reading)
     {
-        _statements->get.bind(1, id);
-        addRows(_statements->get, reading);
+        reading.add(cell(0).getInt64(), cell(1).getString().size(), cell(2).getDouble(),
+                    cell(3).getInt() == 1, cell(4).getInt64());
     }
-    Reading readAll() override
+    void addTo(std::string& lines)
     {
-        Reading reading;
-        addRows(_statements->readAll, reading);
-        return reading;
-    }
-    Reading readCheaperThan(int price) override
-    {
-        Reading reading;
-        _statements->readCheaper.bind(1, price);
-        addRows(_statements->readCheaper, reading);
-        return reading;
-    }
-    void copy() override
-    {
-        _db->exec("create table item_copy (id INTEGER PRIMARY KEY, name TEXT NOT NULL, "
-                  "price REAL, active INTEGER, created INTEGER)");
-        _db->exec("insert into item_copy select * from item");
-    }
-    Reading readCopy() override
-    {
-        Reading reading;
-        SQLite::Statement all(*_db, "select * from item_copy");
-        addRows(all, reading);
-        return reading;
+        for (int column = 0; column < 5; ++column) {
+            const SQLite::Column text = cell(column);
+            lines.append(text.getText(), static_cast<std::size_t>(text.getBytes()));
+            endCell(lines, column);
+        }
     }
 
 private:
-    static void write(SQLite::Statement& statement, const Item& item)
-    {
-        statement.bind(1, item.id);
-        statement.bind(2, item.name);
-        statement.bind(3, item.price);
-        statement.bind(4, item.active ? 1 : 0);
-        statement.bind(5, item.created);
-        statement.exec();
-        statement.reset();
-    }
-    static void addRows(SQLite::Statement& statement, Reading& reading)
-    {
-        while (statement.executeStep())
-            reading.add(statement.getColumn(0).getInt64(),
-                        statement.getColumn(1).getString().size(),
-                        statement.getColumn(2).getDouble(), statement.getColumn(3).getInt() == 1,
-                        statement.getColumn(4).getInt64());
-        statement.reset();
-    }
+    SQLite::Column cell(int column) { return _statement.getColumn(column); }
 
-    std::unique_ptr<SQLite::Database> _db;
-    std::unique_ptr<Statements> _statements;
-    std::unique_ptr<SQLite::Transaction> _transaction;
+    SQLite::Statement _statement;
 };
 
-std::unique_ptr<Contestant> make(std::size_t)
-{
-    return std::make_unique<SqliteCpp>();
-}
-
-const Registration entry({"sqlitecpp", make, false});
+const Registration entry({"sqlitecpp", make<Compiled<Connection>>});
 
 } // namespace
 } // namespace bench

@@ -1,0 +1,154 @@
+// What the contestants have in common that compile each statement once.
+
+#ifndef SQLW_BENCH_COMPILED_H
+#define SQLW_BENCH_COMPILED_H
+
+#include <optional>
+
+#include "../Contestant.h"
+#include "Sql.h"
+
+namespace bench
+{
+
+/// What a statement takes and gives, for contestants that attach variables to it.
+enum class Shape { plain, takesItem, takesKey, givesItems, givesTexts, findsItem, findsKey };
+
+/// A Connection has
+///
+///     Connection(path), run(sql), begin(), commit()
+///
+/// and a class Statement with
+///
+///     Statement(connection, sql, shape)
+///     bind(item), bind(key), bindRow(statement)   the parameters
+///     run()                                       of what gives no rows
+///     next(), reset()                             next() resets after the last row
+///     addTo(reading), addTo(lines)                the cells of the row
+template <typename Connection, typename Writes = statements::Writes>
+class Compiled : public Contestant
+{
+public:
+    void open(const std::string& path) override { _first.emplace(path); }
+    void openSecond(const std::string& path) override { _second.emplace(path); }
+
+    void begin() override { _first->db.begin(); }
+    void commit() override { _first->db.commit(); }
+
+    void insert(const Item* row) override { write(_first->insert, *row); }
+    void update(const Item* row) override { write(_first->update, *row); }
+    void upsert(const Item* row) override { write(_first->upsert, *row); }
+    void remove(std::int64_t id) override
+    {
+        _first->remove.bind(id);
+        _first->remove.run();
+    }
+    bool has(std::int64_t id) override
+    {
+        _first->has.bind(id);
+        const bool found = _first->has.next();
+        if (found)
+            _first->has.reset();
+        return found;
+    }
+    void get(std::int64_t id, Reading& reading) override
+    {
+        _first->get.bind(id);
+        addRows(_first->get, reading);
+    }
+    Reading readAll() override { return readingFrom(_first->readAll); }
+    Reading readCheaperThan(int price) override
+    {
+        _first->readCheaper.bind(std::int64_t{price});
+        return readingFrom(_first->readCheaper);
+    }
+    void exportAll(std::string& lines) override { addRows(_first->exportAll, lines); }
+    void copy() override
+    {
+        _first->db.run(statements::createCopy);
+        _first->db.run(statements::copy);
+    }
+    Reading readCopy() override
+    {
+        Statement all(_first->db, statements::readCopy, Shape::givesItems);
+        return readingFrom(all);
+    }
+    void copyToSecond() override
+    {
+        _second->db.begin();
+        while (_first->readAll.next()) {
+            _second->insert.bindRow(_first->readAll);
+            _second->insert.run();
+        }
+        _second->db.commit();
+    }
+    Reading readSecond() override { return readingFrom(_second->readAll); }
+
+protected:
+    using Statement = typename Connection::Statement;
+
+    struct Table
+    {
+        explicit Table(const std::string& path) : db(path) { db.run(statements::createItem); }
+        Connection db;
+    };
+    struct Opened : Table
+    {
+        using Table::db;
+        explicit Opened(const std::string& path) : Table(path) {}
+
+        Statement insert{db, Writes::insert, Shape::takesItem};
+        Statement update{db, Writes::update, Shape::takesItem};
+        Statement upsert{db, Writes::upsert, Shape::takesItem};
+        Statement remove{db, statements::remove, Shape::takesKey};
+        Statement has{db, statements::has, Shape::findsKey};
+        Statement get{db, statements::get, Shape::findsItem};
+        Statement readAll{db, statements::readAll, Shape::givesItems};
+        Statement readCheaper{db, statements::readCheaper, Shape::findsItem};
+        Statement exportAll{db, statements::readAll, Shape::givesTexts};
+    };
+
+    static void write(Statement& statement, const Item& item)
+    {
+        statement.bind(item);
+        statement.run();
+    }
+    /// To a reading or to lines.
+    template <typename Rows> static void addRows(Statement& statement, Rows& rows)
+    {
+        while (statement.next())
+            statement.addTo(rows);
+    }
+    static Reading readingFrom(Statement& statement)
+    {
+        Reading reading;
+        addRows(statement, reading);
+        return reading;
+    }
+    /// Inserts by a statement of several rows.
+    void insertInGroups(const Data& data, std::size_t size)
+    {
+        Statement group(_first->db, statements::insertOf(size).c_str(), Shape::takesItem);
+        std::size_t done = 0;
+        for (; done + size <= data.rows; done += size) {
+            for (std::size_t i = 0; i < size; ++i)
+                group.bind(*data.row(done + i), static_cast<int>(5 * i));
+            group.run();
+        }
+        for (; done < data.rows; ++done)
+            insert(data.row(done));
+    }
+
+    std::optional<Opened> _first;
+    std::optional<Opened> _second;
+};
+
+/// Ends a cell of a line.
+inline void endCell(std::string& lines, int column)
+{
+    lines += column < 4 ? '\t' : '\n';
+}
+
+} // namespace bench
+
+#endif
