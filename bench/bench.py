@@ -1,22 +1,17 @@
-#!/usr/bin/env python3
 """Measures, reports and judges; see scripts/bench, which builds the programs first."""
 
 import argparse
 import functools
-import json
 import pathlib
 import sys
 
+import bars
 import builds
 import measure
 import report
 import scale
-from measure import COUNTED, PAIR
-from report import BARS, MEMORY_BAR, by_workload, in_place, ratios
 
-ROWS, MEMORY_ROWS = 10000, 100000
-GROWTH = 1.02  # by which a count may exceed the one in the baseline
-BASELINE = pathlib.Path(__file__).with_name("baseline.json")
+ROWS, MEMORY_ROWS, MANY_ROWS = 10000, 100000, 1000000
 TRACED = ["insert", "get-by-key", "read-all"]
 TRACE_LEVELS = {"no trace object": None, "level 7": 7, "level 8": 8, "level 9": 9}
 
@@ -26,25 +21,32 @@ TRACE_LEVELS = {"no trace object": None, "level 7": 7, "level 8": 8, "level 9": 
 def everything(programs, into, quick):
     rows = 1000 if quick else ROWS
     storages = ["memory"] if quick else measure.STORAGES
-    profiles = measure.count(programs.profile, COUNTED, storages, rows)
-    counts = a_row({key: profile.total for key, profile in profiles.items()}, rows)
-    times = measure.time(programs, programs.contestants(), storages, rows,
-                         rounds=2 if quick else 5, seconds=0.02 if quick else 0.1)
-    memory = measure.memory(programs, COUNTED, MEMORY_ROWS)
-    traces = {} if quick else traced(programs, rows)
+    profiles = measure.count(programs.profile, programs, storages, rows)
+    counts = per_row({key: profile.total for key, profile in profiles.items()}, rows)
+    times = measure.time(programs, storages, rows, rounds=2 if quick else 5,
+                         seconds=0.02 if quick else 0.1)
+    memory = memory_of(programs, MEMORY_ROWS)
     report.write(into, programs.about(), rows, counts, times, report.shares_of(profiles, rows),
-                 traces, memory)
+                 {} if quick else traced(programs, rows), memory)
     print((into / "report.md").read_text())
     print(f"written to {into}: report.md, report.json and pictures")
-    return [] if quick else over_bars(counts) + over_memory_bar(memory)
+    return [] if quick else bars.faults_of(counts) + bars.over_memory_bars(memory)
 
 
-def a_row(counts, rows):
+def per_row(counts, rows):
     return {key: count / rows for key, count in counts.items()}
 
 
+def memory_of(programs, rows):
+    """Bytes per row read. What keeps no rows reads more of them, so that a byte shows."""
+    keeping = [name for name in ("floor", "library") if name in programs.contestants]
+    passing = [name for name in ("prepared", "statement") if name in programs.contestants]
+    return {**measure.memory(programs, keeping, rows),
+            **measure.memory(programs, passing, MANY_ROWS)}
+
+
 def traced(programs, rows):
-    """Instructions a row of the library at the platform's trace levels, by workload."""
+    """Instructions per row of the library at the platform's trace levels, by workload."""
     profiles = measure.in_parallel({
         (workload, "traced", words): functools.partial(
             programs.profile, "library", workload, rows, level=level)
@@ -53,64 +55,28 @@ def traced(programs, rows):
                        for words in TRACE_LEVELS} for workload in TRACED}
 
 
+def counted(programs):
+    return per_row(measure.count(programs.instructions, programs, ["memory"], ROWS), ROWS)
+
+
 def check(programs):
     faults = []
-    counts = a_row(measure.count(programs.instructions, COUNTED, ["memory"], ROWS), ROWS)
-    print(f"{programs.about()}, {ROWS:,} rows in memory\n\n{report.count_table(counts, 'memory')}")
-    if isinstance(programs, measure.Programs):  # an emulator's memory is not the target's
-        memory = measure.memory(programs, PAIR, MEMORY_ROWS)
+    counts = counted(programs)
+    on_target = isinstance(programs, measure.TargetPrograms)
+    print(f"{programs.about()}, {ROWS:,} rows in memory\n")
+    print(report.count_tables(counts, "memory", on_target))
+    if not on_target:  # an emulator's memory is not the target's
+        memory = memory_of(programs, MEMORY_ROWS)
         print(report.memory_words(memory))
-        faults = over_memory_bar(memory)
-    return over_bars(counts) + faults + over_baseline(counts, programs.about())
+        faults = bars.over_memory_bars(memory)
+    return bars.faults_of(counts, on_target) + faults + bars.over_baseline(counts, programs.about())
 
 
 def accept(programs, why):
-    counts = a_row(measure.count(programs.instructions, PAIR, ["memory"], ROWS), ROWS)
-    baseline = json.loads(BASELINE.read_text())
-    baseline[machine_of(programs.about())] = {
-        "why": why, "from": programs.about(), "rows": ROWS,
-        "instructions": {workload: round(value) for workload, value in
-                         by_workload(counts, "library", "memory").items()}}
-    report.write_json(BASELINE, baseline)
-    print(f"accepted: {BASELINE}")
-    return over_bars(counts)
-
-
-def machine_of(about):
-    return about.split(",")[0]
-
-
-# Judgement
-
-def over_bars(counts):
-    return [f"{workload} {in_place(storage)} costs {ratio:.3f} of the floor, "
-            f"more than {BARS[workload]:.2f}"
-            for storage in report.storages_of(counts)
-            for workload, ratio in ratios(counts, storage).items()
-            if ratio > BARS.get(workload, ratio)]
-
-
-def over_memory_bar(memory):
-    ratio = memory["library"] / memory["floor"]
-    return [f"a row read takes {ratio:.3f} of the floor's memory, more than {MEMORY_BAR:.2f}"
-            ] if ratio > MEMORY_BAR else []
-
-
-def over_baseline(counts, about):
-    baseline = json.loads(BASELINE.read_text()).get(machine_of(about))
-    if baseline is None:
-        return [f"{BASELINE} has no counts of {machine_of(about)}: scripts/bench --accept WHY"]
-    faults = []
-    for workload, now in by_workload(counts, "library", "memory").items():
-        before = baseline["instructions"][workload]
-        if now > GROWTH * before:
-            faults.append(f"{workload} has grown from {before:,} to {now:,.0f} instructions "
-                          f"({(now / before - 1) * 100:+.1f} %)")
-    if faults and baseline["from"] != about:
-        faults.append(f"(the baseline is from {baseline['from']}; this is {about})")
-    if faults:
-        faults.append("where that must be, say why: scripts/bench --accept WHY")
-    return faults
+    counts = counted(programs)
+    bars.accept(counts, programs.about(), ROWS, why)
+    print(f"accepted: {bars.BASELINE}")
+    return bars.faults_of(counts, isinstance(programs, measure.TargetPrograms))
 
 
 def arguments():

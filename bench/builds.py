@@ -9,7 +9,7 @@ import report
 
 WORKLOADS = ["insert", "read-all", "get-by-key", "update-by-key", "delete-by-key"]
 ROWS, ROUNDS = 10000, 5
-LIST = pathlib.Path(__file__).with_name("sqlite-builds")
+LIST = pathlib.Path(__file__).with_name("sqlite-options")
 PRESENT = "as installed"
 
 
@@ -34,7 +34,7 @@ def names():
 
 
 def counted(builds):
-    """Instructions a row, by build and workload."""
+    """Instructions per row, by build and workload."""
     counts = measure.in_parallel({
         (workload, "with", name): functools.partial(
             programs.instructions, "library", workload, ROWS)
@@ -43,7 +43,7 @@ def counted(builds):
 
 
 def timed(builds):
-    """The least microseconds of processor time a row, of rounds in which the builds take turns."""
+    """The least microseconds of processor time per row, of rounds in which the builds take turns."""
     progress = measure.Progress(ROUNDS * len(builds))
     least = {name: {} for name in builds}
     for number in range(ROUNDS):
@@ -58,12 +58,12 @@ def timed(builds):
 
 def write(into, stem, about, counts, times, sizes):
     text = [f"# Builds of SQLite: {about}, {ROWS:,} rows in memory\n",
-            table("instructions a row", counts, "{:,.0f}".format, sizes)]
+            table("instructions per row", counts, "{:,.0f}".format, sizes)]
     if times:
-        text.append(table("microseconds a row", times, charts.number, sizes))
+        text.append(table("microseconds per row", times, charts.number, sizes))
         groups = {w: {name: values[w] for name, values in times.items()} for w in WORKLOADS}
-        charts.panels(into / f"{stem}.svg", "What SQLite's build options bring",
-                      "microseconds a row, in memory; shorter is better", groups, "µs")
+        charts.dots(into / f"{stem}.svg", "What do SQLite's build options bring?", groups,
+                    "microseconds per row, in memory")
     (into / f"{stem}.md").write_text("\n".join(text), encoding="utf-8")
     report.write_json(into / f"{stem}.json", {
         "from": about, "instructions": counts, "microseconds": times, "bytes": sizes})

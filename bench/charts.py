@@ -1,66 +1,51 @@
-"""Charts as plain SVG."""
+"""Charts, drawn by matplotlib: each is named by the question that it answers."""
 
-import html
 import math
+import os
 
-COLOURS = {
-    "floor": "#8d99a6", "library": "#1f6fb5", "prepared": "#2f9e6e",
-    "sqlitecpp": "#e0a13c", "soci": "#c9653f", "poco-data": "#8a5fb0", "qt-sql": "#6aa6a0",
-    "compile": "#b9c3cd", "run": "#7d8b99", "program": "#e5b567",
+os.environ.setdefault("MPLCONFIGDIR", "/tmp/sqlwrapper-matplotlib")
+import matplotlib  # pylint: disable=wrong-import-position
+matplotlib.use("svg")
+from matplotlib import pyplot, ticker  # pylint: disable=wrong-import-position
+
+# The colours are those of Okabe and Ito, which the colour-blind tell apart, and each line of dots
+# has a shape of its own as well. What is black on white is white on black where the reader's
+# screen is dark.
+INK, FAINT, RULE, PAPER = "#1d2733", "#5d6b7a", "#dde3e9", "#ffffff"
+DARK = {INK: "#e6edf3", FAINT: "#9aa7b4", RULE: "#2c3642", PAPER: "#12171d"}
+STYLES = {  # what people call it, its colour and its shape
+    "floor": ("the floor", "#8d99a6", "|"),
+    "library": ("the library", "#0072b2", "o"),
+    "library-by-name": ("... by name", "#56b4e9", "o"),
+    "prepared": ("the C API, prepared", INK, "|"),
+    "statement": ("Statement", "#009e73", "D"),
+    "writer": ("TableWriter; a string per text", "#d55e00", "s"),
+    "record": ("TableWriter, Statement: records", "#cc79a7", "P"),
+    "sqlitecpp": ("SQLiteCpp", "#8d99a6", "^"),
+    "soci": ("SOCI", "#8d99a6", "v"),
+    "poco-data": ("POCO Data", "#8d99a6", "<"),
+    "qt-sql": ("Qt SQL", "#8d99a6", ">"),
+    "compile": ("SQLite compiles", "#8d99a6", "s"),
+    "run": ("SQLite runs", "#56b4e9", "s"),
+    "program": ("the program", "#e69f00", "s"),
 }
-NAMES = {
-    "floor": "the floor", "library": "the library",
-    "prepared": "SQLite, prepared", "sqlitecpp": "SQLiteCpp", "soci": "SOCI",
-    "poco-data": "POCO Data", "qt-sql": "Qt SQL",
-    "compile": "SQLite compiles the statement", "run": "SQLite runs it",
-    "program": "the program",
-}
-INK, FAINT, RULE, ALARM = "#1d2733", "#5d6b7a", "#dde3e9", "#c0392b"
+SHAPES = "osD^v<>P*Xphd"
+WIDTH = 5.2  # inches: what a telephone shows without shrinking the letters much
+
+pyplot.rcParams.update({
+    "svg.hashsalt": "sqlwrapper", "svg.fonttype": "none",
+    "font.family": ["DejaVu Sans", "sans-serif"], "font.size": 10,
+    "text.color": INK, "axes.edgecolor": RULE, "axes.labelcolor": FAINT, "axes.axisbelow": True,
+    "axes.spines.top": False, "axes.spines.right": False, "axes.spines.left": False,
+    "axes.grid": True, "grid.color": RULE, "xtick.color": RULE, "ytick.color": RULE,
+    "xtick.labelcolor": FAINT, "ytick.labelcolor": INK, "ytick.major.size": 0,
+    "xtick.minor.size": 0, "figure.facecolor": PAPER, "axes.facecolor": PAPER,
+    "legend.frameon": False, "figure.constrained_layout.use": True,
+})
 
 
 def name_of(key):
-    return NAMES.get(key, key)
-
-
-class Picture:
-    def __init__(self, width, height, title, subtitle=""):
-        self.width, self.height, self.parts = width, height, []
-        self.text(20, 30, title, size=17, weight="bold")
-        if subtitle:
-            self.text(20, 50, subtitle, size=12, colour=FAINT)
-
-    def text(self, x, y, words, size=12, colour=INK, anchor="start", weight="normal"):
-        self.parts.append(
-            f'<text x="{x:.1f}" y="{y:.1f}" font-size="{size}" fill="{colour}" '
-            f'text-anchor="{anchor}" font-weight="{weight}">{html.escape(str(words))}</text>')
-
-    def box(self, x, y, width, height, colour, radius=2):
-        self.parts.append(
-            f'<rect x="{x:.1f}" y="{y:.1f}" width="{max(width, 0):.1f}" height="{height:.1f}" '
-            f'rx="{radius}" fill="{colour}"/>')
-
-    def line(self, points, colour, width=1.0, dash=""):
-        path = " ".join(f"{x:.1f},{y:.1f}" for x, y in points)
-        self.parts.append(
-            f'<polyline points="{path}" fill="none" stroke="{colour}" stroke-width="{width}"'
-            + (f' stroke-dasharray="{dash}"' if dash else "") + "/>")
-
-    def dot(self, x, y, colour):
-        self.parts.append(f'<circle cx="{x:.1f}" cy="{y:.1f}" r="3.5" fill="{colour}"/>')
-
-    def legend(self, x, y, keys):
-        for key in keys:
-            self.box(x, y - 10, 12, 12, COLOURS[key])
-            self.text(x + 17, y, name_of(key))
-            x += 34 + 7 * len(name_of(key))
-
-    def save(self, path):
-        path.write_text(
-            f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {self.width} {self.height}" '
-            f'width="{self.width}" height="{self.height}" '
-            'font-family="DejaVu Sans, Verdana, sans-serif">\n'
-            f'<rect width="{self.width}" height="{self.height}" fill="#ffffff"/>\n'
-            + "\n".join(self.parts) + "\n</svg>\n", encoding="utf-8")
+    return STYLES[key][0] if key in STYLES else key
 
 
 def number(value):
@@ -71,114 +56,97 @@ def number(value):
     return f"{value:,.{decimals}f}"
 
 
-def nice_ceiling(value):
-    unit = 10 ** math.floor(math.log10(value))
-    return next(unit * step for step in (1, 1.5, 2, 2.5, 3, 4, 5, 6, 8, 10) if unit * step >= value)
+def excess(path, title, rows, allowed, lesser):
+    """What rows are beyond 1, in percent: bars with marks at what is allowed, and dots of others."""
+    chart, [axes] = figure(title, 0.36 * len(rows) + 1.3)
+    places = range(len(rows))
+    axes.barh(places, [percent(value) for value in rows.values()], 0.55, zorder=2,
+              color=STYLES["library"][1], label="by position")
+    axes.plot([percent(lesser[row]) for row in rows], places, "D", zorder=3,
+              color=STYLES["record"][1], label="by name")
+    axes.plot([percent(allowed[row]) for row in rows if row in allowed],
+              [i for i, row in zip(places, rows) if row in allowed], "|", zorder=4,
+              color=INK, markersize=14, markeredgewidth=2, label="at most")
+    name_rows(axes, [f"{row}  {percent(value):+.1f} %" for row, value in rows.items()])
+    axes.set_xlabel("percent above the floor")
+    finish(chart, axes, path, 3)
 
 
 def percent(ratio):
-    return f"{(ratio - 1) * 100:+.1f} %".replace("-", "\u2212")
+    return (ratio - 1) * 100
 
 
-def excess(path, title, subtitle, rows, allowed):
-    """What each row is beyond 1, as bars, each with a mark at what is allowed."""
-    left, right, top, step = 232, 680, 78, 30
-    picture = Picture(720, top + step * len(rows) + 40, title, subtitle)
-    values = [value - 1 for value in [*rows.values(), *allowed.values()]]
-    most, least = nice_ceiling(max(values)), min(values + [0])
-    scale = (right - left) / (most - least)
-    zero, bottom = left - least * scale, top + step * len(rows)
-    for hundredths in range(math.ceil(least * 20) * 5, round(most * 100) + 1, 5):
-        x = zero + hundredths / 100 * scale
-        picture.line([(x, top - 8), (x, bottom)], RULE)
-        label = f"{hundredths:+d} %".replace("-", "\u2212") if hundredths else "floor"
-        picture.text(x, bottom + 18, label, 11, FAINT, "middle")
-    for i, (row, value) in enumerate(rows.items()):
-        y, beyond = top + i * step, (value - 1) * scale
-        over = row in allowed and value > allowed[row]
-        picture.text(140, y + 15, row, 13, anchor="end")
-        picture.text(212, y + 15, percent(value), 13, ALARM if over else INK, "end", "bold")
-        picture.box(min(zero, zero + beyond), y + 2, abs(beyond), 17,
-                    ALARM if over else COLOURS["library"], 0)
-        if row in allowed:
-            mark = zero + (allowed[row] - 1) * scale
-            picture.line([(mark, y - 2), (mark, y + 23)], INK, 2)
-    picture.line([(zero, top - 8), (zero, bottom)], INK)
-    picture.save(path)
-
-
-def panels(path, title, subtitle, groups, unit, columns=2):
-    """A small bar chart for each group: a dictionary of values by contestant."""
-    width, bar, gap = 460, 17, 34
+def dots(path, title, groups, xlabel):
+    """A line for each group, on it a dot for each key, over factors."""
     keys = list(dict.fromkeys(key for values in groups.values() for key in values))
-    height = gap + bar * len(keys) + 8
-    rows = math.ceil(len(groups) / columns)
-    picture = Picture(20 + width * columns, 64 + height * rows, title, subtitle)
-    for i, (group, values) in enumerate(groups.items()):
-        x, y = 20 + i % columns * width, 64 + i // columns * height
-        picture.text(x, y + 18, group, 13, weight="bold")
-        most = max(values.values())
-        for j, (key, value) in enumerate(values.items()):
-            top = y + 26 + j * bar
-            picture.text(x + 112, top + 11, name_of(key), 11, FAINT, "end")
-            length = value / most * (width - 220)
-            picture.box(x + 118, top + 1, length, bar - 4, COLOURS.get(key, COLOURS["library"]))
-            picture.text(x + 123 + length, top + 11, f"{number(value)} {unit}", 11)
-    picture.save(path)
+    chart, [axes] = figure(title, 0.34 * len(groups) + 1.2 + 0.1 * len(keys))
+    for number_of, key in enumerate(keys):
+        label, colour, shape = STYLES.get(key, (key, None, SHAPES[number_of % len(SHAPES)]))
+        places = [i for i, values in enumerate(groups.values()) if key in values]
+        axes.plot([values[key] for values in groups.values() if key in values], places, shape,
+                  color=colour, label=label, markersize=14 if shape == "|" else 6,
+                  markeredgewidth=2.5 if shape == "|" else 0, zorder=3)
+    axes.set_xscale("log")
+    axes.xaxis.set_major_locator(ticker.LogLocator(subs=(1, 2, 5)))
+    axes.xaxis.set_major_formatter(lambda value, _: f"{value:g}")
+    name_rows(axes, groups)
+    axes.set_xlabel(xlabel)
+    finish(chart, axes, path, 2)
 
 
-def stacks(path, title, subtitle, rows, keys):
-    """Rows of parts, drawn to their sums."""
-    left, right, top, step = 150, 860, 92, 28
-    picture = Picture(960, top + step * len(rows) + 16, title, subtitle)
-    picture.legend(20, 74, keys)
-    most = max(sum(parts.values()) for parts in rows.values())
-    for i, (row, parts) in enumerate(rows.items()):
-        y, x = top + i * step, left
-        picture.text(left - 10, y + 14, row, 13, anchor="end")
-        for key in keys:
-            width = parts[key] / most * (right - left)
-            picture.box(x, y + 2, width, 17, COLOURS[key], 0)
-            x += width
-        picture.text(x + 7, y + 15, f"{sum(parts.values()):,.0f}", 12)
-    picture.save(path)
+def stacks(path, title, rows, keys, xlabel):
+    """Bars of parts, drawn to their sums."""
+    chart, [axes] = figure(title, 0.3 * len(rows) + 1.4)
+    left = [0] * len(rows)
+    for key in keys:
+        widths = [parts[key] for parts in rows.values()]
+        axes.barh(range(len(rows)), widths, 0.65, left, color=STYLES[key][1],
+                  label=name_of(key), zorder=2)
+        left = [a + b for a, b in zip(left, widths)]
+    name_rows(axes, [f"{row}  {total:,.0f}" for row, total in zip(rows, left)])
+    axes.xaxis.set_major_formatter(lambda value, _: f"{value:,.0f}")
+    axes.set_xlabel(xlabel)
+    finish(chart, axes, path, 2)
 
 
-def curves(path, title, subtitle, groups, unit, xlabel, columns=2):
-    """A panel for each group: values by contestant over numbers that grow by factors."""
-    width, height = 450, 250
-    rows = math.ceil(len(groups) / columns)
-    picture = Picture(20 + width * columns, 92 + height * rows, title, subtitle)
-    first = next(iter(groups.values()))
-    picture.legend(20, 76, first)
-    for i, (group, lines) in enumerate(groups.items()):
-        _panel(picture, 20 + i % columns * width, 92 + i // columns * height, width, height,
-               group, lines, unit, xlabel)
-    picture.save(path)
+def curves(path, title, groups, unit, xlabel):
+    """A panel for each group: values by key over numbers that grow by factors."""
+    chart, panels = figure(title, 1.7 * len(groups) + 0.8, len(groups))
+    for axes, (group, lines) in zip(panels, groups.items()):
+        for key, line in lines.items():
+            label, colour, shape = STYLES[key]
+            axes.plot(list(line), list(line.values()), color=colour, label=label, linewidth=2,
+                      marker="o" if shape == "|" else shape, markersize=5)
+        axes.set_xscale("log")
+        axes.set_xticks(list(line), [f"{position:,}" for position in line])
+        axes.minorticks_off()
+        axes.set_ylim(bottom=0)
+        axes.tick_params(axis="y", labelcolor=FAINT)
+        axes.set_title(f"{group}, {unit}", loc="left", size=10)
+    panels[-1].set_xlabel(xlabel)
+    finish(chart, panels[-1], path, 2)
 
 
-def _panel(picture, x, y, width, height, group, lines, unit, xlabel):
-    left, right, top, bottom = x + 56, x + width - 40, y + 34, y + height - 46
-    positions = sorted({position for line in lines.values() for position in line})
-    most = nice_ceiling(max(value for line in lines.values() for value in line.values()))
-    span = math.log(positions[-1] / positions[0])
+def figure(title, height, rows=1):
+    """The figure, and its axes from the top."""
+    chart, axes = pyplot.subplots(rows, figsize=(WIDTH, height), squeeze=False)
+    chart.suptitle(title, x=0.02, ha="left", weight="bold", size=12)
+    return chart, list(axes[:, 0])
 
-    def place(position, value):
-        across = math.log(position / positions[0]) / span
-        return left + across * (right - left), bottom - value / most * (bottom - top)
 
-    picture.text(x, y + 18, group, 13, weight="bold")
-    for quarter in range(5):
-        value = most * quarter / 4
-        picture.line([(left, place(positions[0], value)[1]), (right, place(positions[0], value)[1])],
-                     INK if quarter == 0 else RULE)
-        picture.text(left - 6, place(positions[0], value)[1] + 4, number(value), 11, FAINT, "end")
-    for position in positions:
-        picture.text(place(position, 0)[0], bottom + 17, f"{position:,}", 11, FAINT, "middle")
-    picture.text(right, bottom + 34, xlabel, 11, FAINT, "end")
-    picture.text(right, y + 18, unit, 11, FAINT, "end")
-    for key, line in lines.items():
-        points = [place(position, value) for position, value in sorted(line.items())]
-        picture.line(points, COLOURS[key], 2.2)
-        for point in points:
-            picture.dot(*point, COLOURS[key])
+def name_rows(axes, names):
+    axes.set_yticks(range(len(names)), list(names))
+    axes.invert_yaxis()
+
+
+def finish(chart, axes, path, columns):
+    """With the legend below. Nothing in the file depends on when or where it was drawn."""
+    axes.legend(loc="upper center", bbox_to_anchor=(0.35, -0.75 / chart.get_figheight() * len(
+        chart.axes)), ncol=columns, fontsize=9)
+    chart.savefig(path, metadata={"Date": None, "Creator": None})
+    pyplot.close(chart)
+    rules = "".join(f'[style*="{part}: {light}"]{{{part}:{dark}!important}}'
+                    for light, dark in DARK.items() for part in ("fill", "stroke"))
+    drawn = path.read_text(encoding="utf-8").replace(
+        "</style>", f"@media(prefers-color-scheme:dark){{{rules}}}</style>", 1)
+    path.write_text("\n".join(map(str.rstrip, drawn.splitlines())) + "\n", encoding="utf-8")

@@ -11,13 +11,9 @@ import subprocess
 import sys
 import tempfile
 
-WORKLOADS = [
-    "insert", "insert-autocommit", "read-all", "read-where-order", "get-by-key",
-    "has-key", "update-by-key", "upsert", "delete-by-key", "copy-table",
-]
+from bars import PEERS
+
 STORAGES = ["memory", "file"]
-PAIR = ["floor", "library"]
-COUNTED = [*PAIR, "prepared"]
 NO_DISK = "/dev/shm"  # for files whose cost is counted: instructions do not wait
 
 # A count is the same on every machine of an architecture when the C library takes the same
@@ -38,7 +34,7 @@ class Failure(Exception):
 
 
 class Progress:
-    """One line that tells how far the work has come."""
+    """One line that shows how far the work has come."""
 
     def __init__(self, total):
         self.total, self.done = total, 0
@@ -60,25 +56,29 @@ def run(command, stderr=subprocess.PIPE, **options):
     return result.stdout
 
 
+def listed(command, kind):
+    return re.findall(rf"^{kind} (.*)$", run([*command, "--list"], env=STEADY), re.M)
+
+
 class Programs:
     """The programs of one build."""
 
-    def __init__(self, folder):
-        self.folder, self.environment = pathlib.Path(folder), STEADY
+    def __init__(self, folder, environment=None):
+        self.folder, self.environment = pathlib.Path(folder), environment or STEADY
+        runner, with_peers = self.folder / "bench_run", self.folder / "bench_run_peers"
+        self.workloads = listed([runner], "workload")
+        # Those of the peers in a program apart: what counts is to run with any build of SQLite.
+        self.runners = {name: program for program in (with_peers, runner) if program.exists()
+                        for name in listed([program], "contestant")}
+        self.contestants = list(self.runners)
 
     def with_sqlite(self, folder):
         """The same programs with the SQLite in a folder."""
-        programs = Programs(self.folder)
-        programs.environment = {**STEADY, "LD_LIBRARY_PATH": str(folder)}
-        return programs
+        return Programs(self.folder, {**STEADY, "LD_LIBRARY_PATH": str(folder)})
 
     def about(self):
         """What all figures depend on."""
         return run([self.folder / "bench_run", "--about"], env=self.environment).strip()
-
-    def contestants(self):
-        names = run([self.folder / "bench_times", "--benchmark_list_tests"])
-        return sorted({line.split("/")[0] for line in names.split()})
 
     def seconds(self, contestant, workload, rows):
         """Processor time of the measured part, on a database in memory."""
@@ -101,12 +101,12 @@ class Programs:
             out = pathlib.Path(folder, "callgrind.out")
             path = ":memory:" if storage == "memory" else pathlib.Path(folder, "bench.db")
             run(["valgrind", "--tool=callgrind", "--instr-atstart=no",
-                 f"--callgrind-out-file={out}", self.folder / "bench_run", contestant, workload,
+                 f"--callgrind-out-file={out}", self.runners[contestant], contestant, workload,
                  path, rows, items, *([] if level is None else [level])], env=self.environment)
             return Profile(out.read_text())
 
     def times(self, contestant, rows, seconds, storages, folder):
-        """Seconds a row of each workload, as Google Benchmark has them."""
+        """Seconds per row of each workload, as Google Benchmark has them."""
         pattern = f"^{contestant}/.*/({'|'.join(storages)})/"
         report = json.loads(run([
             self.folder / "bench_times", f"--rows={rows}", f"--folder={folder}",
@@ -122,6 +122,8 @@ class TargetPrograms:
     def __init__(self, folder, emulator):
         self.folder, self.emulator = folder, emulator
         self.command = [*emulator.split(), pathlib.Path(folder, "bench_run")]
+        self.workloads = listed(self.command, "workload")
+        self.contestants = listed(self.command, "contestant")
 
     def with_sqlite(self, folder):
         return TargetPrograms(self.folder, f"{self.emulator} -E LD_LIBRARY_PATH={folder}")
@@ -204,19 +206,20 @@ def in_parallel(jobs):
     return {key: results[key] for key in jobs}  # in the order of the jobs
 
 
-def count(counted_by, contestants, storages, rows):
-    """What `counted_by` gives for each contestant, workload and storage."""
+def count(counted_by, programs, storages, rows):
+    """What `counted_by` gives for each contestant, workload and storage; a peer for memory alone."""
     return in_parallel({(c, w, s): functools.partial(counted_by, c, w, rows, s)
-                        for s in storages for w in WORKLOADS for c in contestants})
+                        for s in storages for w in programs.workloads
+                        for c in programs.contestants if s == "memory" or c not in PEERS})
 
 
-def time(programs, contestants, storages, rows, rounds, seconds):
+def time(programs, storages, rows, rounds, seconds):
     """The least time of each, of rounds in which the contestants take turns."""
-    progress = Progress(rounds * len(contestants))
+    progress = Progress(rounds * len(programs.contestants))
     least = {}
     with tempfile.TemporaryDirectory(prefix="sqlwrapper-bench-") as folder:
         for number in range(rounds):
-            for contestant in contestants:
+            for contestant in programs.contestants:
                 times = programs.times(contestant, rows, seconds, storages, folder)
                 for key, value in times.items():
                     least[key] = min(value, least.get(key, value))
@@ -225,7 +228,7 @@ def time(programs, contestants, storages, rows, rounds, seconds):
 
 
 def memory(programs, contestants, rows, items=1):
-    """Bytes a row by which the resident set grows while a table in a file is read."""
+    """Bytes per row by which the resident set grows while a table in a file is read."""
     with tempfile.TemporaryDirectory(prefix="sqlwrapper-bench-") as folder:
         path = pathlib.Path(folder, "bench.db")
         programs.make_table(path, rows, items)
@@ -234,7 +237,7 @@ def memory(programs, contestants, rows, items=1):
 
 
 def cost(programs, contestants, workload, rows, rounds):
-    """The least processor time a row, in seconds, of rounds in which the contestants take turns."""
+    """The least processor time per row, in seconds, of rounds in which the contestants take turns."""
     least = {}
     for _ in range(rounds):
         for contestant in contestants:

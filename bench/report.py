@@ -5,38 +5,28 @@ import json
 import os
 
 import charts
-from measure import COUNTED, STORAGES, WORKLOADS
+from bars import BARS, COMPANION, MEMORY_BAR, PEERS, bar_of
 
-# The greatest cost of the library, as a ratio to the floor. Counted where nothing else counts: in
-# memory, 10,000 rows, -O2, no trace object.
-BARS = {
-    "insert": 1.06, "update-by-key": 1.06, "copy-table": 1.06, "upsert": 1.05,
-    "delete-by-key": 1.03, "get-by-key": 1.03, "has-key": 1.03,
-    "read-where-order": 1.06, "read-all": 1.20,
-}
-MEMORY_BAR = 1.40
+PARTS = ["compile", "run", "library", "program"]
 
 
-def by_workload(values, contestant, storage):
-    return {workload: values[contestant, workload, storage]
-            for workload in WORKLOADS if (contestant, workload, storage) in values}
-
-
-def ratios(values, storage, over="floor"):
-    floor, library = by_workload(values, over, storage), by_workload(values, "library", storage)
-    return {workload: library[workload] / floor[workload] for workload in library}
+def workloads_of(values):
+    return list(dict.fromkeys(key[1] for key in values))
 
 
 def storages_of(values):
-    return [storage for storage in STORAGES if ("library", "insert", storage) in values]
+    return list(dict.fromkeys(key[2] for key in values))
 
 
-def in_place(storage):
-    return "in memory" if storage == "memory" else "on a file"
+def present(values, contestants, storage):
+    """Those that were measured, in the order of the charts."""
+    there = {key[0] for key in values if key[2] == storage}
+    return [contestant for contestant in contestants if contestant in there]
 
 
-def in_order(keys):
-    return sorted({key[0] for key in keys}, key=lambda c: ((COUNTED + [c]).index(c), c))
+def ratios(values, storage, contestant, over):
+    return {workload: values[contestant, workload, storage] / values[over, workload, storage]
+            for workload in workloads_of(values)}
 
 
 # Tables
@@ -47,58 +37,58 @@ def table(head, rows):
     return "\n".join(lines) + "\n"
 
 
-def count_table(counts, storage):
-    over_floor, over_prepared = ratios(counts, storage), ratios(counts, storage, "prepared")
-    rows = []
-    for workload in over_floor:
-        rows.append([workload]
-                    + [f"{counts[c, workload, storage]:,.0f}" for c in COUNTED]
-                    + [f"**{over_floor[workload]:.3f}**",
-                       f"{BARS[workload]:.2f}" if workload in BARS else "",
-                       f"{over_prepared[workload]:.2f}"])
-    return table(["instructions a row", "floor", "library", "prepared", "library / floor",
-                  "at most", "library / prepared"], rows)
+def value_table(unit, values, storage, form):
+    contestants = present(values, charts.STYLES, storage)
+    return table([unit, *map(charts.name_of, contestants)],
+                 [[workload] + [form(values[c, workload, storage]) for c in contestants]
+                  for workload in workloads_of(values)])
 
 
-def time_table(times, storage):
-    contestants = in_order(times)
-    rows = [[workload]
-            + [charts.number(times[c, workload, storage] * 1e6) for c in contestants]
-            + [f"{ratios(times, storage, over)[workload]:.2f}" for over in ("floor", "prepared")]
-            for workload in by_workload(times, "library", storage)]
-    return table(["microseconds a row"] + [charts.name_of(c) for c in contestants]
-                 + ["library / floor", "library / prepared"], rows)
+def ratio_table(counts, storage, over, contestants, on_target):
+    """Beside each ratio stands what it may be at most."""
+    def cell(contestant, workload):
+        ratio = counts[contestant, workload, storage] / counts[over, workload, storage]
+        bar = bar_of(contestant, over, workload, on_target)
+        return f"**{ratio:.3f}** of {bar:.2f}" if bar else f"{ratio:.2f}"
+    contestants = present(counts, contestants, storage)
+    return table([f"ratio to {charts.name_of(over)}", *map(charts.name_of, contestants)],
+                 [[workload] + [cell(c, workload) for c in contestants]
+                  for workload in workloads_of(counts)])
+
+
+def count_tables(counts, storage, on_target=False):
+    return "\n".join([
+        value_table("instructions per row", counts, storage, "{:,.0f}".format),
+        ratio_table(counts, storage, "floor", ["library", "library-by-name"], on_target),
+        ratio_table(counts, storage, "prepared", ["library", *COMPANION, *PEERS], on_target)])
 
 
 def share_table(shares):
-    return table(["instructions a row"] + [charts.name_of(key) for key in PARTS],
+    return table(["instructions per row"] + [charts.name_of(key) for key in PARTS],
                  [[workload] + [f"{parts[key]:,.0f}" for key in PARTS]
                   for workload, parts in shares.items()])
 
 
 def trace_table(traces):
     levels = list(next(iter(traces.values())))
-    return table(["instructions a row"] + levels,
+    return table(["instructions per row"] + levels,
                  [[workload] + [f"{value:,.0f}" for value in values.values()]
                   for workload, values in traces.items()])
 
 
 def memory_words(memory):
-    ratio = memory["library"] / memory["floor"]
-    return (f"A row read takes {memory['library']:.0f} bytes of the resident set, by the floor "
-            f"{memory['floor']:.0f}: {ratio:.3f} (at most {MEMORY_BAR:.2f}).\n")
+    words = "; ".join(f"{charts.name_of(name)} {size:.2f}" for name, size in memory.items())
+    return (f"Bytes of the resident set per row read: {words}. The library takes "
+            f"{memory['library'] / memory['floor']:.3f} of the floor's (at most {MEMORY_BAR:.2f}).\n")
 
 
 # The whole
 
-PARTS = ["compile", "run", "library", "program"]
-
-
 def shares_of(profiles, rows):
-    """Instructions a row of the library's user, by workload and part."""
+    """Instructions per row of the library's user, by workload and part."""
     return {workload: {key: value / rows for key, value in
                        profiles["library", workload, "memory"].shares().items()}
-            for workload in WORKLOADS}
+            for workload in workloads_of(profiles)}
 
 
 def write(into, about, rows, counts, times, shares, traces, memory):
@@ -106,9 +96,10 @@ def write(into, about, rows, counts, times, shares, traces, memory):
     text = [f"# Speed and memory, {datetime.date.today()}\n",
             f"{about}, {os.cpu_count()} processors, {rows:,} rows.\n"]
     for storage in storages_of(counts):
-        text += [f"## Instructions, {in_place(storage)}\n", count_table(counts, storage)]
+        text += [f"## Instructions, {storage}\n", count_tables(counts, storage)]
     for storage in storages_of(times):
-        text += [f"## Times, {in_place(storage)}\n", time_table(times, storage)]
+        text += [f"## Times, {storage}\n", value_table(
+            "microseconds per row", times, storage, lambda value: charts.number(value * 1e6))]
     text += ["## Where the instructions go, in memory\n", share_table(shares)]
     if traces:
         text += ["## Trace levels, in memory\n", trace_table(traces)]
@@ -117,7 +108,7 @@ def write(into, about, rows, counts, times, shares, traces, memory):
     write_json(into / "report.json", {
         "from": about, "rows": rows, "instructions": flat(counts), "seconds": flat(times),
         "parts": shares, "trace levels": traces, "bytes of a row read": memory})
-    pictures(into, rows, counts, times, shares)
+    pictures(into, counts, times, shares)
 
 
 def flat(values):
@@ -128,14 +119,22 @@ def write_json(path, values):
     path.write_text(json.dumps(values, indent=2) + "\n", encoding="utf-8")
 
 
-def pictures(into, rows, counts, times, shares):
-    charts.excess(into / "ratios.svg", "Instructions of the library beyond its floor",
-                  f"in memory, {rows:,} rows; the marks are what is allowed",
-                  ratios(counts, "memory"), BARS)
-    charts.stacks(into / "where.svg", "Where the instructions of the library's user go",
-                  f"instructions a row, in memory, {rows:,} rows", shares, PARTS)
-    for storage in storages_of(times):
-        groups = {workload: {c: times[c, workload, storage] * 1e6 for c in in_order(times)}
-                  for workload in by_workload(times, "library", storage)}
-        charts.panels(into / f"times-{storage}.svg", f"Time a row, {in_place(storage)}",
-                      "microseconds; shorter is better", groups, "µs")
+def pictures(into, counts, times, shares):
+    def by_workload(values, storage, of_value):
+        contestants = present(values, [c for c in charts.STYLES if c != "library-by-name"], storage)
+        return {workload: {c: of_value(c, workload) for c in contestants}
+                for workload in workloads_of(values)}
+    charts.dots(into / "overview.svg", "What does a row cost, beside the C API?",
+                by_workload(counts, "memory", lambda c, w: counts[c, w, "memory"]
+                            / counts["prepared", w, "memory"]),
+                "instructions, as a multiple of the C API's")
+    charts.excess(into / "ratios.svg", "How far is the library from its floor?",
+                  ratios(counts, "memory", "library", "floor"), BARS["library", "floor"],
+                  ratios(counts, "memory", "library-by-name", "floor"))
+    charts.stacks(into / "where.svg", "Where do the instructions of a call go?", shares, PARTS,
+                  "instructions per row, in memory")
+    for storage, words in (("memory", "in memory"), ("file", "on a file")):
+        if storage in storages_of(times):
+            charts.dots(into / f"times-{storage}.svg", f"How long does a row take, {words}?",
+                        by_workload(times, storage, lambda c, w, s=storage: times[c, w, s] * 1e6),
+                        "microseconds")

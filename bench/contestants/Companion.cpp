@@ -99,7 +99,8 @@ private:
         else
             return static_cast<std::size_t>(rows.getSize(1));
     }
-    // As the C API is used, and as the library reads it: true for 1 of an integer alone.
+    // getBool looks at the type too, as the library does, which a program that uses the C API
+    // leaves.
     bool isActive() const { return copies ? rows.getBool(3) : rows.getInteger(3) == 1; }
 };
 
