@@ -60,7 +60,7 @@ def of_source(path):
             if kind in ("ASSERT", "FAULT"):
                 condition = "false" if kind == "FAULT" else " ".join(arguments.split())
                 reports += [(condition, name) for name in signatures(body, function, text)]
-    if CALL.search(text[: starts[0].start()]):
+    if CALL.search(text[: starts[0].start() if starts else None]):
         raise ValueError(f"{path.name}: a call in front of the first function")
     return lines, reports
 
@@ -74,7 +74,7 @@ def difference(kind, written, listed):
 
 def main(root):
     lines, reports = [], []
-    for path in sorted((root / "components/sql/sqlwrapper/src").glob("*.cpp")):
+    for path in sorted((root / "components/sql/sqlwrapper/src").glob("*.*")):
         of_path = of_source(path)
         lines += of_path[0]
         reports += of_path[1]

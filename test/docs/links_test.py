@@ -34,10 +34,9 @@ def main(root):
 
     linked = {target for _, target in markdown.links(root / "README.md")}
     component = root / "components/sql/sqlwrapper"
-    headers = set(component.glob("include/*.h"))
-    sources = set(component.glob("src/*.cpp"))
-    tests = {component / f"test/{header.stem}Test.cpp" for header in headers}
-    for file in sorted(headers | sources | tests):
+    files = {*component.glob("include/*.h"), *component.glob("src/*.*")}
+    tests = {component / f"test/{file.stem}Test.cpp" for file in files}
+    for file in sorted(files | tests):
         if file.exists() and str(file.relative_to(root)) not in linked:
             faults.append(f"README.md has no link to {file.relative_to(root)}")
 
