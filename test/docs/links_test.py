@@ -1,5 +1,8 @@
 #!/usr/bin/env python3
-"""Every relative link holds, and README.md leads to every class: links_test.py ROOT"""
+"""Every relative link holds: links_test.py ROOT
+
+README.md leads to every class, and ARCHITECTURE.md to every tool and every folder of tests.
+"""
 
 import pathlib
 import sys
@@ -31,6 +34,12 @@ def main(root):
             fault = None if is_external(target) else broken(document, target)
             if fault:
                 faults.append(f"{document.relative_to(root)}:{number}: {target}: {fault}")
+
+    workshop = [target for _, target in markdown.links(root / "ARCHITECTURE.md")]
+    for tool in sorted([*root.glob("scripts/*"), *root.glob("test/*")]):
+        name = str(tool.relative_to(root))
+        if not any(target == name or target.startswith(f"{name}/") for target in workshop):
+            faults.append(f"ARCHITECTURE.md has no link to {name}")
 
     linked = {target for _, target in markdown.links(root / "README.md")}
     component = root / "components/sql/sqlwrapper"
