@@ -172,14 +172,14 @@ private:
     SQLW_INTERNAL bool bindBorrowed(int parameter, const string& text);
     SQLW_INTERNAL bool prepare(sqlite3* db, const char* sql, string::size_type size);
     SQLW_INTERNAL bool prepare(Table& table, const string& sql);
-    SQLW_INTERNAL bool canBind();
+    SQLW_INTERNAL bool isReady();
+    SQLW_INTERNAL bool makeReady();
     SQLW_INTERNAL bool bind(int parameter, const string& text, void (*release)(void*));
     SQLW_INTERNAL bool bound(int rc);
-    SQLW_INTERNAL bool begin();
     SQLW_INTERNAL bool end(int rc);
     SQLW_INTERNAL bool readAlone(Record& record);
     SQLW_INTERNAL bool readCell(int column, Value& cell) const;
-    SQLW_INTERNAL bool succeed() const;
+    SQLW_INTERNAL bool succeed();
     SQLW_INTERNAL bool fail(int rc) const;
     SQLW_INTERNAL bool fail(int extendedCode, const char* text) const;
     SQLW_INTERNAL bool withoutMemory() const;
@@ -187,12 +187,12 @@ private:
 
     sqlite3* _db;
     sqlite3_stmt* _handle;
-    bool _isRunning;   // is on a row
-    bool _changesRows; // is no read
+    mutable bool _isIdle; // is prepared, is on no row, and has no error
+    bool _isOnRow;
+    bool _countsChanges; // changes rows
     int _changes;
-    int _changesBefore; // of the connection, when the run began
-    FieldSet _fields;   // of `select`
-    string _key;        // of `find`, which the parameter refers to
+    FieldSet _fields; // of `select`
+    string _key;      // of `find`, which the parameter refers to
     mutable Error _error;
 };
 

@@ -121,41 +121,42 @@ private:
 
     struct Cell
     {
-        Cell() : kind(Kind::null), whole(0), real(0.0) {}
+        Cell() : kind(Kind::null), whole(0) {}
+
+        SQLW_INTERNAL bool take(const Value& value, field_type columnType);
+        SQLW_INTERNAL int bind(sqlite3_stmt* handle, int parameter) const;
 
         Kind kind;
-        integer whole;
-        double real;
+        union {
+            integer whole;
+            double real;
+        };
         string text;
     };
 
     SQLW_INTERNAL void open();
     SQLW_INTERNAL bool isCurrent() const;
-    SQLW_INTERNAL bool prepare(Statement& statement, Write kind);
+    SQLW_INTERNAL bool compile(Statement& statement, Write kind);
     SQLW_INTERNAL string toSql(Write kind) const;
     SQLW_INTERNAL const char* objection(Write kind) const;
     SQLW_INTERNAL bool hasColumnsOf(const Record& record) const;
-    SQLW_INTERNAL bool bind(Statement& statement, const Record& record);
-    SQLW_INTERNAL bool bind(Statement& statement, int column, const Value& value);
-    SQLW_INTERNAL bool bind(Statement& statement, int column, const Cell& cell);
-    SQLW_INTERNAL bool bindCells(Statement& statement);
-    SQLW_INTERNAL bool bindNull(Statement& statement, int column);
-    SQLW_INTERNAL bool bindInteger(Statement& statement, int column, integer number);
-    SQLW_INTERNAL bool bindDouble(Statement& statement, int column, double number);
-    SQLW_INTERNAL bool bindText(Statement& statement, int column, const string& text);
-    SQLW_INTERNAL void note(int column, integer id);
-    SQLW_INTERNAL void keepId();
+    SQLW_INTERNAL bool take(const Record& record);
+    SQLW_INTERNAL bool bind(Statement& statement, const std::vector<Cell>& cells);
+    SQLW_INTERNAL bool run(Statement& statement);
     SQLW_INTERNAL bool write(Statement& statement, Write kind, const Record* record);
     SQLW_INTERNAL bool upsert(const Record* record);
     SQLW_INTERNAL bool updateOrInsert(const Record* record);
-    SQLW_INTERNAL bool run(Statement& statement, Write kind);
+    SQLW_INTERNAL bool prepareErase();
+    SQLW_INTERNAL void keepId(const std::vector<Cell>& cells);
     SQLW_INTERNAL bool failForLostCell();
-    SQLW_INTERNAL bool failForNoNumber(int column, const string& text);
+    SQLW_INTERNAL bool failForNoNumber(int column);
     SQLW_INTERNAL bool withoutMemory();
     SQLW_INTERNAL bool fail(const Error& why);
     SQLW_INTERNAL bool fail(int extendedCode, const char* text);
-    SQLW_INTERNAL Cell* cell(int column);
     SQLW_INTERNAL bool hasCell(int column);
+    SQLW_INTERNAL Cell& cell(int column);
+    SQLW_INTERNAL bool makeCell(int column);
+    SQLW_INTERNAL void resizeCells();
     SQLW_INTERNAL void lose(int code);
 
     Table& _table;
@@ -166,11 +167,10 @@ private:
     Statement _update;
     Statement _upsert;
     Statement _erase;
-    std::vector<Cell> _cells;
-    int _lost;                  // why a cell is not as it was set, as a code; 0 when all are
-    std::vector<string> _texts; // of the record written last, to which parameters refer
-    bool _hasId;                // whether the row being written has an integer key
-    integer _id;                // which
+    std::vector<Cell> _row;   // of the record written last, to which parameters refer
+    std::vector<Cell> _cells; // set on the writer
+    unsigned _cellCount;      // their number
+    int _lost;                // why a cell is not as it was set, as a code; 0 when all are
     integer _insertId;
     int _changes;
     Error _error;

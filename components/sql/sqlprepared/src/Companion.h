@@ -15,6 +15,9 @@
 #undef SQLW_SOURCE_FOLDER
 #define SQLW_SOURCE_FOLDER "components/sql/sqlprepared/src/"
 
+/// Marks what runs when something fails, so that it adds nothing to the way of what succeeds.
+#define SQLW_COLD __attribute__((cold, noinline))
+
 namespace sql
 {
 

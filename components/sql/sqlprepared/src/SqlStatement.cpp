@@ -15,8 +15,8 @@ namespace sql
 static const Field* const noFields = nullptr;
 
 Statement::Statement()
-    : _db(nullptr), _handle(nullptr), _isRunning(false), _changesRows(false), _changes(0),
-      _changesBefore(0), _fields(noFields)
+    : _db(nullptr), _handle(nullptr), _isIdle(false), _isOnRow(false), _countsChanges(false),
+      _changes(0), _fields(noFields)
 {}
 
 Statement::~Statement()
@@ -29,29 +29,31 @@ void Statement::close()
     if (_handle)
         sqlite3_finalize(_handle);
     _handle = nullptr;
-    _isRunning = false;
+    _isIdle = false;
+    _isOnRow = false;
     _fields = FieldSet(noFields);
 }
 
-bool Statement::succeed() const
+SQLW_COLD bool Statement::fail(int extendedCode, const char* text) const
 {
-    clear(_error);
-    return true;
-}
-
-bool Statement::fail(int extendedCode, const char* text) const
-{
+    _isIdle = false;
     setError(_error, extendedCode, text);
     logFailure();
     return false;
 }
 
 // With the words of SQLite for what its last call returned.
-bool Statement::fail(int rc) const
+SQLW_COLD bool Statement::fail(int rc) const
 {
+    _isIdle = false;
     setError(_error, rc, _db);
     logFailure();
     return false;
+}
+
+SQLW_COLD bool Statement::withoutMemory() const
+{
+    return fail(SQLITE_NOMEM, "out of memory");
 }
 
 void Statement::logFailure() const
@@ -64,8 +66,7 @@ void Statement::logFailure() const
 
 // Compiling
 
-// What may follow a statement: blanks and comments.
-static bool isBlank(const char* sql)
+static const char* skipBlanksAndComments(const char* sql)
 {
     for (;;) {
         sql += std::strspn(sql, " \t\n\f\r");
@@ -75,9 +76,23 @@ static bool isBlank(const char* sql)
             const char* const end = std::strstr(sql + 2, "*/");
             sql = end ? end + 2 : sql + std::strlen(sql);
         } else {
-            return *sql == '\0';
+            return sql;
         }
     }
+}
+
+// Whether `sqlite3_changes` is about the statement when it has run. After any other it is about the
+// last one that was.
+static bool countsChanges(sqlite3_stmt* handle)
+{
+    if (sqlite3_stmt_readonly(handle)) // which "with" can begin too
+        return false;
+    const char* const sql = skipBlanksAndComments(sqlite3_sql(handle));
+    static const char words[][8] = {"insert", "replace", "update", "delete", "with"};
+    for (const char* word : words)
+        if (sqlite3_strnicmp(sql, word, static_cast<int>(std::strlen(word))) == 0)
+            return true;
+    return false;
 }
 
 // SQLite is asked to keep such statements apart from its short-lived memory, where it can: the
@@ -116,21 +131,16 @@ bool Statement::prepare(sqlite3* db, const char* sql, string::size_type size)
     const int rc = compile(db, sql, &_handle, &tail);
     if (rc != SQLITE_OK) {
         setError(_error, rc, db);
-    } else if (!_handle || !isBlank(tail) || std::strlen(sql) != size) {
+    } else if (!_handle || *skipBlanksAndComments(tail) != '\0' || std::strlen(sql) != size) {
         close();
         setError(_error, SQLITE_MISUSE, "the text is not exactly one statement");
     } else {
-        _changesRows = sqlite3_stmt_readonly(_handle) == 0;
+        _countsChanges = countsChanges(_handle);
         return succeed();
     }
     SQLW_ERROR("Failed to prepare the SQL stmt '%s'", sql);
     SQLW_ERROR("  rc=%d=%s: %s", _error.code(), sqliteRc2Str(_error.code()), _error.text().c_str());
     return false;
-}
-
-bool Statement::withoutMemory() const
-{
-    return fail(SQLITE_NOMEM, "out of memory");
 }
 
 static string selectOf(const Table& table)
@@ -192,32 +202,45 @@ bool Statement::selectByKey(Table& table)
 
 // Parameters
 
-bool Statement::canBind()
+bool Statement::succeed()
+{
+    clear(_error);
+    _isIdle = true;
+    return true;
+}
+
+// Whether the statement can be bound and run, without a row and an error of before.
+bool Statement::isReady()
+{
+    return _isIdle || makeReady();
+}
+
+SQLW_COLD bool Statement::makeReady()
 {
     if (!_handle)
         return fail(SQLITE_MISUSE, "no statement is prepared");
     reset();
-    return true;
+    return succeed();
 }
 
 bool Statement::bound(int rc)
 {
-    return rc == SQLITE_OK ? succeed() : fail(rc);
+    return rc == SQLITE_OK || fail(rc);
 }
 
 bool Statement::bindNull(int parameter)
 {
-    return canBind() && bound(sqlite3_bind_null(_handle, parameter));
+    return isReady() && bound(sqlite3_bind_null(_handle, parameter));
 }
 
 bool Statement::bindInteger(int parameter, integer number)
 {
-    return canBind() && bound(sqlite3_bind_int64(_handle, parameter, number));
+    return isReady() && bound(sqlite3_bind_int64(_handle, parameter, number));
 }
 
 bool Statement::bindDouble(int parameter, double number)
 {
-    if (!canBind())
+    if (!isReady())
         return false;
     if (!std::isfinite(number))
         return fail(SQLITE_MISMATCH, "SQLite stores neither NaN nor infinities as numbers");
@@ -236,12 +259,12 @@ bool Statement::bindTime(int parameter, Time time)
 
 bool Statement::bindString(int parameter, const string& text)
 {
-    return canBind() && bind(parameter, text, SQLITE_TRANSIENT);
+    return isReady() && bind(parameter, text, SQLITE_TRANSIENT);
 }
 
 bool Statement::bindBorrowed(int parameter, const string& text)
 {
-    return canBind() && bind(parameter, text, SQLITE_STATIC);
+    return isReady() && bind(parameter, text, SQLITE_STATIC);
 }
 
 bool Statement::bind(int parameter, const string& text, void (*release)(void*))
@@ -254,7 +277,7 @@ bool Statement::bind(int parameter, const string& text, void (*release)(void*))
 
 bool Statement::bindText(int parameter, const char* bytes, int size)
 {
-    return canBind() && bound(sqlite3_bind_text(_handle, parameter, bytes, size, SQLITE_STATIC));
+    return isReady() && bound(sqlite3_bind_text(_handle, parameter, bytes, size, SQLITE_STATIC));
 }
 
 int Statement::parameter(const string& name) const
@@ -264,63 +287,59 @@ int Statement::parameter(const string& name) const
 
 // Running
 
-bool Statement::begin()
-{
-    if (!_handle)
-        return fail(SQLITE_MISUSE, "no statement is prepared");
-    _changes = 0;
-    if (_changesRows)
-        _changesBefore = sqlite3_total_changes(_db);
-    return true;
-}
-
 // Always reset, so that the statement leaves no lock and can run again. SQLite's words come first:
 // the reset replaces them.
 bool Statement::end(int rc)
 {
-    _isRunning = false;
+    _isOnRow = false;
     if (rc != SQLITE_ROW && rc != SQLITE_DONE) {
         fail(rc);
         sqlite3_reset(_handle);
         return false;
     }
     const int ended = sqlite3_reset(_handle);
-    if (ended != SQLITE_OK) // before its last row, a write may fail only now
+    if (ended != SQLITE_OK) // a write that is left before its last row may fail only now
         return fail(ended);
-    // SQLite counts the changes of the last statement that had any.
-    if (_changesRows && sqlite3_total_changes(_db) != _changesBefore)
+    if (_countsChanges)
         _changes = sqlite3_changes(_db);
     return true;
 }
 
 bool Statement::next()
 {
-    if (!_isRunning && !begin())
-        return false;
+    if (!_isOnRow) {
+        if (!isReady())
+            return false;
+        _changes = 0;
+    }
     const int rc = sqlite3_step(_handle);
-    _isRunning = rc == SQLITE_ROW;
-    if (_isRunning)
-        return succeed();
-    if (end(rc))
-        succeed();
-    return false;
+    if (rc != SQLITE_ROW) {
+        if (end(rc))
+            succeed();
+        return false;
+    }
+    _isOnRow = true;
+    _isIdle = false;
+    clear(_error);
+    return true;
 }
 
 bool Statement::run()
 {
-    reset();
-    if (!begin())
+    if (!isReady())
         return false;
+    _changes = 0;
     int rc = SQLITE_ROW;
     while (rc == SQLITE_ROW)
         rc = sqlite3_step(_handle);
-    return end(rc) && succeed();
+    return end(rc);
 }
 
+// An error stays until the next success.
 void Statement::reset()
 {
-    if (_isRunning)
-        end(SQLITE_ROW);
+    if (_isOnRow)
+        _isIdle = end(SQLITE_ROW) && !_error;
 }
 
 bool Statement::find(integer key)
@@ -330,7 +349,7 @@ bool Statement::find(integer key)
 
 bool Statement::find(const string& key)
 {
-    if (!canBind())
+    if (!isReady())
         return false;
     try {
         _key = key;
@@ -353,7 +372,7 @@ bool Statement::find(const string& key, Record& record)
 bool Statement::readAlone(Record& record)
 {
     const bool isRead = read(record);
-    return end(SQLITE_ROW) && isRead;
+    return end(SQLITE_ROW) && isRead && succeed();
 }
 
 int Statement::changes() const
@@ -410,18 +429,18 @@ double Statement::getDouble(const string& name) const
     return getDouble(column(name));
 }
 
+// Most cells are settled by one call of SQLite.
 bool Statement::getBool(int column) const
 {
+    if (getInteger(column) != 1)
+        return false;
     switch (sqlite3_column_type(_handle, column)) {
         case SQLITE_INTEGER:
-            return getInteger(column) == 1;
-        case SQLITE_TEXT:
-        case SQLITE_BLOB: {
-            const char* const text = getText(column);
-            return text && std::strcmp(text, "1") == 0 && getSize(column) == 1;
-        }
-        default:
+            return true;
+        case SQLITE_FLOAT: // whose text is "1.0"
             return false;
+        default:
+            return std::strcmp(getText(column), "1") == 0 && getSize(column) == 1;
     }
 }
 
@@ -471,45 +490,49 @@ int Statement::getSize(int column) const
 
 bool Statement::read(Record& record) const
 {
-    if (!_isRunning)
+    if (!_isOnRow)
         return fail(SQLITE_MISUSE, "there is no row");
-    if (record.columnCount() != sqlite3_data_count(_handle))
+    const int count = record.columnCount();
+    if (count != sqlite3_data_count(_handle))
         return fail(SQLITE_MISMATCH, "the record has not as many cells as the row");
     try {
-        for (int i = 0; i < record.columnCount(); ++i)
+        for (int i = 0; i < count; ++i)
             if (!readCell(i, *record.getValue(i)))
                 return withoutMemory();
     } catch (const std::exception&) {
         return withoutMemory();
     }
-    return succeed();
+    clear(_error);
+    return true;
 }
 
 // As `Table` reads it: the text of whatever is stored. Numbers are made to texts here, which costs
 // a fraction of what it costs SQLite.
 bool Statement::readCell(int column, Value& cell) const
 {
-    switch (sqlite3_column_type(_handle, column)) {
-        case SQLITE_NULL:
-            cell.setNull();
-            return true;
-        case SQLITE_INTEGER:
-            cell.setInteger(getInteger(column));
-            return true;
-        case SQLITE_FLOAT: {
-            const StoredDouble number(getDouble(column));
-            if (number.text()) {
-                cell.setValue(number.text(), cell.getType());
+    const field_type type = cell.getType();
+    if (type != type_text) {
+        switch (sqlite3_column_type(_handle, column)) {
+            case SQLITE_INTEGER:
+                cell.setInteger(getInteger(column));
+                return true;
+            case SQLITE_FLOAT: {
+                const StoredDouble number(getDouble(column));
+                if (!number.text())
+                    break;
+                cell.setValue(number.text(), type);
                 return true;
             }
         }
     }
     const char* const text = getText(column);
-    if (!text)
-        return false;
+    if (!text) {
+        cell.setNull();
+        return isNull(column);
+    }
     const string::size_type size = static_cast<string::size_type>(getSize(column));
     if (std::strlen(text) == size)
-        cell.setValue(text, cell.getType());
+        cell.setValue(text, type);
     else
         cell.setString(string(text, size));
     return true;

@@ -1,5 +1,7 @@
 #include "SqlTableWriter.h"
 
+#include <climits>
+#include <cmath>
 #include <cstddef>
 
 #include "Companion.h"
@@ -12,8 +14,8 @@ namespace sql
 {
 
 TableWriter::TableWriter(Table& table)
-    : _table(table), _db(nullptr), _idColumn(-1), _lost(SQLITE_OK), _hasId(false), _id(0),
-      _insertId(0), _changes(0)
+    : _table(table), _db(nullptr), _idColumn(-1), _cellCount(0), _lost(SQLITE_OK), _insertId(0),
+      _changes(0)
 {}
 
 TableWriter::~TableWriter()
@@ -32,14 +34,14 @@ void TableWriter::close()
 }
 
 // The statement has logged it.
-bool TableWriter::fail(const Error& why)
+SQLW_COLD bool TableWriter::fail(const Error& why)
 {
     _changes = 0;
     setError(_error, why.extendedCode(), why.text().c_str());
     return false;
 }
 
-bool TableWriter::fail(int extendedCode, const char* text)
+SQLW_COLD bool TableWriter::fail(int extendedCode, const char* text)
 {
     _changes = 0;
     setError(_error, extendedCode, text);
@@ -181,22 +183,18 @@ void TableWriter::open()
         if (field == key && key->getType() == type_int)
             _idColumn = i;
     }
-    _texts.resize(_types.size());
-    _cells.resize(_types.size());
+    _row.resize(_types.size());
+    resizeCells();
     _db = _table.getHandle();
 }
 
 bool TableWriter::isCurrent() const
 {
-    return _db && _db == _table.getHandle() &&
-           _types.size() == static_cast<size_t>(_table.fields().count());
+    return _db && _db == _table.getHandle();
 }
 
-bool TableWriter::prepare(Statement& statement, Write kind)
+SQLW_COLD bool TableWriter::compile(Statement& statement, Write kind)
 {
-    _changes = 0;
-    if (statement._handle && isCurrent())
-        return true;
     try {
         if (!isCurrent())
             open();
@@ -209,85 +207,18 @@ bool TableWriter::prepare(Statement& statement, Write kind)
     }
 }
 
-bool TableWriter::withoutMemory()
+SQLW_COLD bool TableWriter::withoutMemory()
 {
     return fail(SQLITE_NOMEM, "out of memory");
 }
 
-// Binding. The key that a row gets is noted on the way, as it is known only then.
-
-void TableWriter::note(int column, integer id)
-{
-    if (column != _idColumn)
-        return;
-    _hasId = true;
-    _id = id;
-}
-
-bool TableWriter::bindNull(Statement& statement, int column)
-{
-    return statement.bindNull(column + 1) || fail(statement.error());
-}
-
-bool TableWriter::bindInteger(Statement& statement, int column, integer number)
-{
-    note(column, number);
-    return statement.bindInteger(column + 1, number) || fail(statement.error());
-}
-
-bool TableWriter::bindDouble(Statement& statement, int column, double number)
-{
-    note(column, wholeOf(number));
-    return statement.bindDouble(column + 1, number) || fail(statement.error());
-}
-
-bool TableWriter::bindText(Statement& statement, int column, const string& text)
-{
-    if (column == _idColumn)
-        note(column, wholeOf(text));
-    return statement.bindBorrowed(column + 1, text) || fail(statement.error());
-}
-
-bool TableWriter::bindCells(Statement& statement)
-{
-    if (_lost != SQLITE_OK)
-        return failForLostCell();
-    for (int i = 0; i < static_cast<int>(_cells.size()); ++i)
-        if (!bind(statement, i, _cells[static_cast<size_t>(i)]))
-            return false;
-    return true;
-}
-
-bool TableWriter::bind(Statement& statement, int column, const Cell& cell)
-{
-    switch (cell.kind) {
-        case Kind::null:
-            break;
-        case Kind::whole:
-            return bindInteger(statement, column, cell.whole);
-        case Kind::real:
-            return bindDouble(statement, column, cell.real);
-        case Kind::text:
-            return bindText(statement, column, cell.text);
-    }
-    return bindNull(statement, column);
-}
-
-// A column that is not there fails one write. Without memory for a cell, every write fails until
-// all cells are cleared, because what was set is gone.
-bool TableWriter::failForLostCell()
-{
-    if (_lost == SQLITE_NOMEM)
-        return withoutMemory();
-    _lost = SQLITE_OK;
-    return fail(SQLITE_RANGE, "a cell was set of a column that is not there");
-}
+// From a record to cells
 
 bool TableWriter::hasColumnsOf(const Record& record) const
 {
     const FieldSet& own = _table.fields();
     const FieldSet& other = *record.fields();
-    if (record.columnCount() != own.count())
+    if (static_cast<size_t>(record.columnCount()) != _types.size())
         return false;
     if (&own == &other)
         return true;
@@ -297,83 +228,143 @@ bool TableWriter::hasColumnsOf(const Record& record) const
     return true;
 }
 
-bool TableWriter::bind(Statement& statement, const Record& record)
+bool TableWriter::take(const Record& record)
 {
     try {
         if (!hasColumnsOf(record))
             return fail(SQLITE_MISMATCH, "the record has other columns than the table");
-        for (int i = 0; i < record.columnCount(); ++i)
-            if (!bind(statement, i, *record.getValue(i)))
-                return false;
+        for (size_t i = 0; i < _row.size(); ++i)
+            if (!_row[i].take(*record.getValue(static_cast<int>(i)), _types[i]))
+                return failForNoNumber(static_cast<int>(i));
         return true;
     } catch (const std::exception&) {
         return withoutMemory();
     }
 }
 
-// As `Table` stores the cell.
-bool TableWriter::bind(Statement& statement, int column, const Value& value)
+// As `Table` stores the value. False when a number column can't hold it.
+bool TableWriter::Cell::take(const Value& value, field_type columnType)
 {
+    kind = Kind::null;
     if (value.isNull())
-        return bindNull(statement, column);
-    const size_t index = static_cast<size_t>(column);
-    const bool isText = _types[index] == type_text;
-    if (!isText && value.getType() == type_time)
-        return bindInteger(statement, column, value.asInteger());
-
-    string& text = _texts[index]; // which the parameter refers to
+        return true;
+    if (columnType != type_text && value.getType() == type_time) {
+        kind = Kind::whole;
+        whole = value.asInteger();
+        return true;
+    }
     text = value.asString();
-    if (isText)
-        return bindText(statement, column, text);
+    kind = Kind::text;
+    if (columnType == type_text)
+        return true;
     const DecimalText decimal(text);
     switch (decimal.form()) {
         case DecimalText::as_integer:
-            return bindInteger(statement, column, decimal.whole());
+            kind = Kind::whole;
+            whole = decimal.whole();
+            return true;
         case DecimalText::as_double:
-            return bindDouble(statement, column, decimal.real());
+            kind = Kind::real;
+            real = decimal.real();
+            return true;
         case DecimalText::as_text:
-            return bindText(statement, column, text);
+            return true;
         case DecimalText::no_number:
             break;
     }
-    return failForNoNumber(column, text);
+    return false;
 }
 
-bool TableWriter::failForNoNumber(int column, const string& text)
+SQLW_COLD bool TableWriter::failForNoNumber(int column)
 {
     string words("column ");
     words += _table.fields().getByIndex(column)->getName();
-    words += " takes a decimal number, not '";
-    words += text;
+    words += " takes one decimal number, not '";
+    words += _row[static_cast<size_t>(column)].text;
     words += '\'';
     return fail(SQLITE_MISMATCH, words.c_str());
 }
 
 // Writing
 
-bool TableWriter::write(Statement& statement, Write kind, const Record* record)
+int TableWriter::Cell::bind(sqlite3_stmt* handle, int parameter) const
 {
-    _hasId = false;
-    if (!prepare(statement, kind))
-        return false;
-    return (record ? bind(statement, *record) : bindCells(statement)) && run(statement, kind);
+    switch (kind) {
+        case Kind::null:
+            break;
+        case Kind::whole:
+            return sqlite3_bind_int64(handle, parameter, whole);
+        case Kind::real:
+            return std::isfinite(real) ? sqlite3_bind_double(handle, parameter, real)
+                                       : SQLITE_MISMATCH;
+        case Kind::text:
+            if (text.size() > INT_MAX)
+                return SQLITE_TOOBIG;
+            return sqlite3_bind_text(handle, parameter, text.data(), static_cast<int>(text.size()),
+                                     SQLITE_STATIC);
+    }
+    return sqlite3_bind_null(handle, parameter);
 }
 
-bool TableWriter::run(Statement& statement, Write kind)
+bool TableWriter::bind(Statement& statement, const std::vector<Cell>& cells)
+{
+    if (!statement.isReady())
+        return fail(statement.error());
+    int parameter = 0;
+    for (const Cell& cell : cells) {
+        const int rc = cell.bind(statement._handle, ++parameter);
+        if (rc != SQLITE_OK)
+            return fail(rc, rc == SQLITE_MISMATCH ? "SQLite stores neither NaN nor infinities"
+                                                  : sqlite3_errstr(rc));
+    }
+    return true;
+}
+
+bool TableWriter::run(Statement& statement)
 {
     if (!statement.run())
         return fail(statement.error());
-    _changes = statement.changes();
-    if (kind == Write::insert || kind == Write::upsert)
-        keepId();
+    _changes = statement._changes;
     sql::clear(_error);
     return true;
 }
 
-void TableWriter::keepId()
+bool TableWriter::write(Statement& statement, Write kind, const Record* record)
 {
-    if (_idColumn >= 0)
-        _insertId = _hasId ? _id : sqlite3_last_insert_rowid(_db);
+    if (!(statement._handle && isCurrent()) && !compile(statement, kind))
+        return false;
+    if (record ? !take(*record) : _lost != SQLITE_OK && !failForLostCell())
+        return false;
+    const std::vector<Cell>& cells = record ? _row : _cells;
+    if (!bind(statement, cells) || !run(statement))
+        return false;
+    if (kind != Write::update)
+        keepId(cells);
+    return true;
+}
+
+// A key that is NULL has been given a number by SQLite.
+void TableWriter::keepId(const std::vector<Cell>& cells)
+{
+    if (_idColumn < 0)
+        return;
+    const Cell& cell = cells[static_cast<size_t>(_idColumn)];
+    if (cell.kind == Kind::whole)
+        _insertId = cell.whole;
+    else if (cell.kind == Kind::null)
+        _insertId = sqlite3_last_insert_rowid(_db);
+    else
+        _insertId = cell.kind == Kind::real ? wholeOf(cell.real) : wholeOf(cell.text);
+}
+
+// A column that is not there fails one write. Without memory for a cell, every write fails until
+// all cells are cleared, because what was set is gone.
+SQLW_COLD bool TableWriter::failForLostCell()
+{
+    if (_lost == SQLITE_NOMEM)
+        return withoutMemory();
+    _lost = SQLITE_OK;
+    return fail(SQLITE_RANGE, "a cell was set of a column that is not there");
 }
 
 bool TableWriter::insert(const Record& record)
@@ -433,20 +424,23 @@ bool TableWriter::updateOrInsert(const Record* record)
         return false;
     if (_changes == 0)
         return write(_insert, Write::insert, record);
-    keepId();
+    keepId(record ? _row : _cells);
     return true;
+}
+
+bool TableWriter::prepareErase()
+{
+    return (_erase._handle && isCurrent()) || compile(_erase, Write::erase);
 }
 
 bool TableWriter::erase(integer key)
 {
-    return prepare(_erase, Write::erase) && (_erase.bindInteger(1, key) || fail(_erase.error())) &&
-           run(_erase, Write::erase);
+    return prepareErase() && (_erase.bindInteger(1, key) || fail(_erase.error())) && run(_erase);
 }
 
 bool TableWriter::erase(const string& key)
 {
-    return prepare(_erase, Write::erase) && (_erase.bindBorrowed(1, key) || fail(_erase.error())) &&
-           run(_erase, Write::erase);
+    return prepareErase() && (_erase.bindBorrowed(1, key) || fail(_erase.error())) && run(_erase);
 }
 
 integer TableWriter::insertId() const
@@ -466,17 +460,19 @@ const Error& TableWriter::error() const
 
 // Cells
 
-// Null when the cell can't be set: the next write says so.
-TableWriter::Cell* TableWriter::cell(int column)
+// Whether the cell can be set. If not, the next write says so.
+bool TableWriter::hasCell(int column)
 {
-    const size_t index = static_cast<size_t>(column);
-    if (index >= _cells.size() && !hasCell(column))
-        return nullptr;
-    return &_cells[index];
+    return static_cast<unsigned>(column) < _cellCount || makeCell(column);
+}
+
+TableWriter::Cell& TableWriter::cell(int column)
+{
+    return _cells[static_cast<size_t>(column)];
 }
 
 // The cells are made when the first of them is set: the table may get its columns late.
-bool TableWriter::hasCell(int column)
+SQLW_COLD bool TableWriter::makeCell(int column)
 {
     const int count = _table.fields().count();
     if (column < 0 || column >= count) {
@@ -484,12 +480,19 @@ bool TableWriter::hasCell(int column)
         return false;
     }
     try {
-        _cells.resize(static_cast<size_t>(count));
+        resizeCells();
         return true;
     } catch (const std::exception&) {
         lose(SQLITE_NOMEM);
         return false;
     }
+}
+
+void TableWriter::resizeCells()
+{
+    const unsigned count = static_cast<unsigned>(_table.fields().count());
+    _cells.resize(count);
+    _cellCount = count;
 }
 
 void TableWriter::lose(int code)
@@ -500,8 +503,8 @@ void TableWriter::lose(int code)
 
 void TableWriter::setNull(int column)
 {
-    if (Cell* const set = cell(column))
-        set->kind = Kind::null;
+    if (hasCell(column))
+        cell(column).kind = Kind::null;
 }
 
 void TableWriter::setNull(const string& name)
@@ -511,10 +514,10 @@ void TableWriter::setNull(const string& name)
 
 void TableWriter::setInteger(int column, integer number)
 {
-    if (Cell* const set = cell(column)) {
-        set->kind = Kind::whole;
-        set->whole = number;
-    }
+    if (!hasCell(column))
+        return;
+    cell(column).kind = Kind::whole;
+    cell(column).whole = number;
 }
 
 void TableWriter::setInteger(const string& name, integer number)
@@ -524,10 +527,10 @@ void TableWriter::setInteger(const string& name, integer number)
 
 void TableWriter::setDouble(int column, double number)
 {
-    if (Cell* const set = cell(column)) {
-        set->kind = Kind::real;
-        set->real = number;
-    }
+    if (!hasCell(column))
+        return;
+    cell(column).kind = Kind::real;
+    cell(column).real = number;
 }
 
 void TableWriter::setDouble(const string& name, double number)
@@ -557,13 +560,13 @@ void TableWriter::setTime(const string& name, Time time)
 
 void TableWriter::setString(int column, const string& text)
 {
-    if (Cell* const set = cell(column)) {
-        try {
-            set->text = text;
-            set->kind = Kind::text;
-        } catch (const std::exception&) {
-            lose(SQLITE_NOMEM);
-        }
+    if (!hasCell(column))
+        return;
+    try {
+        cell(column).text = text;
+        cell(column).kind = Kind::text;
+    } catch (const std::exception&) {
+        lose(SQLITE_NOMEM);
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <cfloat>
 #include <cmath>
+#include <cstddef>
 #include <cstring>
 
 #include "../../sqlwrapper/src/NumberText.h"
@@ -54,11 +55,9 @@ static const int mostWholes = 12;
 static const int mostDecimals = 3;
 static const int mostDigits = 18; // which fit into 64 bits
 
-static const char* skipDigits(const char* text)
+static bool isDigit(char character)
 {
-    while (*text >= '0' && *text <= '9')
-        ++text;
-    return text;
+    return character >= '0' && character <= '9';
 }
 
 // Null when an exponent begins without a digit to follow.
@@ -69,48 +68,51 @@ static const char* skipExponent(const char* text)
     ++text;
     if (*text == '+' || *text == '-')
         ++text;
-    const char* const end = skipDigits(text);
-    return end > text ? end : nullptr;
-}
-
-static integer readDigits(const char* text, const char* end, integer digits)
-{
-    for (; text != end; ++text)
-        digits = digits * 10 + (*text - '0');
-    return digits;
+    if (!isDigit(*text))
+        return nullptr;
+    while (isDigit(*text))
+        ++text;
+    return text;
 }
 
 DecimalText::DecimalText(const string& text) : _form(no_number), _whole(0), _real(0.0)
 {
     const char* const begin = text.c_str();
+    const char* const end = begin + text.size();
     const bool isNegative = *begin == '-';
     const char* const first = isNegative || *begin == '+' ? begin + 1 : begin;
-    const char* const point = skipDigits(first);
-    const char* const decimals = *point == '.' ? point + 1 : point;
-    const char* end = skipDigits(decimals);
-    const bool hasDigits = point > first || end > decimals;
-    if (!hasDigits || skipExponent(end) != begin + text.size()) // nor does a NUL byte belong to it
-        return;
-
-    _form = as_text;
-    if (*end != '\0')
-        return;
-    if (end == point) {
-        if (point - first > mostDigits)
-            return;
-        _form = as_integer;
-        _whole = readDigits(first, point, 0);
-        if (isNegative)
-            _whole = -_whole;
+    const char* next = first;
+    unsigned long long digits = 0; // wraps around when there are too many
+    for (; isDigit(*next); ++next)
+        digits = digits * 10 + static_cast<unsigned long long>(*next - '0');
+    const std::ptrdiff_t wholes = next - first;
+    if (next == end && wholes > 0) {
+        _form = wholes <= mostDigits ? as_integer : as_text;
+        _whole = isNegative ? -static_cast<integer>(digits) : static_cast<integer>(digits);
         return;
     }
-    while (end > decimals && end[-1] == '0')
-        --end;
-    if (FLT_EVAL_METHOD != 0 || point - first > mostWholes || end - decimals > mostDecimals)
+
+    std::ptrdiff_t decimals = 0;
+    bool hasMore = false; // than decimals that are kept, and zeros
+    if (*next == '.') {
+        const char* const point = next++;
+        for (; isDigit(*next); ++next) {
+            if (next - point <= mostDecimals)
+                digits = digits * 10 + static_cast<unsigned long long>(*next - '0');
+            else
+                hasMore = hasMore || *next != '0';
+        }
+        decimals = next - point - 1;
+    }
+    if (wholes + decimals == 0 || skipExponent(next) != end) // no NUL byte belongs to it either
         return;
+    if (FLT_EVAL_METHOD != 0 || next != end || hasMore || wholes > mostWholes) {
+        _form = as_text;
+        return;
+    }
     static const double units[] = {1, 10, 100, 1000};
-    const integer digits = readDigits(decimals, end, readDigits(first, point, 0));
-    const double magnitude = static_cast<double>(digits) / units[end - decimals];
+    const std::ptrdiff_t kept = decimals < mostDecimals ? decimals : mostDecimals;
+    const double magnitude = static_cast<double>(static_cast<integer>(digits)) / units[kept];
     _form = as_double;
     _real = isNegative ? -magnitude : magnitude;
 }
