@@ -45,8 +45,11 @@ SQLW_COLD bool TableWriter::fail(int extendedCode, const char* text)
 {
     _changes = 0;
     setError(_error, extendedCode, text);
-    SQLW_ERROR("Failed to write to table '%s'", _table.name().c_str());
-    SQLW_ERROR("  rc=%d=%s: %s", _error.code(), sqliteRc2Str(_error.code()), text);
+    try {
+        SQLW_ERROR("Failed to write to table '%s'", _table.name().c_str());
+        SQLW_ERROR("  rc=%d=%s: %s", _error.code(), sqliteRc2Str(_error.code()), text);
+    } catch (const std::exception&) { // a name that there is no memory for
+    }
     return false;
 }
 

@@ -1,0 +1,873 @@
+#include "SqlTableWriter.h"
+
+#include <cmath>
+#include <limits>
+#include <memory>
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include "SqlDatabase.h"
+#include "support/Prepared.h"
+
+// In place of SQLite's own, so that a test can be one of an older SQLite.
+static int versionNumber = SQLITE_VERSION_NUMBER;
+
+extern "C" int sqlite3_libversion_number()
+{
+    return versionNumber;
+}
+
+using namespace sqltest;
+
+namespace
+{
+
+const sql::Field itemFields[] = {
+    sql::Field("id", sql::type_int, sql::flag_primary_key),
+    sql::Field("name", sql::type_text, sql::flag_not_null),
+    sql::Field("price", sql::type_float, 0),
+    sql::Field("active", sql::type_bool, 0),
+    sql::Field("made", sql::type_time, 0),
+    sql::Field(),
+};
+const sql::Field partFields[] = {
+    sql::Field("code", sql::type_text, sql::flag_primary_key),
+    sql::Field("count", sql::type_int, 0),
+    sql::Field(),
+};
+
+class TableWriterTest : public DatabaseTest
+{
+protected:
+    TableWriterTest()
+    {
+        setTraceLevel(3);
+        run("create table item (id INTEGER PRIMARY KEY, name TEXT NOT NULL, price REAL, "
+            "active INTEGER, made INTEGER);"
+            "create table part (code TEXT PRIMARY KEY, count INTEGER);"
+            "insert into item (id, name) values (1, 'Bolt'), (2, 'Nut')");
+    }
+    ~TableWriterTest() override { versionNumber = SQLITE_VERSION_NUMBER; }
+
+    sql::Record item(sql::integer id, const std::string& name) const
+    {
+        sql::Record record(items.fields());
+        record.setInteger("id", id);
+        record.setString("name", name);
+        return record;
+    }
+    sql::Record part(const std::string& code, sql::integer count) const
+    {
+        sql::Record record(parts.fields());
+        record.setString("code", code);
+        record.setInteger("count", count);
+        return record;
+    }
+    void setItem(sql::integer id, const std::string& name)
+    {
+        writer.setInteger(0, id);
+        writer.setString(1, name);
+    }
+    /// The cells of a row as SQL.
+    std::string row(const std::string& id)
+    {
+        return cell("select quote(id) || ' ' || quote(name) || ' ' || quote(price) || ' ' || "
+                    "quote(active) || ' ' || quote(made) from item where id = " +
+                    id);
+    }
+    std::string ids() { return cell("select group_concat(id, ' ') from item"); }
+    std::string partRows()
+    {
+        return cell("select group_concat(code || '=' || count, ' ') from (select * from part "
+                    "order by code)");
+    }
+
+    static std::string refusedToWrite(const std::string& table, const Refusal& refusal)
+    {
+        const Source source = companionSource("SqlTableWriter");
+        return together({
+            source.error("fail", "Failed to write to table '%s'", table.c_str()),
+            source.error("fail", "  rc=%d=%s: %s", refusal.rc, refusal.name, refusal.text),
+        });
+    }
+    void expectRefused(const Refusal& refusal)
+    {
+        EXPECT_EQ(std::to_string(refusal.rc) + ": " + refusal.text, words(writer.error()));
+        EXPECT_EQ(0, writer.changes());
+        EXPECT_EQ(trace({refusedToWrite("item", refusal)}), recordedDiagnostics());
+    }
+
+    sql::Table items{db, "item", itemFields};
+    sql::Table parts{db, "part", partFields};
+    sql::TableWriter writer{items};
+    sql::TableWriter partWriter{parts};
+};
+
+const char* const insertItem =
+    "insert into item (id, name, price, active, made) values (?1, ?2, ?3, ?4, ?5)";
+
+// Records
+
+TEST_F(TableWriterTest, InsertAddsARow)
+{
+    sql::Record record = item(7, "Screw");
+    record.setDouble("price", 0.1);
+    record.setBool("active", true);
+    record.setTime("made", sql::Time(1000));
+    EXPECT_TRUE(writer.insert(record));
+    EXPECT_EQ("7 'Screw' 0.1 1 1000", row("7"));
+    EXPECT_EQ(1, writer.changes());
+    EXPECT_EQ(7, writer.insertId());
+    EXPECT_EQ("none", words(writer.error()));
+    EXPECT_EQ("", recordedDiagnostics());
+}
+
+TEST_F(TableWriterTest, UpdateChangesTheRowOfTheKey)
+{
+    EXPECT_TRUE(writer.update(item(2, "Washer")));
+    EXPECT_EQ("2 'Washer' NULL NULL NULL", row("2"));
+    EXPECT_EQ("1 'Bolt' NULL NULL NULL", row("1"));
+    EXPECT_EQ(1, writer.changes());
+    EXPECT_EQ(0, writer.insertId());
+}
+
+TEST_F(TableWriterTest, UpdateWithoutSuchARowIsTrue)
+{
+    EXPECT_TRUE(writer.update(item(9, "Washer")));
+    EXPECT_EQ(0, writer.changes());
+    EXPECT_EQ("1 2", ids());
+    sql::Record keyless = item(0, "Washer");
+    keyless.setNull("id");
+    EXPECT_TRUE(writer.update(keyless));
+    EXPECT_EQ(0, writer.changes());
+}
+
+TEST_F(TableWriterTest, EachKindIsCompiledOnce)
+{
+    setTraceLevel(8);
+    EXPECT_TRUE(writer.insert(item(3, "a")));
+    EXPECT_TRUE(writer.insert(item(4, "b")));
+    EXPECT_TRUE(writer.update(item(3, "c")));
+    EXPECT_TRUE(writer.update(item(4, "d")));
+    EXPECT_TRUE(writer.upsert(item(3, "e")));
+    EXPECT_TRUE(writer.upsert(item(4, "f")));
+    EXPECT_TRUE(writer.erase(3));
+    EXPECT_TRUE(writer.erase(4));
+    EXPECT_EQ(trace({prepared(insertItem),
+                     prepared("update item set name=?2, price=?3, active=?4, made=?5 where id=?1"),
+                     prepared(std::string(insertItem) +
+                              " on conflict(id) do update set name=?2, price=?3, active=?4, "
+                              "made=?5"),
+                     prepared("delete from item where id=?1")}),
+              recordedDiagnostics());
+}
+
+TEST_F(TableWriterTest, RecordOfAnotherColumnSetOfTheSameNamesIsTaken)
+{
+    const sql::FieldSet same(itemFields);
+    sql::Record record(same);
+    record.setInteger(0, 7);
+    record.setString(1, "Screw");
+    EXPECT_TRUE(writer.insert(record));
+    EXPECT_EQ("7 'Screw' NULL NULL NULL", row("7"));
+}
+
+TEST_F(TableWriterTest, RecordOfAnotherTableIsRefused)
+{
+    const Refusal refusal = {20, "SQLITE_MISMATCH", "the record has other columns than the table"};
+    EXPECT_FALSE(writer.insert(part("A-17", 1)));
+    expectRefused(refusal);
+    EXPECT_FALSE(writer.update(part("A-17", 1)));
+    expectRefused(refusal);
+    EXPECT_FALSE(writer.upsert(part("A-17", 1)));
+    expectRefused(refusal);
+
+    const sql::Field swapped[] = {itemFields[1], itemFields[0], itemFields[2],
+                                  itemFields[3], itemFields[4], sql::Field()};
+    const sql::FieldSet otherOrder(swapped);
+    sql::Record record(otherOrder);
+    EXPECT_FALSE(writer.insert(record));
+    expectRefused(refusal);
+    EXPECT_EQ("1 2", ids());
+}
+
+TEST_F(TableWriterTest, WritingARecordLeavesTheCells)
+{
+    setItem(7, "Cell");
+    writer.setDouble("price", 1.5);
+    EXPECT_TRUE(writer.insert(item(8, "Record")));
+    EXPECT_FALSE(writer.insert(item(8, "Record")));
+    EXPECT_FALSE(writer.insert(part("A-17", 1)));
+    EXPECT_TRUE(writer.insert());
+    EXPECT_EQ("7 'Cell' 1.5 NULL NULL", row("7"));
+}
+
+// Upsert, in one statement and in two
+
+class UpsertTest : public TableWriterTest, public ::testing::WithParamInterface<bool>
+{
+protected:
+    UpsertTest()
+    {
+        if (GetParam())
+            versionNumber = 3023001;
+    }
+    bool isOld() const { return GetParam(); }
+};
+
+TEST_P(UpsertTest, AddsARowThatIsNotThere)
+{
+    EXPECT_TRUE(writer.upsert(item(7, "Screw")));
+    EXPECT_EQ("7 'Screw' NULL NULL NULL", row("7"));
+    EXPECT_EQ(1, writer.changes());
+    EXPECT_EQ(7, writer.insertId());
+    EXPECT_EQ("", recordedDiagnostics());
+}
+
+TEST_P(UpsertTest, UpdatesARowThatIsThere)
+{
+    EXPECT_TRUE(writer.insert(item(7, "Screw")));
+    EXPECT_TRUE(writer.upsert(item(2, "Washer")));
+    EXPECT_EQ("2 'Washer' NULL NULL NULL", row("2"));
+    EXPECT_EQ(1, writer.changes());
+    EXPECT_EQ(2, writer.insertId());
+    EXPECT_EQ("1 2 7", ids());
+}
+
+TEST_P(UpsertTest, GivesANumberToANullKey)
+{
+    writer.setString("name", "Screw");
+    EXPECT_TRUE(writer.upsert());
+    EXPECT_EQ(3, writer.insertId());
+    EXPECT_TRUE(writer.upsert());
+    EXPECT_EQ(4, writer.insertId());
+    EXPECT_EQ("1 2 3 4", ids());
+}
+
+TEST_P(UpsertTest, TakesATextKeyWhateverItHolds)
+{
+    for (const char* code : {"A-17", "code", "3/4\"", "1 or 1=1", "it's", ""}) {
+        EXPECT_TRUE(partWriter.upsert(part(code, 1))) << code;
+        EXPECT_TRUE(partWriter.upsert(part(code, 2))) << code;
+    }
+    EXPECT_EQ("=2 1 or 1=1=2 3/4\"=2 A-17=2 code=2 it's=2", partRows());
+    EXPECT_EQ(0, partWriter.insertId());
+}
+
+TEST_P(UpsertTest, LeavesNoTransaction)
+{
+    EXPECT_TRUE(writer.upsert(item(7, "Screw")));
+    EXPECT_NE(0, sqlite3_get_autocommit(db));
+    sql::Record nameless = item(8, "");
+    nameless.setNull("name");
+    EXPECT_FALSE(writer.upsert(nameless));
+    EXPECT_NE(0, sqlite3_get_autocommit(db));
+    EXPECT_EQ("1299: NOT NULL constraint failed: item.name", words(writer.error()));
+    EXPECT_EQ(0, writer.changes());
+    EXPECT_EQ(7, writer.insertId());
+}
+
+TEST_P(UpsertTest, BelongsToTheTransactionAroundIt)
+{
+    run("begin");
+    EXPECT_TRUE(writer.upsert(item(7, "Screw")));
+    EXPECT_TRUE(writer.upsert(item(1, "Screw")));
+    EXPECT_EQ(0, sqlite3_get_autocommit(db));
+    run("rollback");
+    EXPECT_EQ("1 2", ids());
+    EXPECT_EQ("1 'Bolt' NULL NULL NULL", row("1"));
+}
+
+TEST_P(UpsertTest, OtherUniqueColumnsAreNotOverwritten)
+{
+    run("create unique index names on item(name)");
+    EXPECT_FALSE(writer.upsert(item(7, "Nut")));
+    EXPECT_EQ("2067: UNIQUE constraint failed: item.name", words(writer.error()));
+    EXPECT_EQ("1 2", ids());
+}
+
+TEST_P(UpsertTest, ChangesTableOfKeysAlone)
+{
+    run("create table key (id INTEGER PRIMARY KEY)");
+    const sql::Field fields[] = {itemFields[0], sql::Field()};
+    sql::Table keys(db, "key", fields);
+    sql::TableWriter keyWriter(keys);
+    keyWriter.setInteger(0, 5);
+    EXPECT_TRUE(keyWriter.update());
+    EXPECT_EQ(0, keyWriter.changes());
+    EXPECT_TRUE(keyWriter.upsert());
+    EXPECT_EQ(1, keyWriter.changes());
+    EXPECT_TRUE(keyWriter.upsert());
+    EXPECT_EQ(1, keyWriter.changes());
+    EXPECT_TRUE(keyWriter.update());
+    EXPECT_EQ(1, keyWriter.changes());
+    EXPECT_EQ("1", cell("select count(*) from key"));
+}
+
+INSTANTIATE_TEST_SUITE_P(InOneStatementAndInTwo, UpsertTest, ::testing::Bool());
+
+class BusyUpsertTest : public FileTest, public ::testing::WithParamInterface<bool>
+{
+protected:
+    BusyUpsertTest()
+    {
+        mine.run("create table item (id INTEGER PRIMARY KEY, name TEXT NOT NULL, price REAL, "
+                 "active INTEGER, made INTEGER)");
+        if (GetParam())
+            versionNumber = 3007015;
+    }
+    ~BusyUpsertTest() override { versionNumber = SQLITE_VERSION_NUMBER; }
+};
+
+TEST_P(BusyUpsertTest, LeavesTheWriterUsable)
+{
+    sql::Table items(mine.db, "item", itemFields);
+    sql::TableWriter writer(items);
+    writer.setInteger(0, 1);
+    writer.setString(1, "Bolt");
+    EXPECT_TRUE(writer.upsert());
+    for (const char* lock : {"begin immediate", "begin; select * from item"}) {
+        other.run(lock);
+        writer.setInteger(0, 2);
+        EXPECT_FALSE(writer.upsert());
+        EXPECT_EQ("5: database is locked", words(writer.error()));
+        EXPECT_EQ(0, writer.changes());
+        EXPECT_EQ(1, writer.insertId());
+        EXPECT_NE(0, sqlite3_get_autocommit(mine.db));
+        other.run("commit");
+    }
+    EXPECT_EQ("1", other.cell("select count(*) from item"));
+    EXPECT_TRUE(writer.upsert());
+    EXPECT_EQ("2", other.cell("select count(*) from item"));
+}
+
+INSTANTIATE_TEST_SUITE_P(InOneStatementAndInTwo, BusyUpsertTest, ::testing::Bool());
+
+// Cells
+
+TEST_F(TableWriterTest, CellsAreSetByColumnAndByName)
+{
+    writer.setInteger(0, 7);
+    writer.setString(1, "Screw");
+    writer.setDouble(2, 1.0 / 3);
+    writer.setBool(3, true);
+    writer.setTime(4, sql::Time(1000));
+    EXPECT_TRUE(writer.insert());
+    EXPECT_EQ("7 'Screw' 1 1 1000",
+              cell("select id || ' ' || quote(name) || ' ' || (price = 1.0/3) || "
+                   "' ' || active || ' ' || made from item where id = 7"));
+    writer.setInteger("id", 8);
+    writer.setString("name", "Nail");
+    writer.setDouble("price", -0.5);
+    writer.setBool("active", false);
+    writer.setTime("made", sql::Time(-1));
+    EXPECT_TRUE(writer.insert());
+    EXPECT_EQ("8 'Nail' -0.5 0 -1", row("8"));
+    writer.setInteger("id", 9);
+    writer.setNull(2);
+    writer.setNull("made");
+    EXPECT_TRUE(writer.insert());
+    EXPECT_EQ("9 'Nail' NULL 0 NULL", row("9"));
+}
+
+TEST_F(TableWriterTest, CellsAreNullAtFirstAndStaySet)
+{
+    EXPECT_FALSE(writer.insert());
+    EXPECT_EQ("1299: NOT NULL constraint failed: item.name", words(writer.error()));
+    writer.setString("name", "Screw");
+    EXPECT_TRUE(writer.insert());
+    EXPECT_TRUE(writer.insert());
+    EXPECT_EQ("3 'Screw' NULL NULL NULL", row("3"));
+    EXPECT_EQ("4 'Screw' NULL NULL NULL", row("4"));
+}
+
+TEST_F(TableWriterTest, ClearMakesEveryCellNull)
+{
+    setItem(7, "Screw");
+    writer.setDouble(2, 1);
+    writer.clear();
+    writer.setString(1, "Nail");
+    EXPECT_TRUE(writer.insert());
+    EXPECT_EQ("3 'Nail' NULL NULL NULL", row("3"));
+}
+
+TEST_F(TableWriterTest, CellsUpdateAndErase)
+{
+    setItem(2, "Washer");
+    EXPECT_TRUE(writer.update());
+    EXPECT_EQ("2 'Washer' NULL NULL NULL", row("2"));
+    EXPECT_TRUE(writer.erase(2));
+    EXPECT_EQ(1, writer.changes());
+    EXPECT_EQ("1", ids());
+    EXPECT_TRUE(writer.erase(2));
+    EXPECT_EQ(0, writer.changes());
+}
+
+TEST_F(TableWriterTest, TextsAreStoredWholeWithNulBytes)
+{
+    setItem(7, std::string("a\0b\0", 4));
+    EXPECT_TRUE(writer.insert());
+    EXPECT_EQ("61006200", cell("select hex(name) from item where id = 7"));
+    EXPECT_TRUE(writer.insert(item(8, std::string("\0", 1))));
+    EXPECT_EQ("00", cell("select hex(name) from item where id = 8"));
+}
+
+TEST_F(TableWriterTest, TextOfACellInANumberColumnIsStoredAsSqliteDoes)
+{
+    setItem(7, "Screw");
+    writer.setString("price", "2.50");
+    EXPECT_TRUE(writer.insert());
+    EXPECT_EQ("7 'Screw' 2.5 NULL NULL", row("7"));
+    setItem(8, "Screw");
+    writer.setString("price", "cheap");
+    EXPECT_TRUE(writer.insert());
+    EXPECT_EQ("8 'Screw' 'cheap' NULL NULL", row("8"));
+}
+
+TEST_F(TableWriterTest, ColumnIsFoundByName)
+{
+    EXPECT_EQ(0, writer.column("id"));
+    EXPECT_EQ(4, writer.column("made"));
+    EXPECT_EQ(-1, writer.column("Made"));
+    EXPECT_EQ(-1, writer.column(""));
+    EXPECT_EQ("", recordedDiagnostics());
+}
+
+TEST_F(TableWriterTest, ColumnThatIsNotThereFailsTheNextWriteOfTheCells)
+{
+    const Refusal range = {25, "SQLITE_RANGE", "a cell was set of a column that is not there"};
+    setItem(7, "Screw");
+    for (int column : {5, -1, 1000}) {
+        writer.setInteger(column, 1);
+        EXPECT_FALSE(writer.insert());
+        expectRefused(range);
+    }
+    writer.setNull("none");
+    EXPECT_FALSE(writer.update());
+    expectRefused(range);
+    writer.setString(9, "none");
+    EXPECT_FALSE(writer.upsert());
+    expectRefused(range);
+    writer.setDouble("none", 1);
+    EXPECT_TRUE(writer.insert(item(8, "Record")));
+    EXPECT_TRUE(writer.erase(8));
+    EXPECT_FALSE(writer.insert());
+    expectRefused(range);
+    EXPECT_TRUE(writer.insert());
+    EXPECT_EQ("1 2 7", ids());
+    writer.setBool("none", true);
+    writer.clear();
+    setItem(8, "Nail");
+    EXPECT_TRUE(writer.insert());
+}
+
+TEST_F(TableWriterTest, NumbersThatSqliteCannotStoreFailEveryWriteOfTheCells)
+{
+    const double infinity = std::numeric_limits<double>::infinity();
+    for (double number : {std::nan(""), infinity, -infinity}) {
+        setItem(7, "Screw");
+        writer.setDouble("price", number);
+        for (int i = 0; i < 2; ++i) {
+            EXPECT_FALSE(writer.insert());
+            expectRefused({20, "SQLITE_MISMATCH", "SQLite stores neither NaN nor infinities"});
+        }
+        EXPECT_FALSE(writer.upsert());
+        EXPECT_FALSE(writer.update());
+        EXPECT_EQ(20, writer.error().code());
+        EXPECT_TRUE(writer.insert(item(8, "Record")));
+        EXPECT_TRUE(writer.erase(8));
+        EXPECT_FALSE(writer.insert());
+        writer.setDouble("price", 1);
+        EXPECT_TRUE(writer.insert());
+        EXPECT_TRUE(writer.erase(7));
+        recorded();
+    }
+    writer.setDouble("price", std::nan(""));
+    writer.clear();
+    setItem(7, "Screw");
+    EXPECT_TRUE(writer.insert());
+    EXPECT_EQ("7 'Screw' NULL NULL NULL", row("7"));
+}
+
+// Numbers of records
+
+class RecordNumberTest : public TableWriterTest
+{
+};
+
+TEST_F(RecordNumberTest, WhatIsNoDecimalNumberIsRefused)
+{
+    for (const char* text :
+         {"abc",  "",   "1e",  "1e+",   "nan",  "inf",   "-inf", "2+3",  "true", "null",
+          "0x1F", " 7", "7 ",  "'x'",   "7)--", "--7",   "+-7",  "- 7",  "+",    "-",
+          ".",    "e5", ".e5", "1_000", "7;",   "1.2.3", "7\n",  "1e5.0"}) {
+        sql::Record record = item(7, "Screw");
+        record.setString("price", text);
+        EXPECT_FALSE(writer.insert(record)) << text;
+        const std::string error =
+            "column price takes one decimal number, not '" + std::string(text) + "'";
+        expectRefused({20, "SQLITE_MISMATCH", error.c_str()});
+    }
+    sql::Record record = item(7, "Screw");
+    record.setString("price", std::string("7\0", 2));
+    EXPECT_FALSE(writer.insert(record));
+    EXPECT_EQ(20, writer.error().code());
+    record.setDouble("price", std::nan(""));
+    EXPECT_FALSE(writer.insert(record));
+    record.setDouble("price", std::numeric_limits<double>::infinity());
+    EXPECT_FALSE(writer.insert(record));
+    EXPECT_EQ("1 2", ids());
+}
+
+TEST_F(RecordNumberTest, EveryNumberColumnRefuses)
+{
+    for (const char* column : {"id", "price", "active", "made"}) {
+        sql::Record record = item(7, "Screw");
+        if (std::string(column) == "made") // a time reads any text as a number
+            record.initColumnValue(4, "abc", sql::type_text);
+        else
+            record.setString(column, "abc");
+        EXPECT_FALSE(writer.insert(record));
+        EXPECT_FALSE(writer.update(record));
+        EXPECT_FALSE(writer.upsert(record));
+        EXPECT_EQ(20, writer.error().code()) << column;
+    }
+}
+
+TEST_F(RecordNumberTest, TimeThatIsNoNumberIs0)
+{
+    sql::Record record = item(7, "Screw");
+    record.setString("made", "abc");
+    EXPECT_TRUE(writer.insert(record));
+    EXPECT_EQ("7 'Screw' NULL NULL 0", row("7"));
+}
+
+// Keys
+
+TEST_F(TableWriterTest, TextKeysHitTheRightRowAlone)
+{
+    for (const char* code : {"A-17", "code", "3/4\"", "1 or 1=1"})
+        EXPECT_TRUE(partWriter.insert(part(code, 1)));
+    EXPECT_TRUE(partWriter.update(part("code", 2)));
+    EXPECT_EQ(1, partWriter.changes());
+    EXPECT_TRUE(partWriter.update(part("1 or 1=1", 3)));
+    EXPECT_EQ(1, partWriter.changes());
+    EXPECT_EQ("1 or 1=1=3 3/4\"=1 A-17=1 code=2", partRows());
+    EXPECT_TRUE(partWriter.erase("3/4\""));
+    EXPECT_EQ(1, partWriter.changes());
+    EXPECT_TRUE(partWriter.erase("count"));
+    EXPECT_EQ(0, partWriter.changes());
+    EXPECT_EQ("1 or 1=1=3 A-17=1 code=2", partRows());
+    EXPECT_EQ("", recordedDiagnostics());
+}
+
+TEST_F(TableWriterTest, EveryKeyColumnIsCompared)
+{
+    run("create table place (shelf INTEGER, box TEXT, item INTEGER, PRIMARY KEY (shelf, box));"
+        "insert into place values (1, 'a', 10), (1, 'b', 11), (2, 'a', 12)");
+    const sql::Field fields[] = {sql::Field("shelf", sql::type_int, sql::flag_primary_key),
+                                 sql::Field("box", sql::type_text, sql::flag_primary_key),
+                                 sql::Field("item", sql::type_int, 0), sql::Field()};
+    sql::Table places(db, "place", fields);
+    sql::TableWriter placeWriter(places);
+    placeWriter.setInteger(0, 1);
+    placeWriter.setString(1, "b");
+    placeWriter.setInteger(2, 99);
+    EXPECT_TRUE(placeWriter.update());
+    EXPECT_EQ(1, placeWriter.changes());
+    placeWriter.setString(1, "c");
+    EXPECT_TRUE(placeWriter.upsert());
+    placeWriter.setInteger(2, 98);
+    EXPECT_TRUE(placeWriter.upsert());
+    EXPECT_EQ("10 99 98 12", cell("select group_concat(item, ' ') from (select item from place "
+                                  "order by shelf, box)"));
+    EXPECT_EQ(0, placeWriter.insertId());
+    EXPECT_FALSE(placeWriter.erase(1));
+    EXPECT_EQ("21: the description has not exactly one key column", words(placeWriter.error()));
+    EXPECT_FALSE(placeWriter.erase("a"));
+    EXPECT_EQ(21, placeWriter.error().code());
+    EXPECT_EQ("4", cell("select count(*) from place"));
+}
+
+TEST_F(TableWriterTest, WithoutAKeyColumnRowsAreOnlyAdded)
+{
+    run("create table note (text TEXT)");
+    sql::Table notes(db, "note", sql::FieldSet({sql::Field("text", sql::type_text, 0)}));
+    sql::TableWriter noteWriter(notes);
+    noteWriter.setString(0, "a");
+    EXPECT_TRUE(noteWriter.insert());
+    EXPECT_EQ(0, noteWriter.insertId());
+    EXPECT_FALSE(noteWriter.update());
+    EXPECT_EQ("21: the description has no key column", words(noteWriter.error()));
+    EXPECT_FALSE(noteWriter.upsert());
+    EXPECT_EQ("21: the description has no key column", words(noteWriter.error()));
+    EXPECT_FALSE(noteWriter.erase(1));
+    EXPECT_EQ("21: the description has not exactly one key column", words(noteWriter.error()));
+    EXPECT_EQ("1", cell("select count(*) from note"));
+}
+
+TEST_F(TableWriterTest, WithoutColumnsNothingIsWritten)
+{
+    sql::Table bare("item");
+    EXPECT_TRUE(bare.initTable(db, nullptr));
+    sql::TableWriter bareWriter(bare);
+    EXPECT_FALSE(bareWriter.insert());
+    EXPECT_EQ("21: the description has no columns", words(bareWriter.error()));
+}
+
+// Insert ids and changes
+
+TEST_F(TableWriterTest, InsertIdIsThatOfTheLastRowWritten)
+{
+    EXPECT_EQ(0, writer.insertId());
+    EXPECT_TRUE(writer.insert(item(7, "a")));
+    EXPECT_EQ(7, writer.insertId());
+    run("insert into item values (100, 'other', null, null, null)");
+    EXPECT_TRUE(writer.update(item(1, "a")));
+    EXPECT_EQ(7, writer.insertId());
+    EXPECT_TRUE(writer.erase(1));
+    EXPECT_EQ(7, writer.insertId());
+    EXPECT_FALSE(writer.insert(item(7, "a")));
+    EXPECT_EQ(7, writer.insertId());
+    EXPECT_TRUE(writer.upsert(item(2, "a")));
+    EXPECT_EQ(2, writer.insertId());
+    sql::Record numbered = item(0, "a");
+    numbered.setNull("id");
+    EXPECT_TRUE(writer.insert(numbered));
+    EXPECT_EQ(101, writer.insertId());
+    writer.close();
+    EXPECT_EQ(101, writer.insertId());
+}
+
+TEST_F(TableWriterTest, InsertIdIsTheKeyHoweverItIsWritten)
+{
+    const std::pair<const char*, sql::integer> keys[] = {
+        {"007", 7},
+        {"1e3", 1000},
+        {"+8", 8},
+        {"11.0", 11},
+        {"-5", -5},
+        {"9223372036854775807", 9223372036854775807},
+        {"00000000000000000000000012", 12}};
+    for (const auto& key : keys) {
+        sql::Record record = item(0, "a");
+        record.setString("id", key.first);
+        EXPECT_TRUE(writer.insert(record)) << key.first;
+        EXPECT_EQ(key.second, writer.insertId());
+        EXPECT_EQ("1", cell("select count(*) from item where id = " + std::to_string(key.second)));
+        EXPECT_TRUE(writer.upsert(record)) << key.first;
+        EXPECT_EQ(key.second, writer.insertId());
+    }
+    writer.setString("name", "a");
+    writer.setDouble("id", 21);
+    EXPECT_TRUE(writer.insert());
+    EXPECT_EQ(21, writer.insertId());
+    writer.setString("id", "22");
+    EXPECT_TRUE(writer.insert());
+    EXPECT_EQ(22, writer.insertId());
+}
+
+TEST_F(TableWriterTest, InsertIdOfATableWithoutRowidIsItsKey)
+{
+    run("create table bare (id INTEGER PRIMARY KEY, name TEXT) without rowid");
+    const sql::Field fields[] = {itemFields[0], sql::Field("name", sql::type_text, 0),
+                                 sql::Field()};
+    sql::Table table(db, "bare", fields);
+    sql::TableWriter bare(table);
+    EXPECT_TRUE(writer.insert(item(7, "a")));
+    bare.setInteger(0, 42);
+    EXPECT_TRUE(bare.insert());
+    EXPECT_EQ(42, bare.insertId());
+}
+
+TEST_F(TableWriterTest, ChangesOfTriggersDoNotCount)
+{
+    run("create table log (text); create trigger logged after insert on item begin "
+        "insert into log values (new.name); insert into log values (new.name); end");
+    EXPECT_TRUE(writer.insert(item(7, "a")));
+    EXPECT_EQ(1, writer.changes());
+    EXPECT_EQ(7, writer.insertId());
+    EXPECT_EQ("2", cell("select count(*) from log"));
+}
+
+// Failures
+
+TEST_F(TableWriterTest, FailureOfSqliteIsLoggedWithItsStatement)
+{
+    EXPECT_FALSE(writer.insert(item(2, "Twice")));
+    EXPECT_EQ("1555: UNIQUE constraint failed: item.id", words(writer.error()));
+    EXPECT_EQ(0, writer.changes());
+    EXPECT_EQ(
+        trace({failed(insertItem, {19, "SQLITE_CONSTRAINT", "UNIQUE constraint failed: item.id"})}),
+        recordedDiagnostics());
+    EXPECT_TRUE(writer.insert(item(3, "Once")));
+    EXPECT_EQ("none", words(writer.error()));
+}
+
+TEST_F(TableWriterTest, TableThatIsGoneIsAnErrorUntilItIsBack)
+{
+    sql::Table pets(db, "pet", itemFields);
+    sql::TableWriter petWriter(pets);
+    petWriter.setString(1, "Cat");
+    EXPECT_FALSE(petWriter.insert());
+    EXPECT_EQ("1: no such table: pet", words(petWriter.error()));
+    run("create table pet (made, price, active, id INTEGER PRIMARY KEY, name TEXT)");
+    EXPECT_TRUE(petWriter.insert());
+    run("drop table pet");
+    EXPECT_FALSE(petWriter.insert());
+    EXPECT_EQ("1: no such table: pet", words(petWriter.error()));
+    run("create table pet (id INTEGER PRIMARY KEY, name TEXT, made, price, active, extra)");
+    EXPECT_TRUE(petWriter.insert());
+    EXPECT_EQ("Cat", cell("select name from pet"));
+}
+
+TEST_F(TableWriterTest, LeavesNoLock)
+{
+    EXPECT_TRUE(writer.insert(item(7, "a")));
+    EXPECT_FALSE(writer.insert(item(7, "a")));
+    EXPECT_TRUE(writer.update(item(7, "a")));
+    EXPECT_TRUE(writer.upsert(item(7, "a")));
+    EXPECT_TRUE(writer.erase(7));
+    EXPECT_TRUE(items.remove());
+}
+
+TEST_F(TableWriterTest, CloseCompilesAgain)
+{
+    setItem(7, "Kept");
+    EXPECT_TRUE(writer.insert());
+    writer.close();
+    setTraceLevel(8);
+    EXPECT_TRUE(writer.erase(7));
+    EXPECT_TRUE(writer.insert());
+    EXPECT_EQ(trace({prepared("delete from item where id=?1"), prepared(insertItem)}),
+              recordedDiagnostics());
+    EXPECT_EQ("7 'Kept' NULL NULL NULL", row("7"));
+}
+
+TEST_F(TableWriterTest, TableMayGetItsConnectionLate)
+{
+    sql::Table late("item");
+    sql::TableWriter lateWriter(late);
+    EXPECT_FALSE(lateWriter.insert());
+    EXPECT_EQ("21: no connection", words(lateWriter.error()));
+    EXPECT_EQ(trace({notPrepared()}), recordedDiagnostics());
+    EXPECT_TRUE(late.initTable(db, itemFields));
+    lateWriter.setString("name", "Late");
+    EXPECT_TRUE(lateWriter.insert());
+    EXPECT_EQ(3, lateWriter.insertId());
+}
+
+TEST_F(TableWriterTest, NullConnectionIsReportedOnceByEachWrite)
+{
+    sql::Table unconnected(nullptr, "item", itemFields);
+    sql::TableWriter nowhere(unconnected);
+    const sql::Record record = item(7, "a");
+    nowhere.setInteger(0, 7);
+    const auto expectReport = [&](bool written) {
+        EXPECT_FALSE(written);
+        EXPECT_EQ("21: no connection", words(nowhere.error()));
+        EXPECT_EQ(trace({notPrepared()}), recordedDiagnostics());
+    };
+    expectReport(nowhere.insert(record));
+    expectReport(nowhere.update(record));
+    expectReport(nowhere.upsert(record));
+    expectReport(nowhere.insert());
+    expectReport(nowhere.update());
+    expectReport(nowhere.upsert());
+    expectReport(nowhere.erase(7));
+    expectReport(nowhere.erase("7"));
+    versionNumber = 3007015;
+    expectReport(nowhere.upsert());
+    EXPECT_EQ(0, nowhere.insertId());
+    EXPECT_EQ(0, nowhere.changes());
+    EXPECT_EQ(0, nowhere.column("id"));
+    nowhere.clear();
+    nowhere.close();
+}
+
+TEST_F(TableWriterTest, DatabaseThatIsClosedTooEarlyStaysOpen)
+{
+    sql::Database database;
+    ASSERT_TRUE(database.open(":memory:", sql::Database::read_write_create, false, 0));
+    sqlite3* const own = database.getHandle();
+    sql::Table table(own, "item", itemFields);
+    EXPECT_TRUE(table.create());
+    std::unique_ptr<sql::TableWriter> early(new sql::TableWriter(table));
+    early->setString(1, "a");
+    EXPECT_TRUE(early->insert());
+    recorded();
+    database.close();
+    EXPECT_EQ(
+        trace({Source("SqlDatabase").asserted("rc == SQLITE_OK", "void sql::Database::close()")}),
+        recordedDiagnostics());
+    EXPECT_TRUE(early->insert());
+    EXPECT_EQ(2, early->insertId());
+    early.reset();
+    EXPECT_EQ(SQLITE_OK, sqlite3_close(own));
+}
+
+// Memory
+
+TEST_F(TableWriterTest, ShortCellsTakeNoMemory)
+{
+    setItem(7, "Screw");
+    EXPECT_TRUE(writer.upsert());
+    const long before = allocations();
+    for (int i = 0; i < 100; ++i) {
+        setItem(i, "Nail");
+        writer.setDouble(2, 0.5 * i);
+        EXPECT_TRUE(writer.upsert());
+    }
+    EXPECT_EQ(before, allocations());
+}
+
+TEST_F(TableWriterTest, WithoutMemoryNothingIsThrown)
+{
+    const std::string longText(1000, 'x');
+    const sql::Record record = item(7, longText);
+    const sql::Record longer = item(7, longText + longText);
+    const auto expectNoMemory = [this](bool written) {
+        faults.allocationsLeft = -1;
+        EXPECT_FALSE(written);
+        EXPECT_EQ(7, writer.error().code());
+    };
+    faults.allocationsLeft = 0;
+    expectNoMemory(writer.insert(record)); // to compile
+    EXPECT_TRUE(writer.insert(record));
+    faults.allocationsLeft = 0;
+    expectNoMemory(writer.update(record));
+    EXPECT_TRUE(writer.update(record));
+    faults.allocationsLeft = 0;
+    expectNoMemory(writer.update(longer));
+}
+
+TEST_F(TableWriterTest, WithoutMemoryForACellWritesFailUntilCleared)
+{
+    setItem(7, "Screw");
+    const std::string longText(1000, 'x');
+    faults.allocationsLeft = 0;
+    writer.setString(1, longText);
+    faults.allocationsLeft = -1;
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_FALSE(writer.insert());
+        EXPECT_EQ("7: out of memory", words(writer.error()));
+    }
+    writer.clear();
+    setItem(7, longText);
+    EXPECT_TRUE(writer.insert());
+}
+
+TEST_F(TableWriterTest, WithoutMemoryForTheCellsWritesFailUntilCleared)
+{
+    faults.allocationsLeft = 0;
+    writer.setInteger(0, 7);
+    faults.allocationsLeft = -1;
+    EXPECT_FALSE(writer.insert());
+    EXPECT_EQ("7: out of memory", words(writer.error()));
+    writer.clear();
+    setItem(7, "Screw");
+    EXPECT_TRUE(writer.insert());
+}
+
+} // namespace
