@@ -1,4 +1,4 @@
-"""What the documentation tests read out of Markdown files."""
+"""Reads what the tests of the documents need from Markdown files."""
 
 import re
 
@@ -39,7 +39,7 @@ def rows(path, heading):
 
 
 def code(cell):
-    """What stands between the first and the last backtick of a cell."""
+    """The text between the first and the last backtick of a cell."""
     return cell[cell.index("`") + 1 : cell.rindex("`")]
 
 
