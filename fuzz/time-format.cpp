@@ -1,20 +1,57 @@
-// Any time and any pattern: a text of at most 127 bytes, or the empty one.
+// Any time and any pattern: the text that the C library makes of them, after arithmetic that wraps.
+
+#include <ctime>
 
 #include "Fuzz.h"
+
+namespace
+{
+
+// Of a buffer of 128 bytes, up to its first NUL. What is left there of a text that does not fit is
+// nobody's business.
+void requireFormat(const std::string& text, std::time_t seconds, const char* pattern)
+{
+    std::tm local;
+    if (!localtime_r(&seconds, &local)) {
+        fuzz::require(text.empty(), "no local time");
+        return;
+    }
+    char expected[128] = "";
+    const std::size_t size = std::strftime(expected, sizeof(expected), pattern, &local);
+    if (size > 0)
+        fuzz::require(text == expected, "as strftime has it");
+    else
+        fuzz::require(text.size() < sizeof(expected) && std::string(expected, 128).find(text) == 0,
+                      "as strftime leaves it");
+}
+
+} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     FuzzedDataProvider input(data, size);
-    sql::Time time(input.ConsumeIntegral<long long>());
-    time.addValue(input.ConsumeIntegral<long long>());
-    time.addMinutes(input.ConsumeIntegral<long long>());
-    time.addHours(input.ConsumeIntegral<long long>());
-    time.addDays(input.ConsumeIntegral<long long>());
+    std::int64_t numbers[5];
+    for (std::int64_t& number : numbers)
+        number = input.ConsumeIntegral<long long>();
+    sql::Time time(numbers[0]);
+    time.addValue(numbers[1]);
+    time.addMinutes(numbers[2]);
+    time.addHours(numbers[3]);
+    time.addDays(numbers[4]);
+    std::uint64_t sum = 0; // which wraps
+    const std::uint64_t factors[] = {1, 1, 60, 3600, 86400};
+    for (int i = 0; i < 5; ++i)
+        sum += static_cast<std::uint64_t>(numbers[i]) * factors[i];
+    const auto seconds = static_cast<std::time_t>(sum);
+    fuzz::require(time.getTime() == seconds && time.asInteger() == seconds, "the sum");
+
     const std::string pattern = fuzz::upToNul(input.ConsumeRemainingBytesAsString());
-    fuzz::require(time.format(pattern.c_str()).size() <= 127, "fits");
-    time.asString();
-    time.asDateString();
-    sql::Time same(time);
-    fuzz::require(time.diff(same) == 0.0 && time == same, "a copy is equal");
+    requireFormat(time.format(pattern.c_str()), seconds, pattern.c_str());
+    requireFormat(time.asString(), seconds, "%d-%m-%Y %H:%M:%S, %a");
+    requireFormat(time.asDateString(), seconds, "%d-%m-%Y");
+    requireFormat(time.asTimeString(), seconds, "%H:%M:%S");
+    sql::Time first(numbers[0]);
+    fuzz::require(time.diff(first) == std::difftime(seconds, numbers[0]), "the difference");
+    fuzz::require(time == first, "any two times are equal");
     return 0;
 }

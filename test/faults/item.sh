@@ -1,9 +1,7 @@
-# shellcheck shell=bash disable=SC2034
-# Sourced by the items that run the class tests. Such an item says which points it has, in `all`,
-# and where quick tries fewer of them, in `sample`. It defines `try POINT`, and ends in
+# shellcheck shell=bash disable=SC2034,SC2154
+# Sourced, after machine.sh, by the items that run the class tests. Such an item says which points it
+# has, in `all`, and where quick tries fewer of them, in `sample`. It defines `try POINT`, and ends in
 # `run_item "$@"`.
-
-. "$(dirname "${BASH_SOURCE[0]}")/../../scripts/lib/machine.sh"
 
 cases=0
 failures=0

@@ -1,0 +1,53 @@
+// Stands between the library and SQLite, and keeps what SQLite makes of each statement: what the
+// library makes of it can then be compared.
+
+#ifndef SQLW_TEST_SQLITE_WATCH_H
+#define SQLW_TEST_SQLITE_WATCH_H
+
+#include <string>
+#include <vector>
+
+#include "Sql.h"
+
+struct sqlite3;
+
+namespace platform
+{
+
+/// What SQLite made of one statement.
+struct Outcome
+{
+    struct Cell
+    {
+        bool null;
+        std::string text;
+    };
+
+    std::string sql;
+    bool succeeded = false;              ///< it ran to its end, or gave the one row asked of it
+    int number = 0;                      ///< the first cell of that row
+    std::vector<std::vector<Cell>> rows; ///< all of them, where rows are handed to a callback
+};
+
+/// Watches a connection as long as it lives. One at a time.
+class SqliteWatch
+{
+public:
+    explicit SqliteWatch(sqlite3* db);
+    ~SqliteWatch();
+    SqliteWatch(const SqliteWatch&) = delete;
+    SqliteWatch& operator=(const SqliteWatch&) = delete;
+
+    /// The statements since the last call.
+    std::vector<Outcome> taken();
+};
+
+/// Whether every statement succeeded.
+bool allSucceeded(const std::vector<Outcome>& outcomes);
+
+/// Whether a table holds the rows of an outcome, cell by cell.
+bool holds(sql::Table& table, const Outcome& outcome);
+
+} // namespace platform
+
+#endif
