@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""docs/diagnostics.md lists exactly what the sources log and report: diagnostics_test.py ROOT"""
+"""docs/diagnostics.md lists exactly what both libraries log and report: diagnostics_test.py ROOT"""
 
 import pathlib
 import re
@@ -72,26 +72,31 @@ def difference(kind, written, listed):
     return faults
 
 
-def main(root):
+def of_library(sources, document, whose):
+    """What differs between the sources of one library and its two tables."""
     lines, reports = [], []
-    for path in sorted((root / "components/sql/sqlwrapper/src").glob("*.*")):
+    for path in sorted(sources.glob("*.*")):
         of_path = of_source(path)
         lines += of_path[0]
         reports += of_path[1]
 
-    document = root / "docs/diagnostics.md"
     listed_lines = [
         (level, *map(markdown.code, cells))
-        for level, *cells in (row[:4] for row in markdown.rows(document, "Log lines"))
+        for level, *cells in (row[:4] for row in markdown.rows(document, f"Log lines{whose}"))
     ]
     listed_reports = [
-        tuple(map(markdown.code, row[:2])) for row in markdown.rows(document, "Assertion reports")
+        tuple(map(markdown.code, row[:2]))
+        for row in markdown.rows(document, f"Assertion reports{whose}")
     ]
+    print(f"{sources}: {len(set(lines))} log lines, {len(set(reports))} assertion reports")
+    return difference("log line", lines, listed_lines) + difference("report", reports, listed_reports)
 
-    faults = difference("log line", lines, listed_lines)
-    faults += difference("report", reports, listed_reports)
-    summary = f"{len(set(lines))} log lines and {len(set(reports))} assertion reports, all listed"
-    print("\n".join(faults) if faults else summary)
+
+def main(root):
+    document = root / "docs/diagnostics.md"
+    faults = of_library(root / "components/sql/sqlwrapper/src", document, "")
+    faults += of_library(root / "components/sql/sqlprepared/src", document, " of the companion")
+    print("\n".join(faults) if faults else "all listed")
     return 1 if faults else 0
 
 
