@@ -28,6 +28,11 @@ OPERATORS = {
 CONSTANTS = {
     "true": "false", "false": "true", "npos": "size_type()", "INT_MAX": "INT_MIN",
     "SQLITE_OK": "SQLITE_ERROR", "SQLITE_ERROR": "SQLITE_OK", "SQLITE_NOMEM": "SQLITE_ERROR",
+    "SQLITE_MISUSE": "SQLITE_ERROR", "SQLITE_MISMATCH": "SQLITE_ERROR",
+    "SQLITE_RANGE": "SQLITE_ERROR", "SQLITE_BUSY": "SQLITE_ERROR", "SQLITE_LOCKED": "SQLITE_ERROR",
+    "SQLITE_TOOBIG": "SQLITE_ERROR", "SQLITE_STATIC": "SQLITE_TRANSIENT",
+    "SQLITE_NULL": "SQLITE_TEXT", "SQLITE_INTEGER": "SQLITE_FLOAT",
+    "SQLITE_FLOAT": "SQLITE_INTEGER", "SQLITE_TEXT": "SQLITE_BLOB", "SQLITE_BLOB": "SQLITE_TEXT",
     "SQLITE_ROW": "SQLITE_DONE", "SQLITE_DONE": "SQLITE_ROW",
     "SQLITE_OPEN_READONLY": "SQLITE_OPEN_READWRITE",
     "SQLITE_OPEN_READWRITE": "SQLITE_OPEN_READONLY",
@@ -218,9 +223,9 @@ def function_regions(every, head, body, end):
             head += 1
         head += 1
     opening = every.find(head, "(")
-    name = re.compile(r"(static |const )*(.*?)([\w:]*(?:operator\S+|~?\w+))\($").match(
+    name = re.compile(r"(?:(?:static|const|SQLW_[A-Z]+) )*(.*?)([\w:]*(?:operator\S+|~?\w+))\($").match(
         every.text(head, opening + 1))
-    kind, function = (name.group(2).strip(), name.group(3)) if name else ("", "")
+    kind, function = (name.group(1).strip(), name.group(2)) if name else ("", "")
     regions = [Region(every.file, every.source, without_assertions(tokens[body + 1:end]), kind,
                       function)]
     colon = every.find(every.closing(opening) + 1, ":")
@@ -260,7 +265,7 @@ def constants(region):
             old = token.text[1:-1]
             new = '"' if old.startswith("\\") else chr(ord(old) + 1)
             yield region.change(i, i + 1, f"'{new}'", "constant")
-        elif token.text in CONSTANTS and region.text(max(i - 2, 0), i) != "SQLW_CASE(":
+        elif token.text in CONSTANTS:
             yield region.change(i, i + 1, CONSTANTS[token.text], "constant")
 
 
