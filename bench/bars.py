@@ -116,15 +116,17 @@ def over_baseline(counts, about):
     baseline = json.loads(BASELINE.read_text()).get(machine_of(about))
     if baseline is None:
         return [f"{BASELINE} has no counts of {machine_of(about)}: scripts/bench --accept WHY"]
-    faults = []
+    faults, missing = [], []
     for contestant, workloads in kept(counts).items():
         for workload, now in workloads.items():
             before = baseline["instructions"].get(contestant, {}).get(workload)
             if before is None:
-                faults.append(f"{BASELINE.name} has no count of {workload} of {contestant}")
+                missing.append(f"{workload} of {contestant}")
             elif now > GROWTH * before:
                 faults.append(f"{workload} of {contestant} has grown from {before:,} to {now:,} "
                               "instructions per row")
+    if missing:
+        faults.append(f"{BASELINE.name} has no count of {', '.join(missing)}")
     if faults and baseline["from"] != about:
         faults.append(f"(the baseline is from {baseline['from']}; this is {about})")
     if faults:
