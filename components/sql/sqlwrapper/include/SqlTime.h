@@ -43,7 +43,7 @@ public:
     /// exceeds 127 bytes.
     /// @{
 
-    /// As `strftime` renders `pattern`, which must not be null.
+    /// As `strftime` renders `pattern`, which must not be null, up to the first NUL.
     string format(const char* pattern) const;
     /// Such as "31-12-1999 23:59:59, Fri".
     string asString() const;

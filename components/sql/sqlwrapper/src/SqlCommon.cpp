@@ -255,7 +255,9 @@ string Time::format(const char* pattern) const
     }
     // Deliberate: A long format gives the empty text
     char text[128];
-    return string(text, std::strftime(text, sizeof(text), pattern, &local));
+    std::memset(text, '?', sizeof(text)); // strftime writes no NUL when the text does not fit
+    std::strftime(text, sizeof(text), pattern, &local);
+    return std::memchr(text, '\0', sizeof(text)) ? text : "";
 }
 
 string Time::asString() const

@@ -1,5 +1,6 @@
 #include "SqlRecord.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <iterator>
 
@@ -24,7 +25,8 @@ public:
     using reference = Value;
 
     Cells(const std::vector<Field>& fields, int count, const char* const* texts, size_t column)
-        : _fields(&fields), _count(static_cast<size_t>(count)), _texts(texts), _column(column)
+        : _fields(&fields), _count(static_cast<size_t>(std::max(count, 0))), _texts(texts),
+          _column(column)
     {}
 
     Value operator*() const

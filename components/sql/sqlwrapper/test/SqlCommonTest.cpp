@@ -2,6 +2,7 @@
 
 #include <climits>
 #include <cstdint>
+#include <future>
 #include <limits>
 #include <map>
 #include <sstream>
@@ -635,6 +636,25 @@ TEST(QuoteStrTest, LeavesItsArgumentAsItIs)
 TEST(QuoteStrTest, DoublesAMillionQuotes)
 {
     EXPECT_TRUE(std::string(2000000, '\'') == sql::quoteStr(std::string(1000000, '\'')));
+}
+
+// On two threads at once
+
+TEST(ThreadsTest, HelpersKeepTheTextsOfThreadsApart)
+{
+    const auto differing = [](char character) {
+        const std::string text = " " + std::string(1000, character) + "' ";
+        int different = 0;
+        for (int i = 0; i < 20000; ++i) {
+            different += sql::quoteStr(text) != " " + std::string(1000, character) + "'' ";
+            different += sql::trim(text) != std::string(1000, character) + "'";
+            different += sql::intToStr(character) != std::to_string(int(character));
+        }
+        return different;
+    };
+    std::future<int> other = std::async(std::launch::async, differing, 'a');
+    EXPECT_EQ(0, differing('b'));
+    EXPECT_EQ(0, other.get());
 }
 
 // Trimming

@@ -1,5 +1,6 @@
 #include "SqlRecordSet.h"
 
+#include <climits>
 #include <memory>
 #include <new>
 #include <string>
@@ -135,8 +136,12 @@ TEST_F(RecordSetTest, LeavesTheReportOfAMissingKeyToTheColumnSet)
 
 TEST_F(RecordSetTest, FieldsAreItsOwnColumnSet)
 {
-    EXPECT_EQ(&set.fields(), &set.fields());
-    EXPECT_NE(&item, &set.fields());
+    const sql::FieldSet* const own = &set.fields();
+    EXPECT_NE(&item, own);
+    EXPECT_EQ(item.dump(), own->dump());
+    EXPECT_TRUE(set.query("select 1, 'Bob'"));
+    EXPECT_EQ(own, set.getRecord(0)->fields());
+    EXPECT_EQ(own, &set.fields());
 }
 
 TEST_F(RecordSetTest, NewIsNotOk)
@@ -555,6 +560,32 @@ TEST_F(RecordSetTest, QueryAfterOneThatFailedIsOk)
     EXPECT_TRUE(set.isResultOk());
 }
 
+TEST_F(RecordSetTest, QueryThatFailsGivesTheExtendedCodeWhole)
+{
+    run("create table t (a unique); insert into t values (1)");
+    sqlite3_extended_result_codes(db, 1);
+    EXPECT_FALSE(set.query("insert into t values (1)"));
+    EXPECT_EQ(
+        executed("insert into t values (1)") +
+            failed("insert into t values (1)", 2067, "unknown", "UNIQUE constraint failed: t.a") +
+            freed,
+        recorded());
+}
+
+// Whatever the code, even when it comes after the last row.
+TEST_F(RecordSetTest, QueryFailsWithAnyCodeOfSQLiteAndKeepsTheRows)
+{
+    for (int rc = SQLITE_ERROR; rc <= SQLITE_IOERR_SHORT_READ; ++rc) {
+        faults.execResult = rc;
+        EXPECT_FALSE(set.query("select 7, 'Bob'"));
+        EXPECT_FALSE(set.isResultOk());
+        EXPECT_EQ("1. 7|Bob\r\n", set.toString());
+        EXPECT_EQ(executed("select 7, 'Bob'") + row("id = 7|name = Bob") +
+                      failed("select 7, 'Bob'", rc, sql::sqliteRc2Str(rc)),
+                  recorded());
+    }
+}
+
 class FailingRowTest : public RecordSetTest
 {
 protected:
@@ -746,6 +777,18 @@ TEST_F(RecordSetTest, RowCallbackAppendsARowAndAnswers0)
     EXPECT_EQ(0, addRow(set, {"7", "Bob"}));
     EXPECT_EQ(0, addRow(set, {"8", nullptr}));
     EXPECT_EQ("1. 7|Bob\r\n2. 8|null\r\n", set.toString());
+}
+
+TEST_F(RecordSetTest, RowCallbackTakesANegativeColumnCountAsNone)
+{
+    char seven[] = "7";
+    char* cells[] = {seven};
+    for (const int count : {-1, INT_MIN}) {
+        set.close();
+        EXPECT_EQ(0, sql::RecordSet::on_next_record(&set, count, cells, nullptr));
+        EXPECT_EQ(0, sql::RecordSet::on_next_record(&set, count, nullptr, nullptr));
+        EXPECT_EQ("1. null|null\r\n2. null|null\r\n", set.toString());
+    }
 }
 
 TEST_F(RecordSetTest, RowCallbackKnowsTheColumnsHoweverTheSetIsMade)

@@ -407,6 +407,24 @@ TEST_F(TableBackupFailureTest, SourceThatIsNotThereFailsAfterTheTableIsCreated)
     EXPECT_EQ(archiveDefinition, cell("select sql from sqlite_master where name = 'archive'"));
 }
 
+TEST_F(TableBackupFailureTest, SourceThatFailsMidwayIsNotCopied)
+{
+    run("create view worn as select id, name, iif(id = 3, abs(-9223372036854775808), age) as age "
+        "from people");
+    sql::Table worn(db, "worn", personFields);
+    EXPECT_FALSE(archive.backup(worn));
+    EXPECT_EQ(2, worn.recordCount());
+    EXPECT_EQ(
+        trace({
+            missed("archive"),
+            missed("archive"),
+            queried(archiveDefinition),
+            refused("select * from worn", {1, "SQLITE_ERROR", "integer overflow"}, {ada, bob}),
+        }),
+        recorded());
+    EXPECT_EQ("0", cell("select count(*) from archive"));
+}
+
 TEST_F(TableBackupFailureTest, SourceWithoutConnectionFailsAfterTheTableIsCreated)
 {
     sql::Table unconnected(nullptr, "people", personFields);

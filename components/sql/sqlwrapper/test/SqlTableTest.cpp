@@ -214,6 +214,17 @@ TEST_F(TableInitTest, ReplacesTheHandle)
     EXPECT_FALSE(people.open());
 }
 
+TEST_F(TableInitTest, NullHandleReplacesTheHandle)
+{
+    EXPECT_TRUE(people.initTable(nullptr, noFields));
+    EXPECT_EQ(nullptr, people.getHandle());
+    recorded();
+    EXPECT_FALSE(people.open());
+    EXPECT_EQ(trace({notConnected()}), recorded());
+    EXPECT_EQ(-1, people.totalRecordCount());
+    EXPECT_EQ(trace({source.asserted("_db", countSignature)}), recorded());
+}
+
 TEST_F(TableInitTest, FailsWithoutKeyAndKeepsTheColumns)
 {
     sql::Table named("people");

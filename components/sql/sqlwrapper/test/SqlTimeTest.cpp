@@ -516,6 +516,38 @@ TEST_F(TimeTest, LogsNothingForMoreThan127Bytes)
     EXPECT_EQ(trace({}), recorded());
 }
 
+// More than the text, and any count.
+template <std::size_t Count> std::size_t writeBytes(char* text, std::size_t size)
+{
+    std::string("1970\0more", 10).copy(text, size);
+    return Count;
+}
+
+TEST_F(TimeTest, FormatsUpToTheFirstNulWhateverStrftimeCounts)
+{
+    for (const auto strftime : {writeBytes<0>, writeBytes<2>, writeBytes<9>, writeBytes<1000>}) {
+        faults.strftime = strftime;
+        EXPECT_EQ("1970", sql::Time(0).format("%Y"));
+    }
+}
+
+TEST_F(TimeTest, GivesTheEmptyTextWhenStrftimeLeavesTheBufferAlone)
+{
+    faults.strftime = [](char*, std::size_t) { return std::size_t(4); };
+    EXPECT_EQ("", sql::Time(0).format("%Y"));
+}
+
+// As the C library leaves a text that does not fit.
+TEST_F(TimeTest, GivesTheEmptyTextWhenNoNulEndsTheBuffer)
+{
+    faults.strftime = [](char* text, std::size_t) { return std::string("1").copy(text, 1); };
+    EXPECT_EQ("", sql::Time(0).format("%Y"));
+    faults.strftime = [](char* text, std::size_t size) {
+        return std::string(size, 'x').copy(text, size);
+    };
+    EXPECT_EQ("", sql::Time(0).format("%Y"));
+}
+
 TEST_F(TimeTest, GivesTheEmptyTextAfterAnErrorLineWhenLocalTimeFails)
 {
     const sql::Time time(0);

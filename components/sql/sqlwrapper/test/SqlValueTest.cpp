@@ -544,6 +544,14 @@ TEST_F(ValueTest, LiteralOfATimeInATextColumnIsItsQuotedLocalTime)
     EXPECT_EQ(trace({madeDay}), recorded());
 }
 
+TEST_F(ValueTest, LiteralOfATimeInATextColumnDoublesQuotesWithin)
+{
+    faults.strftime = [](char* text, std::size_t size) {
+        return std::string("7 o'clock", 10).copy(text, size);
+    };
+    EXPECT_EQ("'7 o''clock'", holding("0", sql::type_time).toSql(sql::type_text));
+}
+
 TEST_F(ValueTest, LiteralOfATimeInAnyOtherColumnIsItsSeconds)
 {
     for (const int column : {0, 2, 3, 4, 7, -1})

@@ -90,7 +90,8 @@ void expectCallAt(const std::string& path, int line)
 // A line names its file without the folder.
 std::string pathOf(const std::string& file)
 {
-    for (const char* folder : {"components/sql/sqlwrapper/test/", "components/sql/sqlprepared/src/"})
+    for (const char* folder :
+         {"components/sql/sqlwrapper/test/", "components/sql/sqlprepared/src/"})
         if (std::ifstream(std::string(SQLW_TEST_SOURCE_ROOT "/") + folder + file).good())
             return folder + file;
     return sqltest::sourceFolder + file;
@@ -242,6 +243,12 @@ std::tm* localtime_r(const time_t* seconds, std::tm* local) noexcept
     return theFaults.localTimeFails ? nullptr : REAL(localtime_r)(seconds, local);
 }
 
+size_t strftime(char* text, size_t size, const char* pattern, const std::tm* local) noexcept
+{
+    return theFaults.strftime ? theFaults.strftime(text, size)
+                              : REAL(strftime)(text, size, pattern, local);
+}
+
 // SQLite
 
 int sqlite3_open_v2(const char* path, sqlite3** db, int flags, const char* vfs)
@@ -282,7 +289,7 @@ int sqlite3_exec(sqlite3* db, const char* sql, int (*callback)(void*, int, char*
         REAL(sqlite3_free)(*errorText);
         *errorText = nullptr;
     }
-    return rc;
+    return faulty() && theFaults.execResult ? theFaults.execResult : rc;
 }
 
 int sqlite3_prepare_v2(sqlite3* db, const char* sql, int length, sqlite3_stmt** stmt,

@@ -76,11 +76,14 @@ private:
 /// What goes wrong in the world until the end of the test.
 struct Faults
 {
-    bool openGivesNoHandle = false;  ///< sqlite3_open_v2 answers 0 with a null handle
-    int busyTimeoutResult = 0;       ///< what sqlite3_busy_timeout answers
-    bool noErrorText = false;        ///< sqlite3_exec hands back no error text
-    bool clockFails = false;         ///< time answers -1
-    bool localTimeFails = false;     ///< localtime_r answers null
+    bool openGivesNoHandle = false; ///< sqlite3_open_v2 answers 0 with a null handle
+    int busyTimeoutResult = 0;      ///< what sqlite3_busy_timeout answers
+    bool noErrorText = false;       ///< sqlite3_exec hands back no error text
+    int execResult = 0;             ///< what sqlite3_exec answers once all rows have come
+    bool clockFails = false;        ///< time answers -1
+    bool localTimeFails = false;    ///< localtime_r answers null
+    /// Takes the place of strftime: fills the buffer and returns the count.
+    std::size_t (*strftime)(char* text, std::size_t size) = nullptr;
     int allocationsLeft = -1;        ///< operator new throws once after as many; -1 for never
     bool allocationsStayOut = false; ///< it throws from then on
     int levelAfterNextLine = -1;     ///< the trace level once a line is written; -1 for no change
