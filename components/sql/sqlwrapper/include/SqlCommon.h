@@ -2,7 +2,13 @@
 /// The common ground of the library: its text and number types, the types of columns, functions
 /// that run one statement, helpers for texts and numbers, and the diagnostics of every source file.
 ///
-/// All functions are free of state and may be used on any thread, but for `listToVector`.
+/// The library throws nothing of its own; `std::bad_alloc` passes to the caller, except where a
+/// `RecordSet` collects rows.
+///
+/// Threads: one thread at a time per connection, and per object. Objects that share a connection
+/// count as one, because they share its transaction and its errors. Functions without a connection
+/// may run on any number of threads, except `listToVector`. At trace level 9, two threads that
+/// construct a `Time` share the buffer of `ctime`: the line of one may show the text of the other.
 
 #ifndef SQLW_SQL_COMMON_H
 #define SQLW_SQL_COMMON_H
@@ -37,8 +43,8 @@ enum field_type : int {
 };
 
 /// @name Running one statement
-/// The connection is borrowed and must not be null: a null one is reported as an assertion and
-/// answered with the failure value. Statements end at their first NUL byte.
+/// The connection is borrowed and must not be null: a null one is reported as an assertion, and the
+/// failure value is returned. Statements end at their first NUL byte.
 /// @{
 
 /// The name of an SQLite result code, such as "SQLITE_BUSY" for 5.
@@ -78,14 +84,15 @@ string& trim(string& text);
 /// A copy of `text` without white space at its ends.
 string trim(const string& text);
 
-/// The number in decimal, the same in every locale.
+/// The number in decimal, the same in every locale. A `long`, `unsigned` or `size_t` converts to
+/// both overloads and must be cast: `sql::intToStr(static_cast<sql::integer>(text.size()))`.
 string intToStr(int number);
-/// The number in decimal, the same in every locale.
+/// The same for 64 bits.
 string intToStr(integer number);
 
-/// Splits a list wherever any of the characters of `delimiters` stands. Runs of delimiters count as
-/// one and give no empty item, but an item of white space alone is kept as an empty one. `items`
-/// receives the trimmed items; what it held is dropped.
+/// Splits a list at each of the characters of `delimiters`. Runs of delimiters count as one and
+/// give no empty item, but an item of white space alone is kept as an empty one. `items` receives
+/// the trimmed items; what it held is dropped.
 /// @note Not for two threads at once: `strtok` keeps a hidden state.
 void listToVector(string list, std::vector<string>& items, const char* delimiters);
 
@@ -93,8 +100,8 @@ void listToVector(string list, std::vector<string>& items, const char* delimiter
 
 } // namespace sql
 
-// What follows serves the sources of the library, and is no part of its interface. A source that
-// uses it names itself in SQLW_SOURCE_NAME and includes <syslog.h>.
+// The rest is for the sources of the library, and no part of its interface. A source that uses it
+// names itself in SQLW_SOURCE_NAME and includes <syslog.h>.
 /// @cond
 
 namespace sql
@@ -126,12 +133,13 @@ SQLW_INTERNAL bool assertionFailed(const char* expression, const char* path, int
 /// Written out, because no two compilers spell `__PRETTY_FUNCTION__` alike.
 #define SQLW_SIGNATURE(text) static const char signature[] = text
 
-/// Reports `condition` as it is written when it does not hold, and answers whether it holds: a
-/// guard reads `if (!SQLW_ASSERT(db)) return false;`.
+/// Whether `condition` holds. If not, reports it as it is written, under the `signature` of the
+/// function, which it reads. A guard: `if (!SQLW_ASSERT(db)) return false;`.
 #define SQLW_ASSERT(condition)                                                                     \
     ((condition) || ::sql::assertionFailed(#condition, SQLW_SOURCE_PATH, __LINE__, signature))
 
-/// An ERROR line, then the report of a branch that should not have been reached.
+/// An ERROR line, then the report of a branch that should not have been reached, under the
+/// `signature` of the function, which it reads.
 #define SQLW_FAULT(...)                                                                            \
     do {                                                                                           \
         SQLW_ERROR(__VA_ARGS__);                                                                   \

@@ -12,7 +12,8 @@ namespace sql
 /// Opens a database file, closes it, stamps it with a version, and groups writes in transactions.
 ///
 /// Owns the connection, which tables and record sets borrow: they must not use it after `close`,
-/// after another `open` or after the database's end. Not copied. One thread at a time.
+/// after another `open` or after the database's end. Not copied. One thread at a time, and that
+/// thread uses the connection alone, through whichever table or record set.
 class Database
 {
 public:
@@ -32,7 +33,8 @@ public:
     Database& operator=(const Database&) = delete;
 
     /// Closes the connection held, and opens a database. Logged at DEBUG1.
-    /// @param path the database file.
+    /// @param path the database file. SQLite takes the empty path for a temporary database, which
+    ///        is deleted on closing, and ":memory:" for one in memory: both succeed.
     /// @param mode whether it may be written, and made.
     /// @param unused changes nothing.
     /// @param busyTimeoutMs how long a statement waits for another connection's lock, in

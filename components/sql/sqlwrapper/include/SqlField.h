@@ -15,7 +15,7 @@ namespace sql
 enum : int {
     flag_not_null = 1,    ///< may not hold NULL
     flag_primary_key = 2, ///< is the key of the table, or part of it
-    flag_unique = 4       ///< holds no value twice
+    flag_unique = 4       ///< holds no value twice, but NULL any number of times
 };
 /// @}
 
@@ -35,7 +35,9 @@ public:
     /// The end marker of a description: no name, type_int, position -1, no flags.
     Field();
 
-    /// A column. `name` goes into SQL as it stands, neither quoted nor checked.
+    /// A column. `name` goes into SQL neither quoted nor checked. A text column that is the key
+    /// needs `flag_not_null` too: SQLite accepts NULL keys of text any number of times, and no
+    /// operation finds, updates or deletes them by key.
     /// REQUIRES: `name` is not empty. An empty one is reported as an assertion and kept: the field
     /// then acts as an end marker.
     Field(const string& name, field_type type, int flags);

@@ -21,7 +21,7 @@ namespace sql
 class FieldSet
 {
 public:
-    /// A copy of `fields` as they stand: neither checked nor numbered.
+    /// A copy of `fields`, neither checked nor numbered.
     FieldSet(const std::vector<Field>& fields);
 
     /// The set of an array that ends in a field without a name; null gives the empty set. Faults
@@ -52,7 +52,7 @@ public:
     /// The names of the columns, as INSERT lists them: "id, name".
     string toSql() const;
 
-    /// A line for each column, parted by CR LF, for people.
+    /// A line for each column, for people, separated by CR LF.
     string dump() const;
 
     /// The name of the key column, which is the first PRIMARY KEY column.

@@ -18,8 +18,12 @@ namespace sql
 /// share the column set. `Record*` results of a table or a record set belong to that, until its
 /// next read; a copy of such a record still needs the column set of where it came from.
 ///
-/// A column is named by its position, from 0, or by its name, byte for byte. What is not there is
-/// told by an ERROR line, an assertion report and the failure value of each operation.
+/// A column is named by its position, from 0, or by its name, byte for byte. Where there is no such
+/// column, each operation returns its failure value after an ERROR line and an assertion report.
+///
+/// A row that was read, changed and written back with `Table::updateRecord` is written whole, from
+/// the texts that were read: a stored float that needs more than 15 digits, a text with a NUL byte
+/// or a BLOB in another column changes with it. Update single columns in SQL, by `Table::query`.
 class Record
 {
 public:
@@ -100,7 +104,7 @@ public:
 
     /// @name Statements
     /// The empty text on failure, after an ERROR line and an assertion report. Names of tables and
-    /// columns stand in them as they are, unquoted.
+    /// columns are unquoted.
     /// @{
 
     /// The values as SQL literals: "7, 'Bob', null".
@@ -111,7 +115,8 @@ public:
 
     /// An UPDATE of every column outside the key, for the row with this record's key:
     /// "update item set name='Bob' where id = 7". A text key is written unquoted, after an
-    /// assertion report, and when the key is the last column the list keeps its last comma.
+    /// assertion report: SQLite may read it as a number, a name or a condition and update other
+    /// rows. When the key is the last column, the list keeps its last comma, and SQLite refuses it.
     string toSqlUpdate(const string& table) const;
 
     /// @}

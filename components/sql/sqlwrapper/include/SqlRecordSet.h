@@ -15,7 +15,7 @@ namespace sql
 ///
 /// Owns its column set and its records, and borrows the connection, which it never closes. Records
 /// are valid until the next `query`, `initRecordSet` or `close`, and while the set lives. Not
-/// copied: its records refer to its own column set.
+/// copied: its records refer to its own column set. One thread at a time per connection.
 class RecordSet
 {
 public:
@@ -40,13 +40,14 @@ public:
 
     /// Drops the rows, runs `sql`, and keeps the rows of its result: cell i goes to column i, and
     /// cells beyond the columns are dropped. The statement is logged at DEBUG2, each row at DEBUG3.
-    /// REQUIRES: a connection. None is reported as an assertion and answered with false.
+    /// REQUIRES: a connection. Without one it returns false after an assertion report.
     /// @return false on failure after two ERROR lines: the statement, then SQLite's code and words.
     ///         The rows that came before the failure are kept. When memory ends in the midst of the
     ///         rows the code is 7, SQLITE_NOMEM.
     bool query(const string& sql);
 
-    /// What SQLite calls for each row; `param` is the set. Always 0, so that SQLite goes on.
+    /// What SQLite calls for each row; `param` is the set. Always 0, so that SQLite goes on. A
+    /// negative `argc` counts as 0.
     static int on_next_record(void* param, int argc, char** argv, char** columnNames);
 
     /// Whether the last `query` succeeded; false before the first, and after `close`.

@@ -15,10 +15,10 @@ namespace sql
 /// `Record*` of a table is valid until the next `open`, `query`, `create`, `truncate`, `remove`,
 /// `getRecordByKeyId`, `initTable` or `backup` (of a backup, on either side), and until the table
 /// is assigned to or destroyed. A `create` that finds the table, and every other operation, leaves
-/// the rows held as they are. One thread at a time.
+/// the rows held as they are. One thread at a time, also for other tables on the same connection.
 ///
-/// Names and conditions go into SQL as they stand: literals in a condition are the caller's to
-/// quote (`quoteStr`). Where nothing else is said, an operation that fails answers false after the
+/// Names and conditions go into SQL unchanged: literals in a condition are the caller's to quote
+/// (`quoteStr`). Unless its comment says otherwise, an operation that fails returns false after the
 /// ERROR lines of `RecordSet::query` or `queryNumber`; without a connection, after an assertion
 /// report.
 class Table
@@ -51,8 +51,11 @@ public:
     /// @return true also when that cannot be determined, after an ERROR line.
     bool exists();
 
-    /// Creates the table unless `exists()`. The columns of one that exists are not looked at.
-    /// Without columns false, after ERROR lines and assertion reports.
+    /// Creates the table unless `exists()`. The columns of one that exists are not looked at, and
+    /// it is true also when `exists()` could not tell. Without columns false, after ERROR lines and
+    /// assertion reports.
+    /// @note When two processes create the table at once, one may find that the other was quicker,
+    ///       and fail. Call it again, or run `query("BEGIN IMMEDIATE")` before and commit after.
     bool create();
 
     /// Deletes every row of the table.
@@ -105,10 +108,10 @@ public:
 
     /// @}
     /// @name Rows by their key
-    /// The key is matched with the key column. Text keys stand in SQL between double quotes and are
-    /// not escaped: one that holds a double quote breaks the statement, and one that is the name of
-    /// a column is taken for that column. Without a key column they fail, after ERROR lines and
-    /// assertion reports.
+    /// The key is matched with the key column. Text keys are written between double quotes and not
+    /// escaped: one that holds a double quote breaks the statement, and one that is the name of a
+    /// column is taken for that column. A NULL key matches none. Without a key column they fail,
+    /// after ERROR lines and assertion reports.
     /// @{
 
     /// Updates when there is a row with the key, adds when not. The key must be the one that
@@ -130,14 +133,20 @@ public:
 
     /// @}
     /// @name Copying
-    /// They go row by row, in no transaction: a failure leaves what was copied before it.
+    /// They go row by row, in no transaction: a failure leaves what was copied before it. What a
+    /// text cannot carry changes: a float keeps 15 digits, a text ends at its first NUL byte, and a
+    /// BLOB becomes such a text. SQL copies rows exactly: "insert into copy select * from item".
     /// @{
 
     /// Adds the rows that `source` holds, which its last read gave.
     bool copyRecords(Table& source);
 
-    /// Drops and creates this table, and copies every row that `source` has in the database.
-    /// @return whether both then count the same number of rows.
+    /// Drops and creates this table, and copies every row that `source` has in the database. The
+    /// indexes and triggers of this table are gone. A row with an infinity cannot be inserted and
+    /// ends the copy.
+    /// @return whether both then count the same number of rows, whatever the rows hold. Two counts
+    ///         that fail are equal, even when this table could not be read or does not exist: check
+    ///         `totalRecordCount() >= 0` as well.
     bool backup(Table& source);
 
     /// @}
@@ -146,7 +155,7 @@ public:
     /// Without columns the empty text, after an ERROR line and an assertion report.
     string getDefinition() const;
 
-    /// The columns for people, numbered from 1 and parted by CR LF: "1. id INTEGER PRIMARY KEY".
+    /// The columns for people, numbered from 1 and separated by CR LF: "1. id INTEGER PRIMARY KEY".
     string toString() const;
 
 private:

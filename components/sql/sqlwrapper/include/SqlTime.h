@@ -13,7 +13,9 @@ namespace sql
 
 /// A calendar time in whole seconds since the epoch.
 ///
-/// A value type: copied freely, owns nothing outside itself.
+/// A value type: copied freely, owns nothing outside itself. At trace level 9, lines that two
+/// threads write at once may show each other's text, which comes from `ctime`; the number of
+/// seconds in the line is right.
 class Time
 {
 public:
@@ -45,7 +47,7 @@ public:
 
     /// As `strftime` renders `pattern`, which must not be null, up to the first NUL.
     string format(const char* pattern) const;
-    /// Such as "31-12-1999 23:59:59, Fri".
+    /// Such as "31-12-1999 23:59:59, Fri". The weekday follows the locale in force.
     string asString() const;
     /// Such as "23:59:59".
     string asTimeString() const;
