@@ -17,12 +17,6 @@ const Source source("SqlTable");
 const Source record("SqlRecord");
 const Source fieldset("SqlFieldSet");
 
-const char* const deleteByText = "bool sql::Table::deleteRecord(sql::string)";
-const char* const deleteByInteger = "bool sql::Table::deleteRecord(sql::integer)";
-const char* const getByText = "sql::Record* sql::Table::getRecordByKeyId(sql::string)";
-const char* const getByInteger = "sql::Record* sql::Table::getRecordByKeyId(sql::integer)";
-const char* const hasByText = "bool sql::Table::hasRecordWithKeyId(sql::string)";
-const char* const hasByInteger = "bool sql::Table::hasRecordWithKeyId(sql::integer)";
 const char* const updateSignature = "sql::string sql::Record::toSqlUpdate(const string&) const";
 
 const sql::integer least = LLONG_MIN;
@@ -31,47 +25,175 @@ const sql::integer greatest = LLONG_MAX;
 const Refusal noPets = {1, "SQLITE_ERROR", "no such table: pets"};
 const Refusal nearSeven = {1, "SQLITE_ERROR", "near \"7\": syntax error"};
 
-// What the operations do to the rows held
+// What both kinds of keys have in common
 
-class TableKeyHeldRowsTest : public PeopleAndPartsTest
+struct IntegerKey
+{
+    static constexpr auto kind = "Integer";
+    static constexpr auto type = "sql::integer";
+    static constexpr auto table = "people";
+    static constexpr auto row = "2|Bob|29";
+    static constexpr auto dump = "id = 2|name = Bob|age = 29";
+
+    static sql::integer there() { return 2; }
+    static sql::integer missing() { return 42; }
+    static sql::integer of(int number) { return number; }
+    static std::string written(sql::integer key) { return std::to_string(key); }
+    static std::string added(sql::integer key)
+    {
+        return source.debug2("addOrUpdateRecord", "add record for key=%lld", key);
+    }
+};
+
+struct TextKey
+{
+    static constexpr auto kind = "Text";
+    static constexpr auto type = "sql::string";
+    static constexpr auto table = "parts";
+    static constexpr auto row = "A-17|Bolt";
+    static constexpr auto dump = "id = A-17|name = Bolt";
+
+    static std::string there() { return "A-17"; }
+    static std::string missing() { return "A-18"; }
+    static std::string of(int number) { return std::to_string(number); }
+    static std::string written(const std::string& key) { return '"' + key + '"'; }
+    static std::string added(const std::string& key)
+    {
+        return source.debug2("addOrUpdateRecord", "add record for key=%s", key.c_str());
+    }
+};
+
+struct KindNames
+{
+    template <typename Key> static std::string GetName(int) { return Key::kind; }
+};
+
+using Kinds = ::testing::Types<IntegerKey, TextKey>;
+
+template <typename Key> class TableEitherKeyTest : public PeopleAndPartsTest
 {
 protected:
-    TableKeyHeldRowsTest() { hold(); }
+    // On a table whose keys are of this kind.
+    sql::Table& table() { return Key::table == people.name() ? people : parts; }
+    template <typename Value> static std::string statement(const char* verb, const Value& key)
+    {
+        return std::string(verb) + " from " + Key::table + " where id = " + Key::written(key);
+    }
+    int rows() { return std::stoi(cell(std::string("select count(*) from ") + Key::table)); }
+
+    using Connection::db;
+    using PeopleAndPartsTest::held;
+    using PeopleAndPartsTest::hold;
+    using PeopleAndPartsTest::people;
+    using PeopleAndPartsTest::person;
+    using Test::recorded;
 };
+TYPED_TEST_SUITE(TableEitherKeyTest, Kinds, KindNames);
+
+TYPED_TEST(TableEitherKeyTest, DeletesTheRow)
+{
+    const int before = this->rows();
+    EXPECT_TRUE(this->table().deleteRecord(TypeParam::there()));
+    EXPECT_EQ(trace({queried(this->statement("delete", TypeParam::there()))}), this->recorded());
+    EXPECT_EQ(before - 1, this->rows());
+    EXPECT_FALSE(this->table().hasRecordWithKeyId(TypeParam::there()));
+}
+
+TYPED_TEST(TableEitherKeyTest, DeletesNoRowThatIsNotThere)
+{
+    const int before = this->rows();
+    EXPECT_TRUE(this->table().deleteRecord(TypeParam::missing()));
+    EXPECT_EQ(trace({queried(this->statement("delete", TypeParam::missing()))}), this->recorded());
+    EXPECT_EQ(before, this->rows());
+}
+
+TYPED_TEST(TableEitherKeyTest, ReadsTheRow)
+{
+    const sql::Record* const row = this->table().getRecordByKeyId(TypeParam::there());
+    EXPECT_EQ(trace({queried(this->statement("select *", TypeParam::there()), {TypeParam::dump})}),
+              this->recorded());
+    ASSERT_NE(nullptr, row);
+    EXPECT_EQ(TypeParam::row, row->toString());
+}
+
+TYPED_TEST(TableEitherKeyTest, ReadsTheRowIntoTheTable)
+{
+    const sql::Record* const row = this->table().getRecordByKeyId(TypeParam::there());
+    EXPECT_EQ(1, this->table().recordCount());
+    EXPECT_EQ(this->table().getRecord(0), row);
+}
+
+TYPED_TEST(TableEitherKeyTest, ReadsNoRowThatIsNotThere)
+{
+    EXPECT_EQ(nullptr, this->table().getRecordByKeyId(TypeParam::missing()));
+    EXPECT_EQ(trace({queried(this->statement("select *", TypeParam::missing()))}),
+              this->recorded());
+}
+
+TYPED_TEST(TableEitherKeyTest, FindsTheRow)
+{
+    EXPECT_TRUE(this->table().hasRecordWithKeyId(TypeParam::there()));
+    EXPECT_EQ(trace({counted(this->statement("select count(*)", TypeParam::there()), 1)}),
+              this->recorded());
+}
+
+TYPED_TEST(TableEitherKeyTest, FindsNoRowThatIsNotThere)
+{
+    EXPECT_FALSE(this->table().hasRecordWithKeyId(TypeParam::missing()));
+    EXPECT_EQ(trace({counted(this->statement("select count(*)", TypeParam::missing()), 0)}),
+              this->recorded());
+}
+
+// What the operations do to the rows held
+
+template <typename Key> class TableKeyHeldRowsTest : public TableEitherKeyTest<Key>
+{
+protected:
+    TableKeyHeldRowsTest() { this->hold(); }
+};
+TYPED_TEST_SUITE(TableKeyHeldRowsTest, Kinds, KindNames);
+
+TYPED_TEST(TableKeyHeldRowsTest, DeleteLeavesThem)
+{
+    EXPECT_TRUE(this->people.deleteRecord(TypeParam::of(1)));
+    EXPECT_EQ("1 2", this->held());
+}
+
+TYPED_TEST(TableKeyHeldRowsTest, FetchReplacesThem)
+{
+    EXPECT_NE(nullptr, this->people.getRecordByKeyId(TypeParam::of(3)));
+    EXPECT_EQ("3", this->held());
+}
+
+TYPED_TEST(TableKeyHeldRowsTest, FetchOfKeyThatIsNotThereDropsThem)
+{
+    EXPECT_EQ(nullptr, this->people.getRecordByKeyId(TypeParam::of(42)));
+    EXPECT_EQ("", this->held());
+}
+
+TYPED_TEST(TableKeyHeldRowsTest, TestLeavesThem)
+{
+    EXPECT_TRUE(this->people.hasRecordWithKeyId(TypeParam::of(3)));
+    EXPECT_EQ("1 2", this->held());
+}
+
+TYPED_TEST(TableKeyHeldRowsTest, UpdateLeavesThem)
+{
+    EXPECT_TRUE(this->people.addOrUpdateRecord(TypeParam::of(2), this->person(2, "Rob")));
+    EXPECT_EQ("1 2", this->held());
+}
+
+TYPED_TEST(TableKeyHeldRowsTest, AddLeavesThem)
+{
+    EXPECT_TRUE(this->people.addOrUpdateRecord(TypeParam::of(4), this->person(4, "Dan")));
+    EXPECT_EQ("1 2", this->held());
+}
 
 // Deleting by key
 
 class TableDeleteRecordTest : public PeopleAndPartsTest
 {
 };
-
-TEST_F(TableDeleteRecordTest, DeletesTheRowOfIntegerKey)
-{
-    EXPECT_TRUE(people.deleteRecord(2));
-    EXPECT_EQ(trace({queried("delete from people where id = 2")}), recorded());
-    EXPECT_EQ("(none)", nameOf("2"));
-    EXPECT_EQ("2", cell("select count(*) from people"));
-}
-
-TEST_F(TableDeleteRecordTest, DeletesTheRowOfTextKey)
-{
-    EXPECT_TRUE(parts.deleteRecord("A-17"));
-    EXPECT_EQ(trace({queried("delete from parts where id = \"A-17\"")}), recorded());
-    EXPECT_EQ("Nut", cell("select name from parts"));
-}
-
-TEST_F(TableDeleteRecordTest, IntegerKeyThatIsNotThereSucceeds)
-{
-    EXPECT_TRUE(people.deleteRecord(42));
-    EXPECT_EQ(trace({queried("delete from people where id = 42")}), recorded());
-    EXPECT_EQ("3", cell("select count(*) from people"));
-}
-
-TEST_F(TableDeleteRecordTest, TextKeyThatIsNotThereSucceeds)
-{
-    EXPECT_TRUE(parts.deleteRecord("A-18"));
-    EXPECT_EQ("2", cell("select count(*) from parts"));
-}
 
 TEST_F(TableDeleteRecordTest, NegativeKeyHasItsSign)
 {
@@ -143,55 +265,11 @@ TEST_F(TableDeleteRecordTest, MissingConnectionIsReportedByTheStatement)
     EXPECT_EQ(trace({notConnected(), notConnected()}), recorded());
 }
 
-TEST_F(TableKeyHeldRowsTest, DeleteByIntegerKeyLeavesThem)
-{
-    EXPECT_TRUE(people.deleteRecord(1));
-    EXPECT_EQ("1 2", held());
-}
-
-TEST_F(TableKeyHeldRowsTest, DeleteByTextKeyLeavesThem)
-{
-    EXPECT_TRUE(people.deleteRecord("1"));
-    EXPECT_EQ("1 2", held());
-}
-
 // Fetching by key
 
 class TableGetRecordByKeyIdTest : public PeopleAndPartsTest
 {
 };
-
-TEST_F(TableGetRecordByKeyIdTest, ReadsTheRowOfIntegerKey)
-{
-    const sql::Record* const row = people.getRecordByKeyId(2);
-    EXPECT_EQ(trace({queried("select * from people where id = 2", {bob})}), recorded());
-    ASSERT_NE(nullptr, row);
-    EXPECT_EQ("2|Bob|29", row->toString());
-}
-
-TEST_F(TableGetRecordByKeyIdTest, ReadsTheRowOfTextKey)
-{
-    const sql::Record* const row = parts.getRecordByKeyId("A-17");
-    EXPECT_EQ(
-        trace({queried("select * from parts where id = \"A-17\"", {"id = A-17|name = Bolt"})}),
-        recorded());
-    ASSERT_NE(nullptr, row);
-    EXPECT_EQ("A-17|Bolt", row->toString());
-}
-
-TEST_F(TableGetRecordByKeyIdTest, RowBelongsToTheTable)
-{
-    const sql::Record* const row = people.getRecordByKeyId(2);
-    EXPECT_EQ(1, people.recordCount());
-    EXPECT_EQ(people.getRecord(0), row);
-}
-
-TEST_F(TableGetRecordByKeyIdTest, RowOfTextKeyBelongsToTheTable)
-{
-    const sql::Record* const row = parts.getRecordByKeyId("A-17");
-    EXPECT_EQ(1, parts.recordCount());
-    EXPECT_EQ(parts.getRecord(0), row);
-}
 
 TEST_F(TableGetRecordByKeyIdTest, FirstOfSeveralRowsIsReturned)
 {
@@ -201,18 +279,6 @@ TEST_F(TableGetRecordByKeyIdTest, FirstOfSeveralRowsIsReturned)
     ASSERT_NE(nullptr, row);
     EXPECT_EQ("7|Eve|1", row->toString());
     EXPECT_EQ(2, people.recordCount());
-}
-
-TEST_F(TableGetRecordByKeyIdTest, IntegerKeyThatIsNotThereGivesNull)
-{
-    EXPECT_EQ(nullptr, people.getRecordByKeyId(42));
-    EXPECT_EQ(trace({queried("select * from people where id = 42")}), recorded());
-}
-
-TEST_F(TableGetRecordByKeyIdTest, TextKeyThatIsNotThereGivesNull)
-{
-    EXPECT_EQ(nullptr, parts.getRecordByKeyId("A-18"));
-    EXPECT_EQ(trace({queried("select * from parts where id = \"A-18\"")}), recorded());
 }
 
 TEST_F(TableGetRecordByKeyIdTest, NegativeKeyHasItsSign)
@@ -290,53 +356,11 @@ TEST_F(TableGetRecordByKeyIdTest, MissingConnectionIsReportedByTheStatement)
     EXPECT_EQ(trace({notConnected(), notConnected()}), recorded());
 }
 
-TEST_F(TableKeyHeldRowsTest, FetchByIntegerKeyReplacesThem)
-{
-    EXPECT_NE(nullptr, people.getRecordByKeyId(3));
-    EXPECT_EQ("3", held());
-}
-
-TEST_F(TableKeyHeldRowsTest, FetchByTextKeyReplacesThem)
-{
-    EXPECT_NE(nullptr, people.getRecordByKeyId("3"));
-    EXPECT_EQ("3", held());
-}
-
-TEST_F(TableKeyHeldRowsTest, FetchOfKeyThatIsNotThereDropsThem)
-{
-    EXPECT_EQ(nullptr, people.getRecordByKeyId(42));
-    EXPECT_EQ("", held());
-}
-
 // Testing for a key
 
 class TableHasRecordWithKeyIdTest : public PeopleAndPartsTest
 {
 };
-
-TEST_F(TableHasRecordWithKeyIdTest, CountsTheRowsOfIntegerKey)
-{
-    EXPECT_TRUE(people.hasRecordWithKeyId(2));
-    EXPECT_EQ(trace({counted("select count(*) from people where id = 2", 1)}), recorded());
-}
-
-TEST_F(TableHasRecordWithKeyIdTest, CountsTheRowsOfTextKey)
-{
-    EXPECT_TRUE(parts.hasRecordWithKeyId("A-17"));
-    EXPECT_EQ(trace({counted("select count(*) from parts where id = \"A-17\"", 1)}), recorded());
-}
-
-TEST_F(TableHasRecordWithKeyIdTest, IntegerKeyThatIsNotThereIsFalse)
-{
-    EXPECT_FALSE(people.hasRecordWithKeyId(42));
-    EXPECT_EQ(trace({counted("select count(*) from people where id = 42", 0)}), recorded());
-}
-
-TEST_F(TableHasRecordWithKeyIdTest, TextKeyThatIsNotThereIsFalse)
-{
-    EXPECT_FALSE(parts.hasRecordWithKeyId("A-18"));
-    EXPECT_EQ(trace({counted("select count(*) from parts where id = \"A-18\"", 0)}), recorded());
-}
 
 TEST_F(TableHasRecordWithKeyIdTest, SeveralRowsAreAsGoodAsOne)
 {
@@ -435,18 +459,6 @@ TEST_F(TableHasRecordWithKeyIdTest, MissingConnectionIsReportedByTheCount)
     EXPECT_FALSE(unconnected.hasRecordWithKeyId(2));
     EXPECT_FALSE(unconnected.hasRecordWithKeyId("2"));
     EXPECT_EQ(trace({report, report}), recorded());
-}
-
-TEST_F(TableKeyHeldRowsTest, TestForIntegerKeyLeavesThem)
-{
-    EXPECT_TRUE(people.hasRecordWithKeyId(3));
-    EXPECT_EQ("1 2", held());
-}
-
-TEST_F(TableKeyHeldRowsTest, TestForTextKeyLeavesThem)
-{
-    EXPECT_TRUE(people.hasRecordWithKeyId("3"));
-    EXPECT_EQ("1 2", held());
 }
 
 // Adding or updating
@@ -622,143 +634,96 @@ TEST_F(TableAddOrUpdateRecordTest, NoBranchIsLoggedAtLevel7)
     EXPECT_EQ(trace({}), recordedDiagnostics());
 }
 
-TEST_F(TableKeyHeldRowsTest, UpdateByIntegerKeyLeavesThem)
-{
-    EXPECT_TRUE(people.addOrUpdateRecord(2, person(2, "Rob")));
-    EXPECT_EQ("1 2", held());
-}
-
-TEST_F(TableKeyHeldRowsTest, AddByIntegerKeyLeavesThem)
-{
-    EXPECT_TRUE(people.addOrUpdateRecord(4, person(4, "Dan")));
-    EXPECT_EQ("1 2", held());
-}
-
-TEST_F(TableKeyHeldRowsTest, UpdateByTextKeyLeavesThem)
-{
-    EXPECT_TRUE(people.addOrUpdateRecord("2", person(2, "Rob")));
-    EXPECT_EQ("1 2", held());
-}
-
-TEST_F(TableKeyHeldRowsTest, AddByTextKeyLeavesThem)
-{
-    EXPECT_TRUE(people.addOrUpdateRecord("4", person(4, "Dan")));
-    EXPECT_EQ("1 2", held());
-}
-
 // Without a key column
 
-class KeylessTableTest : public PeopleAndPartsTest
+// The reports of the column set and of the operation, in this order.
+std::string noKey(const char* function, const std::string& signature)
+{
+    return together({
+        fieldset.error("getKeyIdName", "Failed to get name of PRIMARY KEY column"),
+        fieldset.asserted("false", "sql::string sql::FieldSet::getKeyIdName() const"),
+        source.error(function, "Failed to get name of PRIMARY KEY column"),
+        source.asserted("false", signature.c_str()),
+    });
+}
+
+template <typename Key> class KeylessTableTest : public PeopleAndPartsTest
 {
 protected:
     KeylessTableTest() { recorded(); }
 
-    // The reports of the column set and of the operation, in this order.
-    static std::string noKey(const char* function, const char* signature)
+    static std::string missed(const char* function, const std::string& returned)
     {
-        return together({
-            fieldset.error("getKeyIdName", "Failed to get name of PRIMARY KEY column"),
-            fieldset.asserted("false", "sql::string sql::FieldSet::getKeyIdName() const"),
-            source.error(function, "Failed to get name of PRIMARY KEY column"),
-            source.asserted("false", signature),
-        });
+        return noKey(function, returned + " sql::Table::" + function + "(" + Key::type + ")");
     }
+
+    using Test::recorded;
+    using Test::setTraceLevel;
 
     sql::Table keyless{db, "people", keylessFields};
 };
+TYPED_TEST_SUITE(KeylessTableTest, Kinds, KindNames);
 
-TEST_F(KeylessTableTest, DeleteByTextKeyRunsNothing)
+TYPED_TEST(KeylessTableTest, DeleteRunsNothing)
 {
-    EXPECT_FALSE(keyless.deleteRecord("1"));
-    EXPECT_EQ(trace({noKey("deleteRecord", deleteByText)}), recorded());
+    EXPECT_FALSE(this->keyless.deleteRecord(TypeParam::of(1)));
+    EXPECT_EQ(trace({this->missed("deleteRecord", "bool")}), this->recorded());
 }
 
-TEST_F(KeylessTableTest, DeleteByIntegerKeyRunsNothing)
+TYPED_TEST(KeylessTableTest, FetchRunsNothing)
 {
-    EXPECT_FALSE(keyless.deleteRecord(1));
-    EXPECT_EQ(trace({noKey("deleteRecord", deleteByInteger)}), recorded());
+    EXPECT_EQ(nullptr, this->keyless.getRecordByKeyId(TypeParam::of(1)));
+    EXPECT_EQ(trace({this->missed("getRecordByKeyId", "sql::Record*")}), this->recorded());
 }
 
-TEST_F(KeylessTableTest, FetchByTextKeyRunsNothing)
+TYPED_TEST(KeylessTableTest, FetchLeavesTheRowsHeld)
 {
-    EXPECT_EQ(nullptr, keyless.getRecordByKeyId("1"));
-    EXPECT_EQ(trace({noKey("getRecordByKeyId", getByText)}), recorded());
+    EXPECT_TRUE(this->keyless.open());
+    EXPECT_EQ(nullptr, this->keyless.getRecordByKeyId(TypeParam::of(1)));
+    EXPECT_EQ(3, this->keyless.recordCount());
 }
 
-TEST_F(KeylessTableTest, FetchByIntegerKeyRunsNothing)
+TYPED_TEST(KeylessTableTest, TestRunsNothing)
 {
-    EXPECT_EQ(nullptr, keyless.getRecordByKeyId(1));
-    EXPECT_EQ(trace({noKey("getRecordByKeyId", getByInteger)}), recorded());
+    EXPECT_FALSE(this->keyless.hasRecordWithKeyId(TypeParam::of(1)));
+    EXPECT_EQ(trace({this->missed("hasRecordWithKeyId", "bool")}), this->recorded());
 }
 
-TEST_F(KeylessTableTest, FetchLeavesTheRowsHeld)
+TYPED_TEST(KeylessTableTest, AddOrUpdateAdds)
 {
-    EXPECT_TRUE(keyless.open());
-    EXPECT_EQ(nullptr, keyless.getRecordByKeyId(1));
-    EXPECT_EQ(3, keyless.recordCount());
-}
-
-TEST_F(KeylessTableTest, TestForTextKeyRunsNothing)
-{
-    EXPECT_FALSE(keyless.hasRecordWithKeyId("1"));
-    EXPECT_EQ(trace({noKey("hasRecordWithKeyId", hasByText)}), recorded());
-}
-
-TEST_F(KeylessTableTest, TestForIntegerKeyRunsNothing)
-{
-    EXPECT_FALSE(keyless.hasRecordWithKeyId(1));
-    EXPECT_EQ(trace({noKey("hasRecordWithKeyId", hasByInteger)}), recorded());
-}
-
-TEST_F(KeylessTableTest, AddOrUpdateByTextKeyAdds)
-{
-    sql::Record dan(keyless.fields());
+    sql::Record dan(this->keyless.fields());
     dan.setString("name", "Dan");
-    EXPECT_TRUE(keyless.addOrUpdateRecord("1", dan));
+    EXPECT_TRUE(this->keyless.addOrUpdateRecord(TypeParam::of(1), dan));
     EXPECT_EQ(trace({
-                  noKey("hasRecordWithKeyId", hasByText),
-                  source.debug2("addOrUpdateRecord", "add record for key=%s", "1"),
+                  this->missed("hasRecordWithKeyId", "bool"),
+                  TypeParam::added(TypeParam::of(1)),
                   queried("insert into people (name, age) values ('Dan', null)"),
               }),
-              recorded());
+              this->recorded());
 }
 
-TEST_F(KeylessTableTest, AddOrUpdateByIntegerKeyAdds)
-{
-    sql::Record dan(keyless.fields());
-    dan.setString("name", "Dan");
-    EXPECT_TRUE(keyless.addOrUpdateRecord(1, dan));
-    EXPECT_EQ(trace({
-                  noKey("hasRecordWithKeyId", hasByInteger),
-                  source.debug2("addOrUpdateRecord", "add record for key=%lld", 1LL),
-                  queried("insert into people (name, age) values ('Dan', null)"),
-              }),
-              recorded());
-}
-
-TEST_F(KeylessTableTest, KeyIsMissedBeforeTheConnection)
+TYPED_TEST(KeylessTableTest, KeyIsMissedBeforeTheConnection)
 {
     sql::Table named("people");
-    EXPECT_FALSE(named.deleteRecord(1));
-    EXPECT_EQ(trace({noKey("deleteRecord", deleteByInteger)}), recorded());
+    EXPECT_FALSE(named.deleteRecord(TypeParam::of(1)));
+    EXPECT_EQ(trace({this->missed("deleteRecord", "bool")}), this->recorded());
 }
 
-TEST_F(KeylessTableTest, ReportsAreMadeAtLevel2)
+TYPED_TEST(KeylessTableTest, LinesAreWrittenAboveLevel2AndReportsAtEach)
 {
-    setTraceLevel(2);
-    EXPECT_FALSE(keyless.deleteRecord(1));
-    EXPECT_EQ(trace({
-                  fieldset.asserted("false", "sql::string sql::FieldSet::getKeyIdName() const"),
-                  source.asserted("false", deleteByInteger),
-              }),
-              recorded());
-}
-
-TEST_F(KeylessTableTest, LinesAreWrittenAboveLevel2)
-{
-    setTraceLevel(3);
-    EXPECT_EQ(nullptr, keyless.getRecordByKeyId("1"));
-    EXPECT_EQ(trace({noKey("getRecordByKeyId", getByText)}), recorded());
+    this->setTraceLevel(3);
+    EXPECT_FALSE(this->keyless.deleteRecord(TypeParam::of(1)));
+    EXPECT_EQ(trace({this->missed("deleteRecord", "bool")}), this->recorded());
+    this->setTraceLevel(2);
+    EXPECT_FALSE(this->keyless.deleteRecord(TypeParam::of(1)));
+    EXPECT_EQ(
+        trace({
+            fieldset.asserted("false", "sql::string sql::FieldSet::getKeyIdName() const"),
+            source.asserted(
+                "false",
+                (std::string("bool sql::Table::deleteRecord(") + TypeParam::type + ")").c_str()),
+        }),
+        this->recorded());
 }
 
 } // namespace
