@@ -114,13 +114,14 @@ bool sync(const std::string& path)
 }
 
 // Whether the file is complete without a journal: rolls back what a program left unfinished, moves
-// a write-ahead log into the file, and finds nobody who reads or writes.
+// a write-ahead log into the file, deletes a journal that is kept between transactions, and finds
+// no program that reads or writes.
 bool isSettled(const std::string& file)
 {
     if (isThere(file)) {
         sql::Database database;
         if (!database.open(file, sql::Database::read_write, false, 1000) ||
-            !run(database, "PRAGMA journal_mode = DELETE") ||
+            !run(database, "PRAGMA journal_mode = TRUNCATE; PRAGMA journal_mode = DELETE") ||
             !Transaction(database, "BEGIN EXCLUSIVE").isOpen())
             return false;
     }

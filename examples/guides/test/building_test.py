@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What the guides show of build files stands in those that the installed package is tested with.
+"""The build files that the guides show are in those that the installed package is tested with.
 
 building_test.py ROOT
 """
@@ -25,7 +25,7 @@ def main(root):
                     faults.append(f"{document}:{number}: not in any file of test/consumer")
     if count < 5:
         faults.append(f"only {count} blocks were found")
-    print("\n".join(faults) if faults else f"{count} blocks, all of them tried")
+    print("\n".join(faults) if faults else f"{count} blocks, all of them tested")
     return 1 if faults else 0
 
 

@@ -125,6 +125,23 @@ TEST_F(CopyAndBackupGuide, DoesNotReplaceAFileWithAWriteAheadLogThatIsOpen)
     EXPECT_TRUE(replaceFile(destination, source, "."));
 }
 
+TEST_F(CopyAndBackupGuide, ReplacesAFileWhoseJournalModeLeavesAJournal)
+{
+    for (const char* mode : {"TRUNCATE", "PERSIST"}) {
+        ASSERT_TRUE(make());
+        _copy.close();
+        ASSERT_TRUE(sql::RecordSet(_database.getHandle())
+                        .query("PRAGMA journal_mode = " + std::string(mode) +
+                               "; delete from route where id = 1"));
+        _database.close();
+        std::FILE* journal = std::fopen((source + std::string("-journal")).c_str(), "r");
+        ASSERT_TRUE(journal) << mode;
+        std::fclose(journal);
+        EXPECT_TRUE(replaceFile(destination, source, ".")) << mode;
+        EXPECT_TRUE(hasRows(source, false));
+    }
+}
+
 TEST_F(CopyAndBackupGuide, DoesNotPutACopyBesideAForeignJournal)
 {
     ASSERT_TRUE(make());

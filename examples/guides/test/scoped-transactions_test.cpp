@@ -63,3 +63,15 @@ TEST_F(ScopedTransactionsGuide, PumpsManyAllOrNothingUnderLocks)
     pumping.isDone = [] { return holds(150); };
     EXPECT_LT(3, runWithLocks(pumping));
 }
+
+// As after a full disk.
+TEST_F(ScopedTransactionsGuide, KeepsNothingOnceSqliteHasRolledBack)
+{
+    ASSERT_TRUE(work().prepare());
+    ASSERT_TRUE(sql::RecordSet(_database.getHandle())
+                    .query("create trigger full before update on tank when new.litres > 400 begin "
+                           "select raise(rollback, 'full'); end"));
+    sql::Table table = tanks();
+    EXPECT_EQ(0, pumpMany(table));
+    EXPECT_TRUE(holds(100));
+}
