@@ -5,8 +5,8 @@
 
 #include <Sql.h>
 
-// Ends with the block that it is declared in: rolled back, unless it was committed before. One that
-// is going to write takes the lock for that at once; one that only reads begins by "BEGIN".
+// Ends with the block that it is declared in: rolled back, unless it was committed before. It takes
+// the lock for writing at once. To only read, pass "BEGIN".
 class Transaction
 {
 public:

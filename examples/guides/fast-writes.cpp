@@ -18,7 +18,7 @@ bool open(sql::Database& database)
     return database.open("parts.db", sql::Database::read_write_create, false, 1000);
 }
 
-// All parts or none. What failed is in the object that failed.
+// All parts or none. The object that failed has the reason.
 bool addParts(sql::Table& parts, int count, std::string& reason)
 {
     sql::Transaction transaction(parts.getHandle());

@@ -23,7 +23,7 @@ struct SqlwTraceObject
     const std::int32_t* level;
 };
 
-// What the platform has beside it is its own.
+// The rest is the platform's own.
 struct Platform
 {
     SqlwTraceObject trace;

@@ -29,7 +29,7 @@ extern "C" int fdatasync(int file)
 const sql::Field eventColumns[] = {sql::Field("id", sql::type_int, sql::flag_primary_key),
                                    sql::Field("code", sql::type_int, 0), sql::Field()};
 
-// To be called after each open: neither setting is kept in the file, but for the mode WAL.
+// Call this after each open: of the settings, the file keeps only the mode WAL.
 bool set(sql::Database& database, const std::string& journal, const std::string& synchronous)
 {
     sql::RecordSet settings(database.getHandle());

@@ -9,7 +9,7 @@
 #include "Transaction.h"
 
 const char file[] = "threads.db";
-const int rows = 100;
+const int rows = 50;
 const int waitMs = 10000;
 
 const sql::Field eventColumns[] = {sql::Field("id", sql::type_int, sql::flag_primary_key),

@@ -13,7 +13,7 @@
 const sql::Field eventColumns[] = {sql::Field("id", sql::type_int, sql::flag_primary_key),
                                    sql::Field("code", sql::type_int, 0), sql::Field()};
 
-// The mode in which SQLite then is, which need not be the one that was asked for.
+// Returns the mode that is then in force, which need not be the one that was asked for.
 std::string setJournal(sql::Database& database, const std::string& mode)
 {
     const sql::Field columns[] = {sql::Field("mode", sql::type_text, sql::flag_primary_key),
