@@ -87,7 +87,11 @@ DecimalText::DecimalText(const string& text) : _form(no_number), _whole(0), _rea
         digits = digits * 10 + static_cast<unsigned long long>(*next - '0');
     const std::ptrdiff_t wholes = next - first;
     if (next == end && wholes > 0) {
-        _form = wholes <= mostDigits ? as_integer : as_text;
+        if (wholes > mostDigits) {
+            _form = as_text;
+            return;
+        }
+        _form = as_integer;
         _whole = isNegative ? -static_cast<integer>(digits) : static_cast<integer>(digits);
         return;
     }

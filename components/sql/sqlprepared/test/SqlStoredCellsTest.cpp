@@ -17,8 +17,6 @@ using namespace sqltest;
 namespace
 {
 
-const sql::Field* const noFields = nullptr;
-
 /// How a cell of a record is set, and whether a number column takes it.
 struct Kind
 {
