@@ -1,5 +1,5 @@
-// The library's whole interface in scenarios, each of which knows what must be in the file after
-// it.
+// The whole interface of library and companion in scenarios, each of which knows what must be in
+// the file after it.
 
 #ifndef SQLW_FAULTS_WORKLOAD_H
 #define SQLW_FAULTS_WORKLOAD_H
@@ -20,6 +20,8 @@ struct Scenario
 };
 
 const std::vector<Scenario>& scenarios();
+/// Those of them that use the companion.
+std::vector<Scenario> companionScenarios();
 /// Null when there is none of that name.
 const Scenario* scenarioNamed(const std::string& name);
 /// All names, for people.

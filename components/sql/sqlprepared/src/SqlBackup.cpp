@@ -41,8 +41,11 @@ void Backup::end()
 
 void Backup::fail(int rc)
 {
-    end(); // leaves SQLite's words with the destination
-    setError(_error, rc, _destination);
+    end();               // leaves SQLite's words with the destination
+    if (rc == SQLITE_OK) // SQLite has no word for a source that could not be opened
+        setError(_error, SQLITE_MISUSE, "the source is not open");
+    else
+        setError(_error, rc, _destination);
     SQLW_ERROR("Failed to copy a database: rc=%d=%s: %s", _error.code(),
                sqliteRc2Str(_error.code()), _error.text().c_str());
 }

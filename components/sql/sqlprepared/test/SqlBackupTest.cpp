@@ -70,6 +70,24 @@ TEST_F(BackupTest, CopiesPageByPage)
     EXPECT_EQ(pages(mine), backup.pageCount());
 }
 
+TEST_F(BackupTest, SourceThatCouldNotBeOpenedIsMisuse)
+{
+    sqlite3* unopened = nullptr;
+    {
+        Unrecorded direct;
+        ASSERT_EQ(SQLITE_CANTOPEN, sqlite3_open_v2("/no/such/folder/item.db", &unopened,
+                                                   SQLITE_OPEN_READWRITE, nullptr));
+    }
+    sql::Backup backup(copy.db, unopened);
+    const Refusal refusal = {SQLITE_MISUSE, "SQLITE_MISUSE", "the source is not open"};
+    EXPECT_EQ(trace({refusedToCopy(refusal)}), recordedDiagnostics());
+    EXPECT_EQ("21: the source is not open", words(backup.error()));
+    EXPECT_FALSE(backup.step(-1));
+    EXPECT_FALSE(backup.isDone());
+    Unrecorded direct;
+    sqlite3_close(unopened);
+}
+
 TEST_F(BackupTest, FurtherStepsOfADoneCopyAreFalse)
 {
     sql::Backup backup(copy.db, mine.db);
