@@ -61,7 +61,10 @@ int runWithLocks(const Work& work)
             bool hasCome = true;
             for (int step = 0; hasCome && !testing::Test::HasFailure(); ++step) {
                 SCOPED_TRACE(file + ", " + lock + ", step " + std::to_string(step));
-                EXPECT_TRUE(work.prepare());
+                if (!work.prepare()) {
+                    ADD_FAILURE() << "the work can't be prepared";
+                    return refused;
+                }
                 bool done;
                 {
                     Intruder intruder(file, lock, step);
