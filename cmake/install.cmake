@@ -1,4 +1,5 @@
-# What is installed, and where. Components: runtime, development, standalone, documentation.
+# What is installed, and where. Components: runtime, development, prepared, standalone,
+# documentation.
 
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -15,26 +16,26 @@ else()
   set(kind Static)
 endif()
 
-install(TARGETS sqlwrapper EXPORT sqlwrapper${kind}
-  INCLUDES DESTINATION ${headers_folder}
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-    COMPONENT runtime NAMELINK_COMPONENT development
-  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/components/sql/sqlwrapper/include/
-  DESTINATION ${headers_folder} COMPONENT development)
+# install_library(TARGET EXPORT RUNTIME DEVELOPMENT): a library and its headers, in these components.
+function(install_library target export runtime development)
+  get_target_property(folder ${target} SOURCE_DIR)
+  install(TARGETS ${target} EXPORT ${export}
+    INCLUDES DESTINATION ${headers_folder}
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+      COMPONENT ${runtime} NAMELINK_COMPONENT ${development}
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT ${development})
+  install(DIRECTORY ${folder}/include/ DESTINATION ${headers_folder} COMPONENT ${development})
+  install(EXPORT ${export} FILE ${export}Targets.cmake
+    NAMESPACE sqlwrapper:: DESTINATION ${config_folder} COMPONENT ${development})
+endfunction()
 
+set_target_properties(sqlprepared PROPERTIES EXPORT_NAME prepared)
 set_target_properties(sqlwrapper_standalone PROPERTIES EXPORT_NAME standalone)
-install(TARGETS sqlwrapper_standalone EXPORT sqlwrapperStandalone
-  INCLUDES DESTINATION ${headers_folder}
-  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT standalone)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/components/platform/standalone/include/
-  DESTINATION ${headers_folder} COMPONENT standalone)
+install_library(sqlwrapper sqlwrapper${kind} runtime development)
+install_library(sqlprepared sqlwrapperPrepared${kind} prepared prepared)
+install_library(sqlwrapper_standalone sqlwrapperStandalone standalone standalone)
 
 # For CMake: find_package(sqlwrapper).
-install(EXPORT sqlwrapper${kind} FILE sqlwrapper${kind}Targets.cmake
-  NAMESPACE sqlwrapper:: DESTINATION ${config_folder} COMPONENT development)
-install(EXPORT sqlwrapperStandalone FILE sqlwrapperStandaloneTargets.cmake
-  NAMESPACE sqlwrapper:: DESTINATION ${config_folder} COMPONENT standalone)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/sqlwrapperConfigVersion.cmake
   COMPATIBILITY SameMajorVersion)
 install(FILES
@@ -47,13 +48,14 @@ install(FILES
 # a board without its file could not even compile.
 file(RELATIVE_PATH pkgconfig_prefix /prefix/${pkgconfig_folder} /prefix)
 string(REGEX REPLACE "/$" "" pkgconfig_prefix ${pkgconfig_prefix})
-foreach(module sqlwrapper sqlwrapper-standalone)
+foreach(module_and_component IN ITEMS
+        "sqlwrapper;development" "sqlwrapper-prepared;prepared" "sqlwrapper-standalone;standalone")
+  list(GET module_and_component 0 module)
+  list(GET module_and_component 1 component)
   configure_file(${CMAKE_CURRENT_LIST_DIR}/${module}.pc.in ${PROJECT_BINARY_DIR}/${module}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${module}.pc
+    DESTINATION ${pkgconfig_folder} COMPONENT ${component})
 endforeach()
-install(FILES ${PROJECT_BINARY_DIR}/sqlwrapper.pc
-  DESTINATION ${pkgconfig_folder} COMPONENT development)
-install(FILES ${PROJECT_BINARY_DIR}/sqlwrapper-standalone.pc
-  DESTINATION ${pkgconfig_folder} COMPONENT standalone)
 
 # To read. The examples can be built from a copy.
 install(FILES

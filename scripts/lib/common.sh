@@ -24,10 +24,10 @@ if [[ ${1:-} == --help ]]; then
 fi
 refuse() { die "unknown argument '$1'; see ${0##*/} --help"; }
 
-# alone NAME: waits until no other process holds the lock of that name, and holds it until released.
+# alone NAME: waits until no other process holds NAME.lock, and holds it until it is released.
 alone() {
-    mkdir -p "$(dirname "build/$1")"
-    exec {lock}>"build/$1.lock"
+    mkdir -p "$(dirname "$1")"
+    exec {lock}>"$1.lock"
     flock "$lock"
 }
 release() { exec {lock}>&-; }
@@ -58,7 +58,7 @@ needs() {
     ((${#missing[@]})) || return 0
 
     say "installing ${missing[*]}"
-    alone packages
+    alone build/packages
     as_root apt-get -q -q update &&
         as_root env DEBIAN_FRONTEND=noninteractive apt-get -q -q -y --no-install-recommends \
             -o DPkg::Lock::Timeout=600 install "${missing[@]}" >/dev/null ||
@@ -66,6 +66,10 @@ needs() {
     release
 }
 as_root() { if ((EUID)); then sudo "$@"; else "$@"; fi; }
+
+# The files of the project, which may be no checkout of git's: names, each ended by a NUL.
+project_files() { find . \( -path ./build -o -path ./.git \) -prune -o -type f -printf '%P\0'; }
+copy_project() { project_files | tar -c --null -T - | tar -x -C "$1"; } # FOLDER
 
 # build_in FOLDER [CMAKE-OPTION...] [-- TARGET...]: configures and builds.
 build_in() {
@@ -75,7 +79,7 @@ build_in() {
         options+=("$1")
         shift
     done
-    alone "${folder#build/}"
+    alone "$folder"
     quietly "$folder.log" cmake_build "$@"
     release
 }

@@ -15,6 +15,8 @@ toolchain() { sed -n "s/^set($1 \(.*\))\$/\1/p" "$root/$target_toolchain"; }
 # on_target PROGRAM [ARGUMENT...]: runs in the emulator what was built for the target.
 on_target() { "${emulator[@]}" "$@"; }
 read -ra emulator < <(toolchain CMAKE_CROSSCOMPILING_EMULATOR)
+tools=$(toolchain CMAKE_C_COMPILER)
+tools=${tools%gcc} # what the names of the target's tools begin with
 
 # prepare_target: brings the cross compiler, the emulator, and SQLite and GoogleTest for the target.
 prepare_target() {
@@ -32,16 +34,26 @@ use_machine() {
     case $1 in
         host)
             preset=release
+            architecture=$(dpkg --print-architecture)
+            triplet=$(gcc -dumpmachine)
             machine_options=(-DCMAKE_CXX_COMPILER=g++)
-            tools=
+            consumer_options=("${machine_options[@]}")
+            make_options=(CXX=g++)
+            libraries_path=
             run_on_machine() { "$@"; }
             ;;
         target)
             prepare_target
             preset=ppc
+            architecture=powerpc
+            triplet=${tools%-}
             machine_options=("-DCMAKE_TOOLCHAIN_FILE=$root/$target_toolchain")
-            tools=$(toolchain CMAKE_C_COMPILER)
-            tools=${tools%gcc}
+            # As in any cross build, the linker is told where the shared library's own needs are.
+            local sqlite=$root/$target_sqlite/lib flags
+            flags=-Wl,-rpath-link,$sqlite
+            consumer_options=("${machine_options[@]}" "-DCMAKE_EXE_LINKER_FLAGS=$flags")
+            make_options=(CXX="${tools}g++" CXXFLAGS=-mcpu=e500mc LDFLAGS="$flags -L$sqlite")
+            libraries_path=:$sqlite
             run_on_machine() { on_target "$@"; }
             ;;
         *) die "no machine '$1'; there are: host target" ;;

@@ -1,6 +1,7 @@
 // What a program of another project looks like.
 
 #include <cstdio>
+#include <string>
 
 #include <Sql.h>
 
@@ -16,7 +17,9 @@ int main()
     record.setInteger("id", 7);
     record.setString("name", "O'Neil");
 
-    const bool ok = table.create() && table.addRecord(record) && table.open("id = 7");
-    std::puts(ok ? table.getTopRecord()->toString().c_str() : "failed");
-    return ok ? 0 : 1;
+    if (!table.create() || !table.addRecord(record) || !table.open("id = 7"))
+        return 1;
+    const std::string row = table.getTopRecord()->toString();
+    std::puts(row.c_str());
+    return row == "7|O'Neil" ? 0 : 1;
 }
