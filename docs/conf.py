@@ -44,6 +44,8 @@ elsewhere = {"components/platform/standalone/README.md": "reference/standalone-p
 
 def lead_to_page(app, env, node, content):
     target = (root / "docs" / env.docname).parent / node.get("reftarget", "")
+    if target.is_dir(): # which has no page
+        return content
     page = elsewhere.get(os.path.relpath(target, root))
     return page and make_refnode(app.builder, env.docname, page, None, content)
 

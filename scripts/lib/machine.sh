@@ -1,6 +1,7 @@
 # shellcheck shell=bash disable=SC2034
 # Sourced, in place of common.sh, by what builds for the target too.
 
+# shellcheck source=scripts/lib/common.sh
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 target_toolchain=cmake/toolchains/powerpc-e500mc.cmake

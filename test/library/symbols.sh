@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Reads the symbol table of the built library: symbols.sh NM READELF LIBRARY
+# Reads the symbol table of a built library: symbols.sh NM READELF LIBRARY EXPORTS IMPORTS
+# EXPORTS is its linker's version script, IMPORTS lists what it must and what it may import.
 set -euo pipefail
-nm=$1 readelf=$2 library=$3
+nm=$1 readelf=$2 library=$3 exports=$4 imports=$5
 failures=0
 
 fail() {
@@ -9,38 +10,39 @@ fail() {
     failures=$((failures + 1))
 }
 
-# SQLite, the system and the platform, each by name.
-sqlite='busy_timeout close column_count column_int errmsg exec finalize free open_v2 prepare_v2 step'
-system='ctime difftime isspace localtime_r snprintf strcmp strftime strstr strtod strtok strtoll syslog time'
-platform='g_traceObject logAssertFailed'
 # What the C++ runtime brings: its own versions, and what compilers call by themselves.
 runtime='@(GLIBCXX|CXXABI|GCC)_'
 compiler='^(_ITM_(de)?registerTMCloneTable|__gmon_start__|__cxa_finalize|__stack_chk_(fail|guard)|_GLOBAL_OFFSET_TABLE_|mem(chr|cmp|cpy|move|set)|strlen)$'
-
-imports=$("$nm" -D --undefined-only "$library" | awk '{print $NF}')
-
-allowed=" $(printf 'sqlite3_%s ' $sqlite)$system $platform "
-while read -r symbol; do
-    name=${symbol%%@*}
-    [[ $allowed == *" $name "* || $symbol =~ $runtime || $name =~ $compiler ]] && continue
-    fail "import $symbol"
-done <<<"$imports"
-
-for name in $(printf 'sqlite3_%s ' $sqlite) syslog $platform; do
-    grep -qE "^$name(@|$)" <<<"$imports" || fail "no import of $name"
-done
-
-functions='sqliteRc2Str|runOneStepSqlStmt|queryNumber|type2Str|quoteStr|trim|trimleft|trimright|intToStr|listToVector'
-classes='Database|Field|FieldSet|Record|RecordSet|Table|Time|Value'
-while read -r name; do
-    [[ $name =~ ^sql::($classes):: || $name =~ ^sql::($functions)(\[abi:cxx11\])?\( ]] ||
-        fail "export $name"
-done < <("$nm" -DC --defined-only "$library" | sed -E 's/^[^ ]* +[^ ]+ //')
+must=$(sed -n 's/^must: //p' "$imports")
+known=" $must $(sed -n 's/^may: //p' "$imports") "
+known=${known//$'\n'/ }
 
 dynamic=$("$readelf" -dW "$library")
-[[ $dynamic == *'[libsqlwrapper.so.1]'* ]] || fail "another SONAME than libsqlwrapper.so.1"
+imported=$("$nm" -D --undefined-only "$library" | awk '{print $NF}')
+while read -r symbol; do
+    name=${symbol%%@*}
+    [[ $known == *" $name "* || $symbol =~ $runtime || $name =~ $compiler ]] && continue
+    [[ $name == _ZN*3sql* && $dynamic == *NEEDED*libsqlwrapper.so* ]] || fail "import $symbol"
+done <<<"$imported"
+for name in $must; do
+    grep -qE "^$name(@|$)" <<<"$imported" || fail "no import of $name"
+done
+
+mapfile -t patterns < <(sed -nE 's/^ *(sql::[^;]*);$/\1/p' "$exports")
+exported=$("$nm" -DC --defined-only "$library" | sed -E 's/^[^ ]* +[^ ]+ //')
+while read -r name; do
+    # shellcheck disable=SC2053 # patterns they are
+    for pattern in "${patterns[@]}"; do [[ $name != $pattern ]] || continue 2; done
+    fail "export $name"
+done <<<"$exported"
+for pattern in "${patterns[@]}"; do
+    [[ $'\n'$exported == *$'\n'$pattern ]] || fail "no export for $pattern"
+done
+
+soname=$(basename "$library").1
+[[ $dynamic == *"soname: [$soname]"* ]] || fail "another SONAME than $soname"
 while read -r needed; do
-    [[ $needed =~ ^(libsqlite3|libstdc\+\+|libgcc_s|libc|libm|ld|libpthread)[.-] ]] ||
+    [[ $needed =~ ^(libsqlite3|libsqlwrapper|libstdc\+\+|libgcc_s|libc|libm|ld|libpthread)[.-] ]] ||
         fail "library $needed"
 done < <(sed -nE 's/.*\(NEEDED\).*\[(.*)\]/\1/p' <<<"$dynamic")
 [[ $dynamic != *TEXTREL* ]] || fail "text relocations"
