@@ -1,0 +1,112 @@
+"""Boards, their shippers and a gateway, as processes, in a folder of their own."""
+
+import pathlib
+import random
+import signal
+import sqlite3
+import subprocess
+import tempfile
+
+TABLES = ("reading", "latest")
+
+
+def write_samples(path, count, seed):
+    """A file to replay: counters that come, change and go."""
+    pick = random.Random(seed)
+    with open(path, "w", encoding="utf-8") as file:
+        for _ in range(count):
+            for name in pick.sample(["load", "free", "heat", "flow's", "speed"], 3):
+                file.write(f"{name} {pick.randrange(-1000, 1000)} unit\n")
+            file.write("\n")
+
+
+class Fleet:
+    def __init__(self, programs, emulator=(), elsewhere=None):
+        """`emulator` runs the programs. Boards in `elsewhere` have programs and emulator of their own."""
+        self._made = tempfile.TemporaryDirectory()
+        self.folder = pathlib.Path(self._made.name)
+        self.here = (pathlib.Path(programs).resolve(), list(emulator))
+        self.elsewhere = elsewhere or {}
+        self.gateway_file = self.folder / "gateway.db"
+        self.listener = None
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.stop_listening(signal.SIGTERM)
+        self._made.cleanup()
+
+    def file(self, number):
+        return self.folder / f"{number}.db"
+
+    def start(self, program, *arguments, **options):
+        programs, emulator = self.elsewhere.get(options.pop("board", None), self.here)
+        command = [*emulator, str(programs / program), *map(str, arguments)]
+        return subprocess.Popen(command, stdin=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True,
+                                stdout=options.pop("stdout", subprocess.PIPE), **options)
+
+    def run(self, program, *arguments, **options):
+        """The exit status and the last line of the errors."""
+        process = self.start(program, *arguments, **options)
+        output, errors = process.communicate(timeout=120)
+        return process.returncode, (errors.strip().splitlines() or [""])[-1], output
+
+    def sample(self, number, count=3, seed=None, *options):
+        """The board keeps some samples."""
+        samples = self.folder / f"{number}.samples"
+        write_samples(samples, count, random.random() if seed is None else seed)
+        return self.run("board", self.file(number), number, "--replay", samples, *options,
+                        board=number)
+
+    def listen(self):
+        self.listener = self.start("gateway", self.gateway_file, "listen", 0)
+        self.port = self.listener.stdout.readline().strip()
+
+    def stop_listening(self, how=signal.SIGKILL):
+        if self.listener:
+            self.listener.send_signal(how)
+            self.listener.communicate()
+            self.listener = None
+
+    def ship(self, number, **options):
+        return self.run("ship", self.file(number), "to", "127.0.0.1", self.port, board=number,
+                        **options)
+
+    def write(self, number, name, *after):
+        return self.run("ship", self.file(number), "write", self.folder / name, *after)
+
+    def apply(self, *names, **options):
+        files = [self.folder / name for name in names]
+        return self.run("gateway", self.gateway_file, "apply", *files, **options)
+
+    def rows(self, path, table, number):
+        """Those of a board, with the types of their cells."""
+        with sqlite3.connect(path) as database:
+            columns = [row[1] for row in database.execute(f"PRAGMA table_info({table})")]
+            cells = ", ".join(f"quote({column})" for column in columns)
+            return set(database.execute(f"SELECT {cells} FROM {table} WHERE id >> 32 = {number}"))
+
+    def differences(self, number):
+        """What the gateway has otherwise than the board; None for nothing."""
+        for table in TABLES:
+            mine = self.rows(self.file(number), table, number)
+            theirs = self.rows(self.gateway_file, table, number)
+            if mine != theirs:
+                return (f"board {number}: {len(mine - theirs)} rows of {table} are missing at the "
+                        f"gateway, {len(theirs - mine)} are only there")
+        return None
+
+    def number(self, query):
+        with sqlite3.connect(self.gateway_file) as database:
+            return database.execute(query).fetchone()[0]
+
+    def events(self, number):
+        with sqlite3.connect(self.gateway_file) as database:
+            return [row[0] for row in database.execute(
+                "SELECT text FROM event WHERE board = ? ORDER BY id", (number,))]
+
+
+def kill(process):
+    process.kill()
+    process.communicate()
