@@ -194,7 +194,7 @@ string intToStr(integer number)
 void listToVector(string list, std::vector<string>& items, const char* delimiters)
 {
     items.clear();
-    // The list came by value, so strtok may cut it up where it stands, however long it is.
+    // The list came by value, so strtok may cut it up in place, however long it is.
     // Deliberate: listToVector drops empty items, but keeps blank ones
     char* token = std::strtok(&list[0], delimiters);
     while (token) {

@@ -14,7 +14,7 @@ namespace sql
 {
 
 // What a vector of cells is constructed from, so that it takes its memory once: the first texts of
-// a row, and NULL for null pointers and behind them.
+// a row, and NULL for null pointers and after them.
 class Record::Cells
 {
 public:

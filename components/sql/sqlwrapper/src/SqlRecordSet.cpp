@@ -106,7 +106,7 @@ int RecordSet::on_next_record(void* param, int argc, char** argv, char** /*colum
 {
     RecordSet& set = *static_cast<RecordSet*>(param);
     if (set._result == SQLITE_NOMEM)
-        return 0; // no rows behind one that is missing
+        return 0; // no rows after one that is missing
 
     try {
         // Deliberate: Result columns are taken by position
@@ -136,12 +136,12 @@ const FieldSet& RecordSet::fields() const
 
 Record* RecordSet::getRecord(int index)
 {
-    return index >= 0 && index < count() ? &_records[static_cast<size_t>(index)] : nullptr;
+    return const_cast<Record*>(static_cast<const RecordSet*>(this)->getRecord(index));
 }
 
 const Record* RecordSet::getRecord(int index) const
 {
-    return const_cast<RecordSet*>(this)->getRecord(index);
+    return index >= 0 && index < count() ? &_records[static_cast<size_t>(index)] : nullptr;
 }
 
 const Record* RecordSet::getTopRecord() const

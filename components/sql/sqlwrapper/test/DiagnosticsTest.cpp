@@ -41,7 +41,7 @@ protected:
         EXPECT_TRUE(memory.open(":memory:", sql::Database::read_write, false, 0));
         EXPECT_EQ(0, memory.getUserVersion());
         sql::Time epoch(0);
-        return recordedDiagnostics();
+        return takeDiagnostics();
     }
 
     const std::string error = database.error(
@@ -144,7 +144,7 @@ TEST_F(TraceGateTest, DropsTheSecondLineOfAFailedStatementWhenTheLevelFallsAfter
                   common.error("runOneStepSqlStmt",
                                "Failed to prepare the SQL statement '%s': ", "nonsense"),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(TraceGateTest, DropsTheSecondLineOfAFailedQueryWhenTheLevelFallsAfterTheFirst)
@@ -153,14 +153,14 @@ TEST_F(TraceGateTest, DropsTheSecondLineOfAFailedQueryWhenTheLevelFallsAfterTheF
     faults.levelAfterNextLine = 2;
     EXPECT_EQ(-1, sql::queryNumber(db, "select -1"));
     EXPECT_EQ(trace({common.error("queryNumber", "The SQL query '%s' failed", "select -1")}),
-              recordedDiagnostics());
+              takeDiagnostics());
 }
 
 TEST_F(TraceGateTest, DropsTheDebugLineAfterTheLevelFell)
 {
     EXPECT_EQ(7, sql::queryNumber(db, "select set_trace_level(7)"));
     EXPECT_EQ(trace({common.debug2("queryNumber", "stmt='%s'", "select set_trace_level(7)")}),
-              recordedDiagnostics());
+              takeDiagnostics());
 }
 
 TEST_F(TraceGateTest, WritesTheErrorLinesAfterTheLevelRose)
@@ -174,14 +174,14 @@ TEST_F(TraceGateTest, WritesTheErrorLinesAfterTheLevelRose)
             common.error("runOneStepSqlStmt", "  SQLite returned %d=%s instead of SQLITE_DONE: %s",
                          100, "SQLITE_ROW", "another row available"),
         }),
-        recordedDiagnostics());
+        takeDiagnostics());
 }
 
 TEST_F(TraceGateTest, ComputesNoArgumentOfALineThatIsNotWritten)
 {
     setTraceLevel(2);
     EXPECT_FALSE(sql::runOneStepSqlStmt(db, "nonsense"));
-    EXPECT_EQ(trace({sqlite("prepare_v2", "nonsense, -1")}), recorded());
+    EXPECT_EQ(trace({sqlite("prepare_v2", "nonsense, -1")}), takeEvents());
 }
 
 // Assertion reports
@@ -198,7 +198,7 @@ TEST_F(AssertionTest, IsReportedAtEveryTraceLevel)
     for (const int level : {INT32_MIN, -1, 0, 2, 3, 6, 7, 8, 9, INT32_MAX}) {
         setTraceLevel(level);
         EXPECT_EQ(-1, sql::queryNumber(nullptr, "select 1"));
-        EXPECT_EQ(trace({report}), recorded()) << "at level " << level;
+        EXPECT_EQ(trace({report}), takeEvents()) << "at level " << level;
     }
 }
 
@@ -206,14 +206,14 @@ TEST_F(AssertionTest, IsReportedWithoutTraceObject)
 {
     dropTraceObject();
     EXPECT_EQ(-1, sql::queryNumber(nullptr, "select 1"));
-    EXPECT_EQ(trace({report}), recorded());
+    EXPECT_EQ(trace({report}), takeEvents());
 }
 
 TEST_F(AssertionTest, IsReportedWithoutTraceLevel)
 {
     dropTraceLevel();
     EXPECT_EQ(-1, sql::queryNumber(nullptr, "select 1"));
-    EXPECT_EQ(trace({report}), recorded());
+    EXPECT_EQ(trace({report}), takeEvents());
 }
 
 // Another library
@@ -236,7 +236,7 @@ TEST_F(AnotherLibraryTest, ReportsItsOwnFolder)
     EXPECT_FALSE(failInAnotherLibrary());
     EXPECT_EQ(trace({here.error("failInAnotherLibrary", "%d of %d", 1, 2),
                      here.asserted("2 < 1", "bool failInAnotherLibrary()")}),
-              recorded());
+              takeEvents());
 }
 
 } // namespace

@@ -2,16 +2,15 @@
 
 #include <climits>
 #include <cstdint>
-#include <future>
 #include <limits>
 #include <map>
-#include <sstream>
 #include <type_traits>
 #include <vector>
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include "support/Bytes.h"
 #include "support/World.h"
 
 using namespace sqltest;
@@ -28,21 +27,8 @@ static_assert(
     "");
 static_assert(
     std::is_same<decltype(&sql::queryNumber), int (*)(sqlite3*, const std::string&)>::value, "");
-static_assert(std::is_same<decltype(&sql::listToVector),
-                           void (*)(std::string, std::vector<std::string>&, const char*)>::value,
-              "");
 static_assert(std::is_same<sql::string, std::string>::value, "");
 static_assert(std::numeric_limits<sql::integer>::digits == 63, "");
-
-// The bytes 1 to 255, but for the single quote.
-std::string allBytesButQuote()
-{
-    std::string bytes;
-    for (int byte = 1; byte < 256; ++byte)
-        if (byte != '\'')
-            bytes += static_cast<char>(byte);
-    return bytes;
-}
 
 // The names of result codes
 
@@ -133,7 +119,7 @@ TEST_F(RunOneStepSqlStmtTest, PreparesStepsAndFinalises)
                   sqlite("step"),
                   sqlite("finalize"),
               }),
-              recorded());
+              takeEvents());
     EXPECT_EQ("1", cell("select count(*) from sqlite_master"));
 }
 
@@ -142,7 +128,7 @@ TEST_F(RunOneStepSqlStmtTest, ReportsNullConnectionWithoutLogLine)
     EXPECT_FALSE(sql::runOneStepSqlStmt(nullptr, "create table t (a)"));
     EXPECT_EQ(
         trace({common.asserted("db", "bool sql::runOneStepSqlStmt(sqlite3*, const string&)")}),
-        recorded());
+        takeEvents());
 }
 
 TEST_F(RunOneStepSqlStmtTest, FinalisesNothingThatCouldNotBePrepared)
@@ -155,7 +141,7 @@ TEST_F(RunOneStepSqlStmtTest, FinalisesNothingThatCouldNotBePrepared)
                   sqlite("errmsg"),
                   prepareResult(1, "SQLITE_ERROR", "near \"nonsense\": syntax error"),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(RunOneStepSqlStmtTest, TakesRowAsFailure)
@@ -170,7 +156,7 @@ TEST_F(RunOneStepSqlStmtTest, TakesRowAsFailure)
                   stepResult(100, "SQLITE_ROW", "another row available"),
                   sqlite("finalize"),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(RunOneStepSqlStmtTest, LogsAFailedStepBeforeItFinalises)
@@ -186,7 +172,7 @@ TEST_F(RunOneStepSqlStmtTest, LogsAFailedStepBeforeItFinalises)
                   stepResult(19, "SQLITE_CONSTRAINT", "UNIQUE constraint failed: t.a"),
                   sqlite("finalize"),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(RunOneStepSqlStmtTest, LogsAnExtendedCodeAsUnknown)
@@ -199,7 +185,7 @@ TEST_F(RunOneStepSqlStmtTest, LogsAnExtendedCodeAsUnknown)
                   stepFailed("insert into t values (1)"),
                   stepResult(2067, "unknown", "UNIQUE constraint failed: t.a"),
               }),
-              recordedDiagnostics());
+              takeDiagnostics());
 }
 
 TEST_F(RunOneStepSqlStmtTest, LogsTheCodeOfAFailedPreparation)
@@ -214,7 +200,7 @@ TEST_F(RunOneStepSqlStmtTest, LogsTheCodeOfAFailedPreparation)
                   prepareFailed("create table t (a)"),
                   prepareResult(23, "SQLITE_AUTH", "not authorized"),
               }),
-              recordedDiagnostics());
+              takeDiagnostics());
 }
 
 TEST_F(RunOneStepSqlStmtTest, TakesAnEmptyStatementAsFailure)
@@ -229,7 +215,7 @@ TEST_F(RunOneStepSqlStmtTest, TakesAnEmptyStatementAsFailure)
                   stepResult(21, "SQLITE_MISUSE", "not an error"),
                   sqlite("finalize"),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(RunOneStepSqlStmtTest, RunsOnlyTheFirstOfSeveralStatements)
@@ -241,7 +227,7 @@ TEST_F(RunOneStepSqlStmtTest, RunsOnlyTheFirstOfSeveralStatements)
 TEST_F(RunOneStepSqlStmtTest, EndsTheStatementAtItsFirstNulByte)
 {
     EXPECT_TRUE(sql::runOneStepSqlStmt(db, std::string("create table t (a)\0nonsense", 27)));
-    EXPECT_EQ(trace({debug2("create table t (a)")}), recordedDiagnostics());
+    EXPECT_EQ(trace({debug2("create table t (a)")}), takeDiagnostics());
 }
 
 TEST_F(RunOneStepSqlStmtTest, TakesNoPercentSignForAFormat)
@@ -253,7 +239,7 @@ TEST_F(RunOneStepSqlStmtTest, TakesNoPercentSignForAFormat)
                   stepFailed("insert into t values ('%d%s%n' < 0)"),
                   stepResult(19, "SQLITE_CONSTRAINT", "CHECK constraint failed: %s%n"),
               }),
-              recordedDiagnostics());
+              takeDiagnostics());
 }
 
 TEST_F(RunOneStepSqlStmtTest, TakesNoPercentSignOfAFailedPreparationForAFormat)
@@ -264,7 +250,7 @@ TEST_F(RunOneStepSqlStmtTest, TakesNoPercentSignOfAFailedPreparationForAFormat)
                   prepareFailed("drop table \"%s%n\""),
                   prepareResult(1, "SQLITE_ERROR", "no such table: %s%n"),
               }),
-              recordedDiagnostics());
+              takeDiagnostics());
 }
 
 TEST_F(RunOneStepSqlStmtTest, PassesEveryByteOfTheStatementOn)
@@ -272,7 +258,7 @@ TEST_F(RunOneStepSqlStmtTest, PassesEveryByteOfTheStatementOn)
     run("create table t (a)");
     EXPECT_TRUE(sql::runOneStepSqlStmt(db, "insert into t values ('" + allBytesButQuote() + "')"));
     EXPECT_EQ(trace({debug2("insert into t values ('" + allBytesButQuote() + "')")}),
-              recordedDiagnostics());
+              takeDiagnostics());
     EXPECT_EQ(allBytesButQuote(), cell("select a from t"));
 }
 
@@ -286,7 +272,7 @@ TEST_F(RunOneStepSqlStmtTest, LogsALongStatementWhole)
                   prepareResult(1, "SQLITE_ERROR",
                                 ("no such table: " + std::string(200000, 'x')).c_str()),
               }),
-              recordedDiagnostics());
+              takeDiagnostics());
 }
 
 // Reading one number
@@ -337,21 +323,21 @@ TEST_F(QueryNumberTest, ReadsTheFirstColumnOfTheFirstRow)
                   sqlite("finalize"),
                   debug2(42),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(QueryNumberTest, ReportsNullConnectionWithoutLogLine)
 {
     EXPECT_EQ(-1, sql::queryNumber(nullptr, "select 42"));
     EXPECT_EQ(trace({common.asserted("db", "int sql::queryNumber(sqlite3*, const string&)")}),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(QueryNumberTest, CountsAnEmptyTableAs0)
 {
     run("create table t (a)");
     EXPECT_EQ(0, sql::queryNumber(db, "select count(*) from t"));
-    EXPECT_EQ(trace({debug2("select count(*) from t"), debug2(0)}), recordedDiagnostics());
+    EXPECT_EQ(trace({debug2("select count(*) from t"), debug2(0)}), takeDiagnostics());
 }
 
 TEST_F(QueryNumberTest, FinalisesNothingThatCouldNotBePrepared)
@@ -364,7 +350,7 @@ TEST_F(QueryNumberTest, FinalisesNothingThatCouldNotBePrepared)
                   sqlite("errmsg"),
                   prepareResult(1, "SQLITE_ERROR", "incomplete input"),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(QueryNumberTest, TakesNoRowAsFailureAndLogsItAfterItFinalised)
@@ -379,7 +365,7 @@ TEST_F(QueryNumberTest, TakesNoRowAsFailureAndLogsItAfterItFinalised)
                   sqlite("errmsg"),
                   noRow(101, "SQLITE_DONE", "not an error"),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(QueryNumberTest, LogsAFailedStepAfterItFinalised)
@@ -394,7 +380,7 @@ TEST_F(QueryNumberTest, LogsAFailedStepAfterItFinalised)
                   sqlite("errmsg"),
                   noRow(1, "SQLITE_ERROR", "integer overflow"),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(QueryNumberTest, LogsAnExtendedCodeAsUnknown)
@@ -407,14 +393,14 @@ TEST_F(QueryNumberTest, LogsAnExtendedCodeAsUnknown)
                   failed("insert into t values (1)"),
                   noRow(2067, "unknown", "UNIQUE constraint failed: t.a"),
               }),
-              recordedDiagnostics());
+              takeDiagnostics());
 }
 
 TEST_F(QueryNumberTest, TakesAnEmptyQueryAsFailure)
 {
     EXPECT_EQ(-1, sql::queryNumber(db, ""));
     EXPECT_EQ(trace({debug2(""), failed(""), noRow(21, "SQLITE_MISUSE", "not an error")}),
-              recordedDiagnostics());
+              takeDiagnostics());
 }
 
 TEST_F(QueryNumberTest, RunsAStatementWithoutRowsAndCallsItFailed)
@@ -425,7 +411,7 @@ TEST_F(QueryNumberTest, RunsAStatementWithoutRowsAndCallsItFailed)
                   failed("create table t (a)"),
                   noRow(101, "SQLITE_DONE", "not an error"),
               }),
-              recordedDiagnostics());
+              takeDiagnostics());
     EXPECT_EQ("t", cell("select name from sqlite_master"));
 }
 
@@ -443,7 +429,7 @@ TEST_F(QueryNumberTest, TakesTwoColumnsAsFailure)
                                "while 1 is expected",
                                "select 1, 2", 2),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(QueryNumberTest, LooksForARowBeforeItCountsColumns)
@@ -454,7 +440,7 @@ TEST_F(QueryNumberTest, LooksForARowBeforeItCountsColumns)
                   failed("select 1, 2 where 0"),
                   noRow(101, "SQLITE_DONE", "not an error"),
               }),
-              recordedDiagnostics());
+              takeDiagnostics());
 }
 
 TEST_F(QueryNumberTest, IgnoresFurtherRows)
@@ -469,7 +455,7 @@ TEST_F(QueryNumberTest, IgnoresFurtherRows)
                   sqlite("finalize"),
                   debug2(3),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(QueryNumberTest, TakesANegativeNumberAsFailure)
@@ -485,19 +471,19 @@ TEST_F(QueryNumberTest, TakesANegativeNumberAsFailure)
                   failed("select -5"),
                   negative(-5),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(QueryNumberTest, ReadsTheLargestNumberOf32Bits)
 {
     EXPECT_EQ(2147483647, sql::queryNumber(db, "select 2147483647"));
-    EXPECT_EQ(trace({debug2("select 2147483647"), debug2(2147483647)}), recordedDiagnostics());
+    EXPECT_EQ(trace({debug2("select 2147483647"), debug2(2147483647)}), takeDiagnostics());
 }
 
 TEST_F(QueryNumberTest, CutsALargerNumberTo32Bits)
 {
     EXPECT_EQ(7, sql::queryNumber(db, "select 4294967303"));
-    EXPECT_EQ(trace({debug2("select 4294967303"), debug2(7)}), recordedDiagnostics());
+    EXPECT_EQ(trace({debug2("select 4294967303"), debug2(7)}), takeDiagnostics());
 }
 
 TEST_F(QueryNumberTest, FailsWhenTheCutNumberIsNegative)
@@ -505,19 +491,19 @@ TEST_F(QueryNumberTest, FailsWhenTheCutNumberIsNegative)
     EXPECT_EQ(-1, sql::queryNumber(db, "select 2147483648"));
     EXPECT_EQ(
         trace({debug2("select 2147483648"), failed("select 2147483648"), negative(INT32_MIN)}),
-        recordedDiagnostics());
+        takeDiagnostics());
 }
 
 TEST_F(QueryNumberTest, ReadsNullAs0)
 {
     EXPECT_EQ(0, sql::queryNumber(db, "select null"));
-    EXPECT_EQ(trace({debug2("select null"), debug2(0)}), recordedDiagnostics());
+    EXPECT_EQ(trace({debug2("select null"), debug2(0)}), takeDiagnostics());
 }
 
 TEST_F(QueryNumberTest, EndsTheQueryAtItsFirstNulByte)
 {
     EXPECT_EQ(42, sql::queryNumber(db, std::string("select 42\0, 7", 13)));
-    EXPECT_EQ(trace({debug2("select 42"), debug2(42)}), recordedDiagnostics());
+    EXPECT_EQ(trace({debug2("select 42"), debug2(42)}), takeDiagnostics());
 }
 
 TEST_F(QueryNumberTest, TakesNoPercentSignForAFormat)
@@ -528,7 +514,7 @@ TEST_F(QueryNumberTest, TakesNoPercentSignForAFormat)
                   prepareFailed("select count(*) from \"%s%n\""),
                   prepareResult(1, "SQLITE_ERROR", "no such table: %s%n"),
               }),
-              recordedDiagnostics());
+              takeDiagnostics());
 }
 
 TEST_F(QueryNumberTest, TakesNoPercentSignOfAFailedQueryForAFormat)
@@ -541,343 +527,21 @@ TEST_F(QueryNumberTest, TakesNoPercentSignOfAFailedQueryForAFormat)
                                "while 1 is expected",
                                "select '%s%n', '%d'", 2),
               }),
-              recordedDiagnostics());
+              takeDiagnostics());
 }
 
 TEST_F(QueryNumberTest, PassesEveryByteOfTheQueryOn)
 {
     const std::string query = "select length(cast('" + allBytesButQuote() + "' as blob))";
     EXPECT_EQ(254, sql::queryNumber(db, query));
-    EXPECT_EQ(trace({debug2(query), debug2(254)}), recordedDiagnostics());
+    EXPECT_EQ(trace({debug2(query), debug2(254)}), takeDiagnostics());
 }
 
 TEST_F(QueryNumberTest, WritesItsFailureAloneAtLevel3)
 {
     setTraceLevel(3);
     EXPECT_EQ(-1, sql::queryNumber(db, "select -5"));
-    EXPECT_EQ(trace({failed("select -5"), negative(-5)}), recordedDiagnostics());
-}
-
-// The names of types
-
-class Type2StrTest : public Test
-{
-protected:
-    const std::string report =
-        common.asserted("false", "sql::string sql::type2Str(sql::field_type)");
-};
-
-TEST_F(Type2StrTest, NamesEachType)
-{
-    EXPECT_EQ("integer", sql::type2Str(sql::type_int));
-    EXPECT_EQ("text", sql::type2Str(sql::type_text));
-    EXPECT_EQ("float", sql::type2Str(sql::type_float));
-    EXPECT_EQ("bool", sql::type2Str(sql::type_bool));
-    EXPECT_EQ("time", sql::type2Str(sql::type_time));
-    EXPECT_EQ(trace({}), recorded());
-}
-
-TEST_F(Type2StrTest, KnowsTheTypesByTheirNumbers)
-{
-    EXPECT_EQ("integer", sql::type2Str(static_cast<sql::field_type>(0)));
-    EXPECT_EQ("text", sql::type2Str(static_cast<sql::field_type>(1)));
-    EXPECT_EQ("float", sql::type2Str(static_cast<sql::field_type>(2)));
-    EXPECT_EQ("bool", sql::type2Str(static_cast<sql::field_type>(3)));
-    EXPECT_EQ("time", sql::type2Str(static_cast<sql::field_type>(4)));
-}
-
-TEST_F(Type2StrTest, ReportsANumberThatIsNoType)
-{
-    for (const int number : {5, 7, 256, INT_MAX, -1, INT_MIN}) {
-        EXPECT_EQ("undefined", sql::type2Str(static_cast<sql::field_type>(number))) << number;
-        EXPECT_EQ(trace({report}), recorded()) << number;
-    }
-}
-
-// Quoting
-
-TEST(QuoteStrTest, DoublesASingleQuote)
-{
-    EXPECT_EQ("it''s", sql::quoteStr("it's"));
-}
-
-TEST(QuoteStrTest, DoublesEachOfSeveralQuotes)
-{
-    EXPECT_EQ("''''", sql::quoteStr("''"));
-}
-
-TEST(QuoteStrTest, DoublesQuotesAtBothEnds)
-{
-    EXPECT_EQ("''a''b''", sql::quoteStr("'a'b'"));
-}
-
-TEST(QuoteStrTest, LeavesAnEmptyTextEmpty)
-{
-    EXPECT_EQ("", sql::quoteStr(""));
-}
-
-TEST(QuoteStrTest, LeavesAnyOtherByteAsItIs)
-{
-    EXPECT_EQ(allBytesButQuote(), sql::quoteStr(allBytesButQuote()));
-}
-
-TEST(QuoteStrTest, GoesOnPastANulByte)
-{
-    EXPECT_EQ(std::string("a\0''b''\0", 8), sql::quoteStr(std::string("a\0'b'\0", 6)));
-}
-
-TEST(QuoteStrTest, LeavesItsArgumentAsItIs)
-{
-    const std::string text = "it's";
-    sql::quoteStr(text);
-    EXPECT_EQ("it's", text);
-}
-
-TEST(QuoteStrTest, DoublesAMillionQuotes)
-{
-    EXPECT_TRUE(std::string(2000000, '\'') == sql::quoteStr(std::string(1000000, '\'')));
-}
-
-// On two threads at once
-
-TEST(ThreadsTest, HelpersKeepTheTextsOfThreadsApart)
-{
-    const auto differing = [](char character) {
-        const std::string text = " " + std::string(1000, character) + "' ";
-        int different = 0;
-        for (int i = 0; i < 20000; ++i) {
-            different += sql::quoteStr(text) != " " + std::string(1000, character) + "'' ";
-            different += sql::trim(text) != std::string(1000, character) + "'";
-            different += sql::intToStr(character) != std::to_string(int(character));
-        }
-        return different;
-    };
-    std::future<int> other = std::async(std::launch::async, differing, 'a');
-    EXPECT_EQ(0, differing('b'));
-    EXPECT_EQ(0, other.get());
-}
-
-// Trimming
-
-TEST(TrimTest, LeftErasesTheLeadingWhiteSpaceAlone)
-{
-    std::string text = " \t a b \t\n";
-    EXPECT_EQ(&text, &sql::trimleft(text));
-    EXPECT_EQ("a b \t\n", text);
-}
-
-TEST(TrimTest, RightErasesTheTrailingWhiteSpaceAlone)
-{
-    std::string text = " \t a b \t\n";
-    EXPECT_EQ(&text, &sql::trimright(text));
-    EXPECT_EQ(" \t a b", text);
-}
-
-TEST(TrimTest, InPlaceErasesBothEndsAndReturnsItsArgument)
-{
-    std::string text = "  a b \t\n";
-    EXPECT_EQ(&text, &sql::trim(text));
-    EXPECT_EQ("a b", text);
-}
-
-TEST(TrimTest, OfAConstantReturnsACopy)
-{
-    const std::string text = "  a b \t\n";
-    EXPECT_EQ("a b", sql::trim(text));
-    EXPECT_EQ("  a b \t\n", text);
-}
-
-TEST(TrimTest, EmptiesATextOfWhiteSpaceAlone)
-{
-    std::string left = "   ";
-    std::string right = "   ";
-    std::string both = "   ";
-    EXPECT_EQ("", sql::trimleft(left));
-    EXPECT_EQ("", sql::trimright(right));
-    EXPECT_EQ("", sql::trim(both));
-    EXPECT_EQ("", sql::trim(std::string(" \t\n")));
-}
-
-TEST(TrimTest, LeavesAnEmptyTextEmpty)
-{
-    std::string empty;
-    EXPECT_EQ("", sql::trimleft(empty));
-    EXPECT_EQ("", sql::trimright(empty));
-    EXPECT_EQ("", sql::trim(empty));
-    EXPECT_EQ("", sql::trim(std::string()));
-}
-
-TEST(TrimTest, LeavesATextWithoutOuterWhiteSpaceAsItIs)
-{
-    EXPECT_EQ("a \t b", sql::trim(std::string("a \t b")));
-}
-
-TEST(TrimTest, ErasesTheSixSpacesAndNoOtherByte)
-{
-    const std::string spaces = " \t\n\v\f\r";
-    for (int byte = 0; byte < 256; ++byte) {
-        const std::string one(1, static_cast<char>(byte));
-        const bool space = spaces.find(one) != std::string::npos;
-        EXPECT_EQ(space ? "x" : one + "x" + one, sql::trim(one + "x" + one)) << byte;
-    }
-}
-
-TEST(TrimTest, TakesANulByteForAnEnd)
-{
-    EXPECT_EQ(std::string("\0 a \0", 5), sql::trim(std::string(" \0 a \0 ", 7)));
-}
-
-TEST(TrimTest, ErasesAMillionBlanks)
-{
-    const std::string blanks(1000000, ' ');
-    EXPECT_EQ("a", sql::trim(blanks + "a" + blanks));
-}
-
-// Numbers as texts
-
-TEST(IntToStrTest, WritesAnIntInDecimal)
-{
-    EXPECT_EQ("0", sql::intToStr(0));
-    EXPECT_EQ("7", sql::intToStr(7));
-    EXPECT_EQ("-7", sql::intToStr(-7));
-    EXPECT_EQ("10", sql::intToStr(10));
-    EXPECT_EQ("1000000", sql::intToStr(1000000));
-}
-
-TEST(IntToStrTest, WritesTheBoundsOfInt)
-{
-    EXPECT_EQ("-2147483648", sql::intToStr(INT_MIN));
-    EXPECT_EQ("2147483647", sql::intToStr(INT_MAX));
-}
-
-TEST(IntToStrTest, WritesAnIntegerInDecimal)
-{
-    EXPECT_EQ("0", sql::intToStr(sql::integer(0)));
-    EXPECT_EQ("7", sql::intToStr(sql::integer(7)));
-    EXPECT_EQ("-7", sql::intToStr(sql::integer(-7)));
-    EXPECT_EQ("4294967296", sql::intToStr(sql::integer(4294967296)));
-    EXPECT_EQ("-1000000000000000000", sql::intToStr(sql::integer(-1000000000000000000)));
-}
-
-TEST(IntToStrTest, WritesTheBoundsOfInteger)
-{
-    EXPECT_EQ("9223372036854775807", sql::intToStr(sql::integer(LLONG_MAX)));
-    EXPECT_EQ("-9223372036854775808", sql::intToStr(sql::integer(LLONG_MIN)));
-}
-
-TEST(IntToStrTest, GroupsNoDigitsWhereTheLocaleDoes)
-{
-    const ProgramLocale german("de_DE.UTF-8");
-    std::ostringstream grouping;
-    grouping << 1234567;
-    ASSERT_EQ("1.234.567", grouping.str());
-
-    EXPECT_EQ("1234567", sql::intToStr(1234567));
-    EXPECT_EQ("-1234567890123", sql::intToStr(sql::integer(-1234567890123)));
-}
-
-// Splitting a list
-
-class ListToVectorTest : public ::testing::Test
-{
-protected:
-    using Items = std::vector<std::string>;
-
-    static Items split(const std::string& list, const char* delimiters)
-    {
-        Items items;
-        sql::listToVector(list, items, delimiters);
-        return items;
-    }
-};
-
-TEST_F(ListToVectorTest, TrimsItemsAndDropsEmptyOnes)
-{
-    EXPECT_EQ((Items{"a", "b", "c"}), split("a, b,,c ", ","));
-}
-
-TEST_F(ListToVectorTest, KeepsAnItemOfWhiteSpaceAsAnEmptyOne)
-{
-    EXPECT_EQ((Items{"a", "", "b"}), split("a, ,b", ","));
-}
-
-TEST_F(ListToVectorTest, GivesNoItemsForAnEmptyList)
-{
-    Items items = {"earlier"};
-    sql::listToVector("", items, ",");
-    EXPECT_EQ(Items{}, items);
-}
-
-TEST_F(ListToVectorTest, DropsWhatTheVectorHeld)
-{
-    Items items = {"earlier", "items"};
-    sql::listToVector("a", items, ",");
-    EXPECT_EQ(Items{"a"}, items);
-}
-
-TEST_F(ListToVectorTest, SplitsAnItemOfTheVectorItself)
-{
-    Items items = {"a,b", "c"};
-    sql::listToVector(items[0], items, ",");
-    EXPECT_EQ((Items{"a", "b"}), items);
-}
-
-TEST_F(ListToVectorTest, GivesNoItemsForLeadingAndTrailingDelimiters)
-{
-    EXPECT_EQ((Items{"a", "b"}), split(",,a,b,,,", ","));
-}
-
-TEST_F(ListToVectorTest, GivesNoItemsForDelimitersAlone)
-{
-    EXPECT_EQ(Items{}, split(",,,", ","));
-}
-
-TEST_F(ListToVectorTest, GivesTheWholeListWithoutADelimiterInIt)
-{
-    EXPECT_EQ(Items{"a b"}, split(" a b ", ","));
-}
-
-TEST_F(ListToVectorTest, SplitsAtAnyOfSeveralDelimiters)
-{
-    EXPECT_EQ((Items{"a", "b", "c"}), split("a;,b,;c", ",;"));
-}
-
-TEST_F(ListToVectorTest, SplitsNothingWithoutDelimiters)
-{
-    EXPECT_EQ(Items{"a,b"}, split("a,b", ""));
-}
-
-TEST_F(ListToVectorTest, SplitsAtBlanks)
-{
-    EXPECT_EQ((Items{"a", "b"}), split("  a  b ", " "));
-}
-
-TEST_F(ListToVectorTest, SplitsAtABytePast127)
-{
-    EXPECT_EQ((Items{"a\x80", "\xfe"}), split("a\x80\xff\xfe", "\xff"));
-}
-
-TEST_F(ListToVectorTest, EndsTheListAtItsFirstNulByte)
-{
-    EXPECT_EQ((Items{"a", "b"}), split(std::string("a,b\0c,d", 7), ","));
-}
-
-// More than a stack holds.
-TEST_F(ListToVectorTest, SplitsAListOf10Megabytes)
-{
-    const std::string item(9999, 'x');
-    std::string list;
-    for (int i = 0; i < 1000; ++i)
-        list += item + ",";
-    ASSERT_EQ(10000000u, list.size());
-    EXPECT_TRUE(Items(1000, item) == split(list, ","));
-}
-
-TEST_F(ListToVectorTest, KeepsAnItemOf10Megabytes)
-{
-    const Items items = split(std::string(10000000, 'x'), ",");
-    ASSERT_EQ(1u, items.size());
-    EXPECT_TRUE(std::string(10000000, 'x') == items[0]);
+    EXPECT_EQ(trace({failed("select -5"), negative(-5)}), takeDiagnostics());
 }
 
 } // namespace

@@ -1,12 +1,12 @@
 #include "SqlDatabase.h"
 
-#include <fstream>
 #include <new>
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
 #include "SqlTable.h"
+#include "support/DatabaseFile.h"
 #include "support/Statements.h"
 #include "support/World.h"
 
@@ -21,55 +21,6 @@ const Source common("SqlCommon");
 const char* const openSignature =
     "bool sql::Database::open(const string&, sql::Database::AccessMode, bool, int)";
 const char* const closeSignature = "void sql::Database::close()";
-
-// A database that is closed, and a file that is not there.
-class FileTest : public Test
-{
-protected:
-    void makeFile() { Connection(file.path).run("create table item (id integer primary key)"); }
-    bool fileExists() const { return std::ifstream(file.path).good(); }
-
-    bool open(sql::Database::AccessMode mode, int busyTimeoutMs = 0)
-    {
-        return database.open(file.path, mode, false, busyTimeoutMs);
-    }
-    void openUnrecorded()
-    {
-        Unrecorded setup;
-        EXPECT_TRUE(open(sql::Database::read_write_create));
-        recorded();
-    }
-
-    std::string opening() const
-    {
-        return source.debug1("open", "Opening database '%s'", file.path.c_str());
-    }
-    std::string opened(int flags, int busyTimeoutMs = 0) const
-    {
-        return together({
-            opening(),
-            sqlite("open_v2", file.path + ", " + std::to_string(flags)),
-            sqlite("busy_timeout", std::to_string(busyTimeoutMs)),
-        });
-    }
-    std::string failedToOpen(int rc, const char* name, const char* text) const
-    {
-        return source.error("open", "Failed to open the database %s: rc=%d=%s: %s",
-                            file.path.c_str(), rc, name, text);
-    }
-    std::string notFound(int flags) const
-    {
-        return together({
-            opening(),
-            sqlite("open_v2", file.path + ", " + std::to_string(flags)),
-            sqlite("errmsg"),
-            failedToOpen(14, "SQLITE_CANTOPEN", "unable to open database file"),
-        });
-    }
-
-    const TemporaryFile file;
-    sql::Database database;
-};
 
 // A new database
 
@@ -90,7 +41,7 @@ TEST_F(NewDatabaseTest, IsNotOpenWhateverItsMemoryHeld)
     EXPECT_FALSE(fresh->isOpen());
     EXPECT_EQ(nullptr, fresh->getHandle());
     fresh->~Database();
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(NewDatabaseTest, HasNoHandle)
@@ -101,7 +52,7 @@ TEST_F(NewDatabaseTest, HasNoHandle)
 TEST_F(NewDatabaseTest, IsClosedWithoutCallingSqlite)
 {
     database.close();
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
     EXPECT_FALSE(database.isOpen());
 }
 
@@ -110,7 +61,7 @@ TEST_F(NewDatabaseTest, EndsWithoutCallingSqlite)
     {
         sql::Database unused;
     }
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 // Access modes
@@ -130,20 +81,20 @@ TEST_F(DatabaseAccessModeTest, ReadOnlyPassesFlag1)
 {
     makeFile();
     EXPECT_TRUE(open(sql::Database::read_only));
-    EXPECT_EQ(trace({opened(1)}), recorded());
+    EXPECT_EQ(trace({opened(1)}), takeEvents());
 }
 
 TEST_F(DatabaseAccessModeTest, ReadWritePassesFlag2)
 {
     makeFile();
     EXPECT_TRUE(open(sql::Database::read_write));
-    EXPECT_EQ(trace({opened(2)}), recorded());
+    EXPECT_EQ(trace({opened(2)}), takeEvents());
 }
 
 TEST_F(DatabaseAccessModeTest, ReadWriteCreatePassesFlags6)
 {
     EXPECT_TRUE(open(sql::Database::read_write_create));
-    EXPECT_EQ(trace({opened(6)}), recorded());
+    EXPECT_EQ(trace({opened(6)}), takeEvents());
 }
 
 TEST_F(DatabaseAccessModeTest, ReadOnlyCanBeRead)
@@ -170,14 +121,14 @@ TEST_F(DatabaseAccessModeTest, ReadWriteCanBeWritten)
 TEST_F(DatabaseAccessModeTest, ReadOnlyNeedsTheFile)
 {
     EXPECT_FALSE(open(sql::Database::read_only));
-    EXPECT_EQ(trace({notFound(1)}), recorded());
+    EXPECT_EQ(trace({notFound(1)}), takeEvents());
     EXPECT_FALSE(fileExists());
 }
 
 TEST_F(DatabaseAccessModeTest, ReadWriteNeedsTheFile)
 {
     EXPECT_FALSE(open(sql::Database::read_write));
-    EXPECT_EQ(trace({notFound(2)}), recorded());
+    EXPECT_EQ(trace({notFound(2)}), takeEvents());
     EXPECT_FALSE(fileExists());
 }
 
@@ -206,7 +157,7 @@ TEST_F(DatabaseAccessModeTest, OtherModeIsReportedAndRefusedBySqlite)
                   sqlite("errmsg"),
                   failedToOpen(21, "SQLITE_MISUSE", "bad parameter or other API misuse"),
               }),
-              recorded());
+              takeEvents());
     EXPECT_FALSE(database.isOpen());
 }
 
@@ -220,7 +171,7 @@ TEST_F(DatabaseAccessModeTest, NegativeModeIsReportedToo)
                   sqlite("errmsg"),
                   failedToOpen(21, "SQLITE_MISUSE", "bad parameter or other API misuse"),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(DatabaseAccessModeTest, OtherModeIsReportedWithoutTraceObject)
@@ -231,7 +182,7 @@ TEST_F(DatabaseAccessModeTest, OtherModeIsReportedWithoutTraceObject)
                   source.asserted("false", openSignature),
                   sqlite("open_v2", file.path + ", 0"),
               }),
-              recorded());
+              takeEvents());
 }
 
 // Opening
@@ -250,7 +201,7 @@ TEST_F(DatabaseOpenTest, IsOpenAfterwards)
 TEST_F(DatabaseOpenTest, ThirdArgumentChangesNothing)
 {
     EXPECT_TRUE(database.open(file.path, sql::Database::read_write_create, true, 0));
-    EXPECT_EQ(trace({opened(6)}), recorded());
+    EXPECT_EQ(trace({opened(6)}), takeEvents());
 }
 
 TEST_F(DatabaseOpenTest, OpensDatabaseInMemory)
@@ -270,7 +221,7 @@ TEST_F(DatabaseOpenTest, PathStandsInTheLinesAsItIs)
                   source.error("open", "Failed to open the database %s: rc=%d=%s: %s", path, 14,
                                "SQLITE_CANTOPEN", "unable to open database file"),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(DatabaseOpenTest, ClosesWhatWasOpenAfterItsFirstLine)
@@ -283,7 +234,7 @@ TEST_F(DatabaseOpenTest, ClosesWhatWasOpenAfterItsFirstLine)
                   sqlite("open_v2", file.path + ", 2"),
                   sqlite("busy_timeout", "0"),
               }),
-              recorded());
+              takeEvents());
     EXPECT_TRUE(database.isOpen());
 }
 
@@ -314,7 +265,7 @@ TEST_F(DatabaseOpenTest, ReportsFormerConnectionThatIsStillInUse)
                   sqlite("open_v2", file.path + ", 6"),
                   sqlite("busy_timeout", "0"),
               }),
-              recorded());
+              takeEvents());
 
     Unrecorded release;
     sqlite3_finalize(stmt);
@@ -349,16 +300,16 @@ TEST_F(DatabaseOpenFailureTest, KeepsTheHandle)
 TEST_F(DatabaseOpenFailureTest, CloseReleasesTheHandle)
 {
     EXPECT_FALSE(open(sql::Database::read_only));
-    recorded();
+    forgetEvents();
     database.close();
-    EXPECT_EQ(trace({sqlite("close")}), recorded());
+    EXPECT_EQ(trace({sqlite("close")}), takeEvents());
     EXPECT_EQ(nullptr, database.getHandle());
 }
 
 TEST_F(DatabaseOpenFailureTest, NextOpenReleasesTheHandle)
 {
     EXPECT_FALSE(open(sql::Database::read_only));
-    recorded();
+    forgetEvents();
     EXPECT_TRUE(open(sql::Database::read_write_create));
     EXPECT_EQ(trace({
                   opening(),
@@ -366,7 +317,7 @@ TEST_F(DatabaseOpenFailureTest, NextOpenReleasesTheHandle)
                   sqlite("open_v2", file.path + ", 6"),
                   sqlite("busy_timeout", "0"),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(DatabaseOpenFailureTest, EndReleasesTheHandle)
@@ -374,9 +325,9 @@ TEST_F(DatabaseOpenFailureTest, EndReleasesTheHandle)
     {
         sql::Database failing;
         EXPECT_FALSE(failing.open(file.path, sql::Database::read_only, false, 0));
-        recorded();
+        forgetEvents();
     }
-    EXPECT_EQ(trace({sqlite("close")}), recorded());
+    EXPECT_EQ(trace({sqlite("close")}), takeEvents());
 }
 
 TEST_F(DatabaseOpenFailureTest, MissingHandleHasItsOwnLine)
@@ -391,7 +342,7 @@ TEST_F(DatabaseOpenFailureTest, MissingHandleHasItsOwnLine)
                          "Failed to open the database %s: database handle returned by SQLite is 0",
                          file.path.c_str()),
         }),
-        recorded());
+        takeEvents());
 }
 
 TEST_F(DatabaseOpenFailureTest, CountsAsOpenWithoutHandleSinceSqliteReportedSuccess)
@@ -406,9 +357,9 @@ TEST_F(DatabaseOpenFailureTest, CloseWithoutHandleCallsNothing)
 {
     faults.openGivesNoHandle = true;
     EXPECT_FALSE(open(sql::Database::read_write_create));
-    recorded();
+    forgetEvents();
     database.close();
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
     EXPECT_FALSE(database.isOpen());
 }
 
@@ -421,14 +372,14 @@ class DatabaseBusyTimeoutTest : public FileTest
 TEST_F(DatabaseBusyTimeoutTest, IsPassedToSqlite)
 {
     EXPECT_TRUE(open(sql::Database::read_write_create, 250));
-    EXPECT_EQ(trace({opened(6, 250)}), recorded());
+    EXPECT_EQ(trace({opened(6, 250)}), takeEvents());
     EXPECT_EQ(250, sql::queryNumber(database.getHandle(), "PRAGMA busy_timeout;"));
 }
 
 TEST_F(DatabaseBusyTimeoutTest, IsPassedWhenNegative)
 {
     EXPECT_TRUE(open(sql::Database::read_write_create, -1));
-    EXPECT_EQ(trace({opened(6, -1)}), recorded());
+    EXPECT_EQ(trace({opened(6, -1)}), takeEvents());
 }
 
 TEST_F(DatabaseBusyTimeoutTest, FailureHasItsOwnLine)
@@ -440,7 +391,7 @@ TEST_F(DatabaseBusyTimeoutTest, FailureHasItsOwnLine)
             opened(6, 250),
             source.error("open", "Failed to set the busy timeout: rc=%d=%s", 7, "SQLITE_NOMEM"),
         }),
-        recorded());
+        takeEvents());
 }
 
 TEST_F(DatabaseBusyTimeoutTest, FailureLeavesTheDatabaseOpen)
@@ -461,14 +412,14 @@ TEST_F(DatabaseOpenLevelTest, OpeningIsLoggedAboveLevel6)
 {
     setTraceLevel(7);
     EXPECT_TRUE(open(sql::Database::read_write_create));
-    EXPECT_EQ(trace({opening()}), recordedDiagnostics());
+    EXPECT_EQ(trace({opening()}), takeDiagnostics());
 }
 
 TEST_F(DatabaseOpenLevelTest, OpeningIsNotLoggedAtLevel6)
 {
     setTraceLevel(6);
     EXPECT_TRUE(open(sql::Database::read_write_create));
-    EXPECT_EQ(trace({}), recordedDiagnostics());
+    EXPECT_EQ(trace({}), takeDiagnostics());
 }
 
 TEST_F(DatabaseOpenLevelTest, FailureIsLoggedAboveLevel2)
@@ -476,14 +427,14 @@ TEST_F(DatabaseOpenLevelTest, FailureIsLoggedAboveLevel2)
     setTraceLevel(3);
     EXPECT_FALSE(open(sql::Database::read_only));
     EXPECT_EQ(trace({failedToOpen(14, "SQLITE_CANTOPEN", "unable to open database file")}),
-              recordedDiagnostics());
+              takeDiagnostics());
 }
 
 TEST_F(DatabaseOpenLevelTest, SqliteIsNotAskedForWordsThatNobodyReads)
 {
     setTraceLevel(2);
     EXPECT_FALSE(open(sql::Database::read_only));
-    EXPECT_EQ(trace({sqlite("open_v2", file.path + ", 1")}), recorded());
+    EXPECT_EQ(trace({sqlite("open_v2", file.path + ", 1")}), takeEvents());
 }
 
 TEST_F(DatabaseOpenLevelTest, MissingHandleIsNotLoggedAtLevel2)
@@ -491,7 +442,7 @@ TEST_F(DatabaseOpenLevelTest, MissingHandleIsNotLoggedAtLevel2)
     setTraceLevel(2);
     faults.openGivesNoHandle = true;
     EXPECT_FALSE(open(sql::Database::read_write_create));
-    EXPECT_EQ(trace({}), recordedDiagnostics());
+    EXPECT_EQ(trace({}), takeDiagnostics());
 }
 
 TEST_F(DatabaseOpenLevelTest, MissingHandleIsLoggedAboveLevel2)
@@ -502,7 +453,7 @@ TEST_F(DatabaseOpenLevelTest, MissingHandleIsLoggedAboveLevel2)
     EXPECT_EQ(trace({source.error(
                   "open", "Failed to open the database %s: database handle returned by SQLite is 0",
                   file.path.c_str())}),
-              recordedDiagnostics());
+              takeDiagnostics());
 }
 
 TEST_F(DatabaseOpenLevelTest, BusyTimeoutFailureIsNotLoggedAtLevel2)
@@ -510,7 +461,7 @@ TEST_F(DatabaseOpenLevelTest, BusyTimeoutFailureIsNotLoggedAtLevel2)
     setTraceLevel(2);
     faults.busyTimeoutResult = SQLITE_NOMEM;
     EXPECT_FALSE(open(sql::Database::read_write_create));
-    EXPECT_EQ(trace({}), recordedDiagnostics());
+    EXPECT_EQ(trace({}), takeDiagnostics());
 }
 
 TEST_F(DatabaseOpenLevelTest, BusyTimeoutFailureIsLoggedAboveLevel2)
@@ -520,7 +471,7 @@ TEST_F(DatabaseOpenLevelTest, BusyTimeoutFailureIsLoggedAboveLevel2)
     EXPECT_FALSE(open(sql::Database::read_write_create));
     EXPECT_EQ(trace({source.error("open", "Failed to set the busy timeout: rc=%d=%s", 7,
                                   "SQLITE_NOMEM")}),
-              recordedDiagnostics());
+              takeDiagnostics());
 }
 
 // Closing
@@ -551,7 +502,7 @@ TEST_F(DatabaseCloseTest, ClosesTheConnectionWithoutLogLine)
 {
     openUnrecorded();
     database.close();
-    EXPECT_EQ(trace({sqlite("close")}), recorded());
+    EXPECT_EQ(trace({sqlite("close")}), takeEvents());
 }
 
 TEST_F(DatabaseCloseTest, IsNotOpenAfterwards)
@@ -566,9 +517,9 @@ TEST_F(DatabaseCloseTest, SecondCloseCallsNothing)
 {
     openUnrecorded();
     database.close();
-    recorded();
+    forgetEvents();
     database.close();
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(DatabaseCloseTest, EndClosesTheConnection)
@@ -576,9 +527,9 @@ TEST_F(DatabaseCloseTest, EndClosesTheConnection)
     {
         sql::Database ending;
         EXPECT_TRUE(ending.open(file.path, sql::Database::read_write_create, false, 0));
-        recorded();
+        forgetEvents();
     }
-    EXPECT_EQ(trace({sqlite("close")}), recorded());
+    EXPECT_EQ(trace({sqlite("close")}), takeEvents());
 }
 
 TEST_F(DatabaseCloseTest, ReportsConnectionThatIsStillInUse)
@@ -589,7 +540,7 @@ TEST_F(DatabaseCloseTest, ReportsConnectionThatIsStillInUse)
                   sqlite("close"),
                   source.asserted("rc == SQLITE_OK", closeSignature),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(DatabaseCloseTest, ReportsWithoutTraceObject)
@@ -597,7 +548,7 @@ TEST_F(DatabaseCloseTest, ReportsWithoutTraceObject)
     use();
     dropTraceObject();
     database.close();
-    EXPECT_EQ(trace({source.asserted("rc == SQLITE_OK", closeSignature)}), recordedDiagnostics());
+    EXPECT_EQ(trace({source.asserted("rc == SQLITE_OK", closeSignature)}), takeDiagnostics());
 }
 
 TEST_F(DatabaseCloseTest, ForgetsConnectionThatIsStillInUse)
@@ -606,428 +557,6 @@ TEST_F(DatabaseCloseTest, ForgetsConnectionThatIsStillInUse)
     database.close();
     EXPECT_EQ(nullptr, database.getHandle());
     EXPECT_FALSE(database.isOpen());
-}
-
-// The version stamp
-
-class DatabaseUserVersionTest : public FileTest
-{
-protected:
-    DatabaseUserVersionTest() { openUnrecorded(); }
-
-    static std::string stamped(const std::string& version)
-    {
-        const std::string stmt = "PRAGMA user_version=" + version + ";";
-        return together({
-            common.debug2("runOneStepSqlStmt", "stmt='%s'", stmt.c_str()),
-            sqlite("prepare_v2", stmt + ", -1"),
-            sqlite("step"),
-            sqlite("finalize"),
-        });
-    }
-    static std::string tooGreat()
-    {
-        return source.error("setUserVersion",
-                            "User version of a Tallowmere SQL database must be <= %d", 2147483647);
-    }
-
-    const std::string query = "PRAGMA user_version;";
-};
-
-TEST_F(DatabaseUserVersionTest, IsZeroInNewFile)
-{
-    EXPECT_EQ(0, database.getUserVersion());
-    EXPECT_EQ(trace({counted(query, 0)}), recorded());
-}
-
-TEST_F(DatabaseUserVersionTest, IsSetByPragmaWithoutBlanks)
-{
-    EXPECT_TRUE(database.setUserVersion(7));
-    EXPECT_EQ(trace({stamped("7")}), recorded());
-}
-
-TEST_F(DatabaseUserVersionTest, IsReadAsItWasSet)
-{
-    EXPECT_TRUE(database.setUserVersion(7));
-    recorded();
-    EXPECT_EQ(7, database.getUserVersion());
-    EXPECT_EQ(trace({counted(query, 7)}), recorded());
-}
-
-TEST_F(DatabaseUserVersionTest, CanBeSetBackToZero)
-{
-    EXPECT_TRUE(database.setUserVersion(7));
-    EXPECT_TRUE(database.setUserVersion(0));
-    EXPECT_EQ(0, database.getUserVersion());
-}
-
-TEST_F(DatabaseUserVersionTest, StaysInTheFile)
-{
-    EXPECT_TRUE(database.setUserVersion(7));
-    database.close();
-    EXPECT_EQ("7", Connection(file.path).cell(query));
-}
-
-TEST_F(DatabaseUserVersionTest, GreatestVersionIsAccepted)
-{
-    EXPECT_TRUE(database.setUserVersion(2147483647));
-    EXPECT_EQ(trace({stamped("2147483647")}), recorded());
-    EXPECT_EQ(2147483647, database.getUserVersion());
-}
-
-TEST_F(DatabaseUserVersionTest, VersionBeyondTheGreatestIsRefusedWithoutCallingSqlite)
-{
-    EXPECT_FALSE(database.setUserVersion(2147483648U));
-    EXPECT_EQ(trace({tooGreat()}), recorded());
-}
-
-TEST_F(DatabaseUserVersionTest, GreatestUnsignedNumberIsRefused)
-{
-    EXPECT_FALSE(database.setUserVersion(4294967295U));
-    EXPECT_EQ(trace({tooGreat()}), recorded());
-}
-
-TEST_F(DatabaseUserVersionTest, RefusedVersionLeavesTheStamp)
-{
-    EXPECT_TRUE(database.setUserVersion(7));
-    EXPECT_FALSE(database.setUserVersion(2147483648U));
-    EXPECT_EQ(7, database.getUserVersion());
-}
-
-TEST_F(DatabaseUserVersionTest, VersionIsCheckedBeforeTheConnection)
-{
-    sql::Database closed;
-    EXPECT_FALSE(closed.setUserVersion(2147483648U));
-    EXPECT_EQ(trace({tooGreat()}), recorded());
-}
-
-TEST_F(DatabaseUserVersionTest, RefusalIsLoggedAboveLevel2)
-{
-    setTraceLevel(3);
-    EXPECT_FALSE(database.setUserVersion(2147483648U));
-    EXPECT_EQ(trace({tooGreat()}), recorded());
-}
-
-TEST_F(DatabaseUserVersionTest, RefusalIsNotLoggedAtLevel2)
-{
-    setTraceLevel(2);
-    EXPECT_FALSE(database.setUserVersion(2147483648U));
-    EXPECT_EQ(trace({}), recorded());
-}
-
-TEST_F(DatabaseUserVersionTest, NegativeStampReadsAsFailure)
-{
-    Connection(file.path).run("PRAGMA user_version=-5;");
-    EXPECT_EQ(-1, database.getUserVersion());
-    EXPECT_EQ(trace({
-                  common.debug2("queryNumber", "stmt='%s'", query.c_str()),
-                  sqlite("prepare_v2", query + ", -1"),
-                  sqlite("step"),
-                  sqlite("column_count"),
-                  sqlite("column_int", "0"),
-                  sqlite("finalize"),
-                  common.error("queryNumber", "The SQL query '%s' failed", query.c_str()),
-                  common.error("queryNumber", "  SQLite returned returned number = %d < 0", -5),
-              }),
-              recorded());
-}
-
-TEST_F(DatabaseUserVersionTest, CannotBeReadWithoutConnection)
-{
-    EXPECT_EQ(-1, sql::Database().getUserVersion());
-    EXPECT_EQ(trace({common.asserted("db", "int sql::queryNumber(sqlite3*, const string&)")}),
-              recorded());
-}
-
-TEST_F(DatabaseUserVersionTest, CannotBeSetWithoutConnection)
-{
-    EXPECT_FALSE(sql::Database().setUserVersion(7));
-    EXPECT_EQ(
-        trace({common.asserted("db", "bool sql::runOneStepSqlStmt(sqlite3*, const string&)")}),
-        recorded());
-}
-
-TEST_F(DatabaseUserVersionTest, CannotBeReadWhileTheFileIsLocked)
-{
-    Connection other(file.path);
-    other.run("begin exclusive");
-    EXPECT_EQ(-1, database.getUserVersion());
-    EXPECT_EQ(
-        trace({
-            common.debug2("queryNumber", "stmt='%s'", query.c_str()),
-            sqlite("prepare_v2", query + ", -1"),
-            sqlite("step"),
-            sqlite("finalize"),
-            common.error("queryNumber", "The SQL query '%s' failed", query.c_str()),
-            sqlite("errmsg"),
-            common.error("queryNumber", "   the query returned %d=%s instead of SQLITE_ROW: %s", 5,
-                         "SQLITE_BUSY", "database is locked"),
-        }),
-        recorded());
-}
-
-TEST_F(DatabaseUserVersionTest, CannotBeSetInFileOpenedForReading)
-{
-    EXPECT_TRUE(database.setUserVersion(7));
-    EXPECT_TRUE(open(sql::Database::read_only));
-    EXPECT_FALSE(database.setUserVersion(8));
-    EXPECT_EQ(7, database.getUserVersion());
-}
-
-// Transactions
-
-const sql::Field itemFields[] = {
-    sql::Field("id", sql::type_int, sql::flag_primary_key),
-    sql::Field(),
-};
-
-class DatabaseTransactionTest : public FileTest
-{
-protected:
-    DatabaseTransactionTest()
-    {
-        makeFile();
-        openUnrecorded();
-    }
-
-    static bool add(sql::Database& to, sql::integer id)
-    {
-        sql::Table item(to.getHandle(), "item", itemFields);
-        sql::Record record(item.fields());
-        record.setInteger("id", id);
-        return item.addRecord(record);
-    }
-    // What other connections see.
-    std::string storedItems() { return Connection(file.path).cell("select count(*) from item"); }
-
-    const std::string begin = "BEGIN TRANSACTION";
-    const std::string commit = "COMMIT TRANSACTION";
-    const std::string rollback = "ROLLBACK TRANSACTION";
-    const Refusal locked = {5, "SQLITE_BUSY", "database is locked"};
-};
-
-TEST_F(DatabaseTransactionTest, BeginRunsOneStatement)
-{
-    EXPECT_TRUE(database.transactionBegin());
-    EXPECT_EQ(trace({queried(begin)}), recorded());
-}
-
-TEST_F(DatabaseTransactionTest, CommitRunsOneStatement)
-{
-    EXPECT_TRUE(database.transactionBegin());
-    recorded();
-    EXPECT_TRUE(database.transactionCommit());
-    EXPECT_EQ(trace({queried(commit)}), recorded());
-}
-
-TEST_F(DatabaseTransactionTest, RollbackRunsOneStatement)
-{
-    EXPECT_TRUE(database.transactionBegin());
-    recorded();
-    EXPECT_TRUE(database.transactionRollback());
-    EXPECT_EQ(trace({queried(rollback)}), recorded());
-}
-
-TEST_F(DatabaseTransactionTest, CommitKeepsWhatWasWritten)
-{
-    EXPECT_TRUE(database.transactionBegin());
-    EXPECT_TRUE(add(database, 1));
-    EXPECT_TRUE(database.transactionCommit());
-    EXPECT_EQ("1", storedItems());
-}
-
-TEST_F(DatabaseTransactionTest, RollbackUndoesWhatWasWritten)
-{
-    EXPECT_TRUE(add(database, 1));
-    EXPECT_TRUE(database.transactionBegin());
-    EXPECT_TRUE(add(database, 2));
-    EXPECT_TRUE(add(database, 3));
-    EXPECT_TRUE(database.transactionRollback());
-    EXPECT_EQ("1", storedItems());
-    EXPECT_EQ(1, sql::queryNumber(database.getHandle(), "select count(*) from item"));
-}
-
-TEST_F(DatabaseTransactionTest, NothingIsSeenElsewhereBeforeTheCommit)
-{
-    EXPECT_TRUE(database.transactionBegin());
-    EXPECT_TRUE(add(database, 1));
-    EXPECT_EQ("0", storedItems());
-}
-
-TEST_F(DatabaseTransactionTest, CloseUndoesWhatWasNotCommitted)
-{
-    EXPECT_TRUE(database.transactionBegin());
-    EXPECT_TRUE(add(database, 1));
-    database.close();
-    EXPECT_EQ("0", storedItems());
-}
-
-TEST_F(DatabaseTransactionTest, RefusedWriteUndoesNoOther)
-{
-    EXPECT_TRUE(database.transactionBegin());
-    EXPECT_TRUE(add(database, 1));
-    EXPECT_FALSE(add(database, 1));
-    EXPECT_TRUE(add(database, 2));
-    EXPECT_TRUE(database.transactionCommit());
-    EXPECT_EQ("2", storedItems());
-}
-
-TEST_F(DatabaseTransactionTest, CommitWithoutBeginIsRefused)
-{
-    EXPECT_FALSE(database.transactionCommit());
-    EXPECT_EQ(
-        trace({refused(commit, {1, "SQLITE_ERROR", "cannot commit - no transaction is active"})}),
-        recorded());
-}
-
-TEST_F(DatabaseTransactionTest, RollbackWithoutBeginIsRefused)
-{
-    EXPECT_FALSE(database.transactionRollback());
-    EXPECT_EQ(trace({refused(rollback,
-                             {1, "SQLITE_ERROR", "cannot rollback - no transaction is active"})}),
-              recorded());
-}
-
-TEST_F(DatabaseTransactionTest, SecondCommitIsRefused)
-{
-    EXPECT_TRUE(database.transactionBegin());
-    EXPECT_TRUE(database.transactionCommit());
-    EXPECT_FALSE(database.transactionCommit());
-}
-
-TEST_F(DatabaseTransactionTest, SecondBeginIsRefused)
-{
-    EXPECT_TRUE(database.transactionBegin());
-    recorded();
-    EXPECT_FALSE(database.transactionBegin());
-    EXPECT_EQ(trace({refused(
-                  begin, {1, "SQLITE_ERROR", "cannot start a transaction within a transaction"})}),
-              recorded());
-}
-
-TEST_F(DatabaseTransactionTest, RefusedBeginLeavesTheTransactionOpen)
-{
-    EXPECT_TRUE(database.transactionBegin());
-    EXPECT_TRUE(add(database, 1));
-    EXPECT_FALSE(database.transactionBegin());
-    EXPECT_TRUE(database.transactionCommit());
-    EXPECT_EQ("1", storedItems());
-}
-
-TEST_F(DatabaseTransactionTest, TransactionsFollowEachOther)
-{
-    EXPECT_TRUE(database.transactionBegin());
-    EXPECT_TRUE(add(database, 1));
-    EXPECT_TRUE(database.transactionRollback());
-    EXPECT_TRUE(database.transactionBegin());
-    EXPECT_TRUE(add(database, 2));
-    EXPECT_TRUE(database.transactionCommit());
-    EXPECT_EQ("2", Connection(file.path).cell("select id from item"));
-}
-
-TEST_F(DatabaseTransactionTest, BeginTakesNoLock)
-{
-    Connection other(file.path);
-    other.run("begin exclusive");
-    EXPECT_TRUE(database.transactionBegin());
-    EXPECT_EQ(trace({queried(begin)}), recorded());
-}
-
-TEST_F(DatabaseTransactionTest, WriteIsRefusedWhileAnotherConnectionWrites)
-{
-    sql::Database other;
-    EXPECT_TRUE(other.open(file.path, sql::Database::read_write, false, 0));
-    EXPECT_TRUE(database.transactionBegin());
-    EXPECT_TRUE(add(database, 1));
-    EXPECT_TRUE(other.transactionBegin());
-    recorded();
-    EXPECT_FALSE(add(other, 2));
-    EXPECT_EQ(trace({refused("insert into item (id) values (2)", locked)}), recorded());
-}
-
-TEST_F(DatabaseTransactionTest, CommitIsRefusedWhileAnotherConnectionReads)
-{
-    Connection reader(file.path);
-    reader.run("begin; select * from item");
-    EXPECT_TRUE(database.transactionBegin());
-    EXPECT_TRUE(add(database, 1));
-    recorded();
-    EXPECT_FALSE(database.transactionCommit());
-    EXPECT_EQ(trace({refused(commit, locked)}), recorded());
-}
-
-TEST_F(DatabaseTransactionTest, RefusedCommitCanBeRepeated)
-{
-    Connection reader(file.path);
-    reader.run("begin; select * from item");
-    EXPECT_TRUE(database.transactionBegin());
-    EXPECT_TRUE(add(database, 1));
-    EXPECT_FALSE(database.transactionCommit());
-    reader.run("commit");
-    EXPECT_TRUE(database.transactionCommit());
-    EXPECT_EQ("1", storedItems());
-}
-
-TEST_F(DatabaseTransactionTest, BeginWithoutConnectionIsReportedWithoutCallingSqlite)
-{
-    EXPECT_FALSE(sql::Database().transactionBegin());
-    EXPECT_EQ(trace({notConnected()}), recorded());
-}
-
-TEST_F(DatabaseTransactionTest, CommitWithoutConnectionIsReportedWithoutCallingSqlite)
-{
-    EXPECT_FALSE(sql::Database().transactionCommit());
-    EXPECT_EQ(trace({notConnected()}), recorded());
-}
-
-TEST_F(DatabaseTransactionTest, RollbackWithoutConnectionIsReportedWithoutCallingSqlite)
-{
-    EXPECT_FALSE(sql::Database().transactionRollback());
-    EXPECT_EQ(trace({notConnected()}), recorded());
-}
-
-TEST_F(DatabaseTransactionTest, ClosedDatabaseHasNoConnection)
-{
-    database.close();
-    recorded();
-    EXPECT_FALSE(database.transactionBegin());
-    EXPECT_EQ(trace({notConnected()}), recorded());
-}
-
-TEST_F(DatabaseTransactionTest, StatementIsLoggedAboveLevel7)
-{
-    setTraceLevel(8);
-    EXPECT_TRUE(database.transactionBegin());
-    EXPECT_EQ(trace({queried(begin)}), recorded());
-}
-
-TEST_F(DatabaseTransactionTest, StatementIsNotLoggedAtLevel7)
-{
-    setTraceLevel(7);
-    EXPECT_TRUE(database.transactionBegin());
-    EXPECT_EQ(trace({sqlite("exec", begin)}), recorded());
-}
-
-TEST_F(DatabaseTransactionTest, RefusalIsLoggedAboveLevel2)
-{
-    const Source recordset("SqlRecordSet");
-    setTraceLevel(3);
-    EXPECT_FALSE(database.transactionCommit());
-    EXPECT_EQ(trace({
-                  sqlite("exec", commit),
-                  recordset.error("query", "Failed to run the SQL stmt '%s'", commit.c_str()),
-                  recordset.error("query", "  rc=%d=%s: %s", 1, "SQLITE_ERROR",
-                                  "cannot commit - no transaction is active"),
-                  sqlite("free"),
-              }),
-              recorded());
-}
-
-TEST_F(DatabaseTransactionTest, WordsOfRefusalAreFreedAtLevel2)
-{
-    setTraceLevel(2);
-    EXPECT_FALSE(database.transactionCommit());
-    EXPECT_EQ(trace({sqlite("exec", commit), sqlite("free")}), recorded());
 }
 
 } // namespace

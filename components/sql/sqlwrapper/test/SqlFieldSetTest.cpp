@@ -58,7 +58,7 @@ TEST_F(FieldSetTest, OfAnArrayHoldsAndNumbersItsFields)
     EXPECT_EQ(0, set.getByIndex(0)->getIndex());
     EXPECT_EQ("name", set.getByIndex(1)->getName());
     EXPECT_EQ(1, set.getByIndex(1)->getIndex());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldSetTest, OfAnArrayLeavesTheFieldsOfTheCallerUnnumbered)
@@ -71,14 +71,14 @@ TEST_F(FieldSetTest, OfNullIsEmpty)
 {
     const FieldSet set(nullptr);
     EXPECT_EQ(0, set.count());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldSetTest, OfAnArrayWithoutKeyHoldsItsFieldsAfterAReport)
 {
     const FieldSet set(keyless);
     EXPECT_EQ(3, set.count());
-    EXPECT_EQ(trace({initReport}), recorded());
+    EXPECT_EQ(trace({initReport}), takeEvents());
 }
 
 TEST_F(FieldSetTest, OfAnArrayWithAWrongKeyIsEmptyAfterAnErrorLineAndAReport)
@@ -86,7 +86,7 @@ TEST_F(FieldSetTest, OfAnArrayWithAWrongKeyIsEmptyAfterAnErrorLineAndAReport)
     const Field fields[] = {key("id", sql::type_float), Field()};
     const FieldSet set(fields);
     EXPECT_EQ(0, set.count());
-    EXPECT_EQ(trace({wrongKey("id", "float"), initReport}), recorded());
+    EXPECT_EQ(trace({wrongKey("id", "float"), initReport}), takeEvents());
 }
 
 TEST_F(FieldSetTest, OfAVectorIsNeitherCheckedNorNumbered)
@@ -95,7 +95,7 @@ TEST_F(FieldSetTest, OfAVectorIsNeitherCheckedNorNumbered)
     ASSERT_EQ(2, set.count());
     EXPECT_EQ(-1, set.getByIndex(0)->getIndex());
     EXPECT_EQ(-1, set.getByIndex(1)->getIndex());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldSetTest, OfAVectorKeepsTheIndexesOfItsFields)
@@ -109,7 +109,7 @@ TEST_F(FieldSetTest, OfAVectorKeepsTheIndexesOfItsFields)
 TEST_F(FieldSetTest, OfAnEmptyVectorIsEmpty)
 {
     EXPECT_EQ(0, FieldSet(std::vector<Field>()).count());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldSetTest, OfAVectorKeepsAnEndMarkerAsAnyField)
@@ -182,10 +182,10 @@ TEST_F(FieldSetTest, StaysTheSameWhenAssignedToItself)
 TEST_F(FieldSetTest, ACopyOfAnInvalidSetIsNotChecked)
 {
     const FieldSet set(keyless);
-    recorded();
+    forgetEvents();
     const FieldSet copy(set);
     EXPECT_EQ(3, copy.count());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 // Appending an array
@@ -195,7 +195,7 @@ TEST_F(FieldSetTest, InitTakesAnArrayWithAKey)
     FieldSet set(nullptr);
     EXPECT_TRUE(set.initFieldSet(idAndName));
     EXPECT_EQ("id, name", set.toSql());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldSetTest, InitTakesATextKey)
@@ -203,7 +203,7 @@ TEST_F(FieldSetTest, InitTakesATextKey)
     const Field fields[] = {plain("a"), key("id", sql::type_text), Field()};
     FieldSet set(nullptr);
     EXPECT_TRUE(set.initFieldSet(fields));
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldSetTest, InitTakesSeveralKeys)
@@ -212,7 +212,7 @@ TEST_F(FieldSetTest, InitTakesSeveralKeys)
     FieldSet set(nullptr);
     EXPECT_TRUE(set.initFieldSet(fields));
     EXPECT_EQ("b", set.getKeyIdName());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldSetTest, InitByNullIsTrueAndLeavesAnEmptySetEmpty)
@@ -220,16 +220,16 @@ TEST_F(FieldSetTest, InitByNullIsTrueAndLeavesAnEmptySetEmpty)
     FieldSet set(nullptr);
     EXPECT_TRUE(set.initFieldSet(nullptr));
     EXPECT_EQ(0, set.count());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldSetTest, InitByNullLeavesTheFieldsOfASetUnchecked)
 {
     FieldSet set(keyless);
-    recorded();
+    forgetEvents();
     EXPECT_TRUE(set.initFieldSet(nullptr));
     EXPECT_EQ("a, b, c", set.toSql());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldSetTest, InitByAnEndMarkerAloneFailsAfterOneReport)
@@ -238,7 +238,7 @@ TEST_F(FieldSetTest, InitByAnEndMarkerAloneFailsAfterOneReport)
     FieldSet set(nullptr);
     EXPECT_FALSE(set.initFieldSet(&end));
     EXPECT_EQ(0, set.count());
-    EXPECT_EQ(trace({initReport}), recorded());
+    EXPECT_EQ(trace({initReport}), takeEvents());
 }
 
 TEST_F(FieldSetTest, InitWithoutAKeyFailsAfterOneReportAndKeepsTheNumberedFields)
@@ -249,18 +249,18 @@ TEST_F(FieldSetTest, InitWithoutAKeyFailsAfterOneReportAndKeepsTheNumberedFields
               "1: name=b, type=text, flags:\r\n"
               "2: name=c, type=text, flags:",
               set.dump());
-    EXPECT_EQ(trace({initReport}), recorded());
+    EXPECT_EQ(trace({initReport}), takeEvents());
 }
 
 TEST_F(FieldSetTest, InitTakesAnyFieldWithoutANameForTheEnd)
 {
     const Field fields[] = {key("a"), Field("", sql::type_float, sql::flag_primary_key),
                             key("b", sql::type_float), Field()};
-    recorded();
+    forgetEvents();
     FieldSet set(nullptr);
     EXPECT_TRUE(set.initFieldSet(fields));
     EXPECT_EQ("a", set.toSql());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldSetTest, InitWithAWrongSecondKeyFailsAndEmptiesTheSet)
@@ -269,7 +269,7 @@ TEST_F(FieldSetTest, InitWithAWrongSecondKeyFailsAndEmptiesTheSet)
     FieldSet set(nullptr);
     EXPECT_FALSE(set.initFieldSet(fields));
     EXPECT_EQ(0, set.count());
-    EXPECT_EQ(trace({wrongKey("ratio", "float"), initReport}), recorded());
+    EXPECT_EQ(trace({wrongKey("ratio", "float"), initReport}), takeEvents());
 }
 
 TEST_F(FieldSetTest, InitNamesTheTypeOfAWrongKey)
@@ -279,7 +279,7 @@ TEST_F(FieldSetTest, InitNamesTheTypeOfAWrongKey)
         const Field fields[] = {key("id", type), Field()};
         FieldSet set(nullptr);
         EXPECT_FALSE(set.initFieldSet(fields)) << type;
-        EXPECT_EQ(trace({wrongKey("id", names[type]), initReport}), recorded()) << type;
+        EXPECT_EQ(trace({wrongKey("id", names[type]), initReport}), takeEvents()) << type;
     }
 }
 
@@ -289,7 +289,7 @@ TEST_F(FieldSetTest, InitReportsTheTypeOfAWrongKeyBeforeItsLineWhenItIsNone)
         const Field fields[] = {key("id", type), Field()};
         FieldSet set(nullptr);
         EXPECT_FALSE(set.initFieldSet(fields)) << type;
-        EXPECT_EQ(trace({typeNameReport, wrongKey("id", "undefined"), initReport}), recorded())
+        EXPECT_EQ(trace({typeNameReport, wrongKey("id", "undefined"), initReport}), takeEvents())
             << type;
     }
 }
@@ -300,7 +300,7 @@ TEST_F(FieldSetTest, InitLooksForNoTypeNameWhenErrorsAreNotWritten)
     const Field fields[] = {key("id", 7), Field()};
     FieldSet set(nullptr);
     EXPECT_FALSE(set.initFieldSet(fields));
-    EXPECT_EQ(trace({initReport}), recorded());
+    EXPECT_EQ(trace({initReport}), takeEvents());
 }
 
 TEST_F(FieldSetTest, InitChecksNoTypeOfOtherColumns)
@@ -311,7 +311,7 @@ TEST_F(FieldSetTest, InitChecksNoTypeOfOtherColumns)
     FieldSet set(nullptr);
     EXPECT_TRUE(set.initFieldSet(fields));
     EXPECT_EQ(3, set.count());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldSetTest, InitTakesAKeyOfSeveralFlags)
@@ -319,7 +319,7 @@ TEST_F(FieldSetTest, InitTakesAKeyOfSeveralFlags)
     const Field fields[] = {Field("id", sql::type_bool, 7), Field()};
     FieldSet set(nullptr);
     EXPECT_FALSE(set.initFieldSet(fields));
-    EXPECT_EQ(trace({wrongKey("id", "bool"), initReport}), recorded());
+    EXPECT_EQ(trace({wrongKey("id", "bool"), initReport}), takeEvents());
 }
 
 TEST_F(FieldSetTest, InitLooksAtNoFieldAfterAWrongKey)
@@ -327,7 +327,7 @@ TEST_F(FieldSetTest, InitLooksAtNoFieldAfterAWrongKey)
     const Field fields[] = {key("a", sql::type_float), key("b", sql::type_bool), Field()};
     FieldSet set(nullptr);
     EXPECT_FALSE(set.initFieldSet(fields));
-    EXPECT_EQ(trace({wrongKey("a", "float"), initReport}), recorded());
+    EXPECT_EQ(trace({wrongKey("a", "float"), initReport}), takeEvents());
 }
 
 TEST_F(FieldSetTest, InitTakesNoPercentSignForAFormat)
@@ -335,7 +335,7 @@ TEST_F(FieldSetTest, InitTakesNoPercentSignForAFormat)
     const Field fields[] = {key("%s%n%d", sql::type_float), Field()};
     FieldSet set(nullptr);
     EXPECT_FALSE(set.initFieldSet(fields));
-    EXPECT_EQ(trace({wrongKey("%s%n%d", "float"), initReport}), recorded());
+    EXPECT_EQ(trace({wrongKey("%s%n%d", "float"), initReport}), takeEvents());
 }
 
 TEST_F(FieldSetTest, InitLogsANameUpToItsFirstNulByte)
@@ -343,7 +343,7 @@ TEST_F(FieldSetTest, InitLogsANameUpToItsFirstNulByte)
     const Field fields[] = {key(std::string("a\xff\0b", 4), sql::type_float), Field()};
     FieldSet set(nullptr);
     EXPECT_FALSE(set.initFieldSet(fields));
-    EXPECT_EQ(trace({wrongKey("a\xff", "float"), initReport}), recorded());
+    EXPECT_EQ(trace({wrongKey("a\xff", "float"), initReport}), takeEvents());
 }
 
 TEST_F(FieldSetTest, InitLogsALongNameWhole)
@@ -352,7 +352,7 @@ TEST_F(FieldSetTest, InitLogsALongNameWhole)
     const Field fields[] = {key(name, sql::type_float), Field()};
     FieldSet set(nullptr);
     EXPECT_FALSE(set.initFieldSet(fields));
-    EXPECT_TRUE(trace({wrongKey(name, "float"), initReport}) == recorded());
+    EXPECT_TRUE(trace({wrongKey(name, "float"), initReport}) == takeEvents());
 }
 
 // Appending to a set that holds fields
@@ -392,7 +392,7 @@ TEST_F(FieldSetTest, InitFindsAKeyAmongTheFieldsHeldBefore)
 {
     FieldSet set(std::vector<Field>{key("x")});
     EXPECT_TRUE(set.initFieldSet(keyless));
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldSetTest, InitByAnEndMarkerAloneFindsAKeyHeldBefore)
@@ -408,7 +408,7 @@ TEST_F(FieldSetTest, InitChecksNoTypeOfAKeyHeldBefore)
     FieldSet set(std::vector<Field>{key("x", sql::type_float)});
     EXPECT_TRUE(set.initFieldSet(keyless));
     EXPECT_EQ(4, set.count());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldSetTest, InitWithAWrongKeyDropsTheFieldsHeldBefore)
@@ -417,7 +417,7 @@ TEST_F(FieldSetTest, InitWithAWrongKeyDropsTheFieldsHeldBefore)
     FieldSet set(idAndName);
     EXPECT_FALSE(set.initFieldSet(fields));
     EXPECT_EQ(0, set.count());
-    EXPECT_EQ(trace({wrongKey("ratio", "float"), initReport}), recorded());
+    EXPECT_EQ(trace({wrongKey("ratio", "float"), initReport}), takeEvents());
 }
 
 TEST_F(FieldSetTest, InitWithoutAKeyKeepsTheFieldsHeldBefore)
@@ -425,19 +425,19 @@ TEST_F(FieldSetTest, InitWithoutAKeyKeepsTheFieldsHeldBefore)
     FieldSet set(std::vector<Field>{plain("x")});
     EXPECT_FALSE(set.initFieldSet(keyless));
     EXPECT_EQ("x, a, b, c", set.toSql());
-    EXPECT_EQ(trace({initReport}), recorded());
+    EXPECT_EQ(trace({initReport}), takeEvents());
 }
 
 TEST_F(FieldSetTest, InitFillsASetAgainAfterAWrongKey)
 {
     const Field wrong[] = {key("id", sql::type_float), Field()};
     FieldSet set(wrong);
-    recorded();
+    forgetEvents();
     EXPECT_TRUE(set.initFieldSet(idAndName));
     EXPECT_EQ("0: name=id, type=integer, flags: PRIMARY KEY\r\n"
               "1: name=name, type=text, flags: NOT NULL",
               set.dump());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 // Looking up
@@ -446,28 +446,28 @@ TEST_F(FieldSetTest, HasNoFieldBelow0)
 {
     const FieldSet set(idAndName);
     EXPECT_EQ(nullptr, set.getByIndex(-1));
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldSetTest, HasNoFieldAtItsCount)
 {
     const FieldSet set(idAndName);
     EXPECT_EQ(nullptr, set.getByIndex(2));
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldSetTest, HasNoFieldAtAnyIndexWhenEmpty)
 {
     const FieldSet set(nullptr);
     EXPECT_EQ(nullptr, set.getByIndex(0));
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldSetTest, FindsAFieldByItsName)
 {
     const FieldSet set(idAndName);
     EXPECT_EQ(set.getByIndex(1), set.getByName("name"));
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldSetTest, FindsTheFirstOfSeveralFieldsOfAName)
@@ -480,7 +480,7 @@ TEST_F(FieldSetTest, FindsNoFieldByANameInAnotherCase)
 {
     const FieldSet set(idAndName);
     EXPECT_EQ(nullptr, set.getByName("ID"));
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldSetTest, FindsNoFieldByAShorterOrLongerName)
@@ -502,7 +502,7 @@ TEST_F(FieldSetTest, FindsNoFieldByNameWhenEmpty)
 {
     EXPECT_EQ(nullptr, FieldSet(nullptr).getByName("id"));
     EXPECT_EQ(nullptr, FieldSet(nullptr).getByName(""));
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 // The key column
@@ -511,13 +511,13 @@ TEST_F(FieldSetTest, NamesItsFirstKey)
 {
     const FieldSet set(std::vector<Field>{plain("a"), key("b"), key("c")});
     EXPECT_EQ("b", set.getKeyIdName());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldSetTest, NamesAKeyOfAnyType)
 {
     EXPECT_EQ("a", FieldSet(std::vector<Field>{key("a", 7)}).getKeyIdName());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldSetTest, NamesNoKeyAfterAnErrorLineAndAReport)
@@ -526,7 +526,7 @@ TEST_F(FieldSetTest, NamesNoKeyAfterAnErrorLineAndAReport)
     EXPECT_EQ("", set.getKeyIdName());
     EXPECT_EQ(trace({source.error("getKeyIdName", "Failed to get name of PRIMARY KEY column"),
                      source.asserted("false", "sql::string sql::FieldSet::getKeyIdName() const")}),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(FieldSetTest, NamesNoKeyOfAnEmptySet)
@@ -534,7 +534,7 @@ TEST_F(FieldSetTest, NamesNoKeyOfAnEmptySet)
     EXPECT_EQ("", FieldSet(nullptr).getKeyIdName());
     EXPECT_EQ(trace({source.error("getKeyIdName", "Failed to get name of PRIMARY KEY column"),
                      source.asserted("false", "sql::string sql::FieldSet::getKeyIdName() const")}),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(FieldSetTest, ReportsAMissingKeyWithoutLogLineAtLevel2)
@@ -542,7 +542,7 @@ TEST_F(FieldSetTest, ReportsAMissingKeyWithoutLogLineAtLevel2)
     setTraceLevel(2);
     EXPECT_EQ("", FieldSet(nullptr).getKeyIdName());
     EXPECT_EQ(trace({source.asserted("false", "sql::string sql::FieldSet::getKeyIdName() const")}),
-              recorded());
+              takeEvents());
 }
 
 // Rendering
@@ -550,13 +550,13 @@ TEST_F(FieldSetTest, ReportsAMissingKeyWithoutLogLineAtLevel2)
 TEST_F(FieldSetTest, JoinsDefinitionsByCommaAndBlank)
 {
     EXPECT_EQ("id INTEGER PRIMARY KEY, name TEXT NOT NULL", FieldSet(idAndName).getDefinition());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldSetTest, JoinsNamesByCommaAndBlank)
 {
     EXPECT_EQ("id, name", FieldSet(idAndName).toSql());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldSetTest, JoinsDumpsByCarriageReturnAndLineFeed)
@@ -564,7 +564,7 @@ TEST_F(FieldSetTest, JoinsDumpsByCarriageReturnAndLineFeed)
     EXPECT_EQ("0: name=id, type=integer, flags: PRIMARY KEY\r\n"
               "1: name=name, type=text, flags: NOT NULL",
               FieldSet(idAndName).dump());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldSetTest, RendersASingleFieldWithoutSeparator)
@@ -582,10 +582,10 @@ TEST_F(FieldSetTest, RendersNothingWhenEmpty)
     EXPECT_EQ("", set.getDefinition());
     EXPECT_EQ("", set.toSql());
     EXPECT_EQ("", set.dump());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
-TEST_F(FieldSetTest, RendersNamesAsTheyStand)
+TEST_F(FieldSetTest, RendersNamesAsTheyAre)
 {
     const std::string name(" %s'\"\0\xff", 7);
     EXPECT_EQ(name + ", b", FieldSet(std::vector<Field>{plain(name), plain("b")}).toSql());
@@ -598,7 +598,7 @@ TEST_F(FieldSetTest, DefinesAColumnWithoutATypeAfterAReport)
     EXPECT_EQ("a TEXT, b", set.getDefinition());
     EXPECT_EQ(
         trace({Source("SqlField").asserted("false", "sql::string sql::Field::getTypeStr() const")}),
-        recorded());
+        takeEvents());
 }
 
 TEST_F(FieldSetTest, GroupsNoDigitsOfAPositionWhereTheLocaleDoes)

@@ -46,7 +46,7 @@ TEST_F(FieldTest, DefaultIsTheEndMarker)
     EXPECT_FALSE(field.isPrimaryKey());
     EXPECT_FALSE(field.isUnique());
     EXPECT_EQ("", field.getFlags());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldTest, DefaultIsDefinedAsAnIntegerWithoutName)
@@ -67,20 +67,20 @@ TEST_F(FieldTest, HoldsNameTypeAndFlagsOutsideAnySet)
     EXPECT_EQ(sql::type_float, field.getType());
     EXPECT_EQ(-1, field.getIndex());
     EXPECT_TRUE(field.isUnique());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldTest, ReportsAnEmptyNameOnce)
 {
     Field("", sql::type_int, 0);
-    EXPECT_EQ(trace({emptyNameReport}), recorded());
+    EXPECT_EQ(trace({emptyNameReport}), takeEvents());
 }
 
 TEST_F(FieldTest, ReportsAnEmptyNameWithoutTraceLevel)
 {
     dropTraceLevel();
     Field("", sql::type_int, 0);
-    EXPECT_EQ(trace({emptyNameReport}), recorded());
+    EXPECT_EQ(trace({emptyNameReport}), takeEvents());
 }
 
 TEST_F(FieldTest, WithoutANameIsAnEndMarker)
@@ -95,19 +95,19 @@ TEST_F(FieldTest, WithoutANameKeepsTypeAndFlags)
     EXPECT_EQ(sql::type_text, field.getType());
     EXPECT_EQ(-1, field.getIndex());
     EXPECT_EQ(" PRIMARY KEY NOT NULL UNIQUE", field.getFlags());
-    EXPECT_EQ(trace({emptyNameReport}), recorded());
+    EXPECT_EQ(trace({emptyNameReport}), takeEvents());
 }
 
 TEST_F(FieldTest, OfABlankNameIsNoEndMarker)
 {
     EXPECT_FALSE(Field(" ", sql::type_int, 0).isEndingField());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldTest, OfANulByteForANameIsNoEndMarker)
 {
     EXPECT_FALSE(Field(std::string(1, '\0'), sql::type_int, 0).isEndingField());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldTest, KeepsItsIndexWhenCopied)
@@ -146,14 +146,14 @@ TEST_F(FieldTest, NamesTheStorageOfEachType)
     EXPECT_EQ("REAL", ofType(2).getTypeStr());
     EXPECT_EQ("INTEGER", ofType(3).getTypeStr());
     EXPECT_EQ("INTEGER", ofType(4).getTypeStr());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldTest, ReportsANumberThatIsNoType)
 {
     for (const int number : {5, 7, 256, INT_MAX, -1, INT_MIN}) {
         EXPECT_EQ("", ofType(number).getTypeStr()) << number;
-        EXPECT_EQ(trace({typeReport}), recorded()) << number;
+        EXPECT_EQ(trace({typeReport}), takeEvents()) << number;
     }
 }
 
@@ -161,7 +161,7 @@ TEST_F(FieldTest, KeepsANumberThatIsNoType)
 {
     EXPECT_EQ(7, static_cast<int>(ofType(7).getType()));
     EXPECT_EQ(-1, static_cast<int>(ofType(-1).getType()));
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 // Flags
@@ -238,7 +238,7 @@ TEST_F(FieldTest, DefinesATimeAsAnInteger)
 TEST_F(FieldTest, DefinesWithoutLogLine)
 {
     Field("id", sql::type_int, sql::flag_primary_key).getDefinition();
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 // The blank before the type that is missing stays where flags follow.
@@ -246,13 +246,13 @@ TEST_F(FieldTest, DefinesFlagsWithoutAType)
 {
     const Field field("x", static_cast<sql::field_type>(7), sql::flag_primary_key);
     EXPECT_EQ("x  PRIMARY KEY", field.getDefinition());
-    EXPECT_EQ(trace({typeReport}), recorded());
+    EXPECT_EQ(trace({typeReport}), takeEvents());
 }
 
 TEST_F(FieldTest, DefinesANameWithoutAType)
 {
     EXPECT_EQ("x", Field("x", static_cast<sql::field_type>(7), 0).getDefinition());
-    EXPECT_EQ(trace({typeReport}), recorded());
+    EXPECT_EQ(trace({typeReport}), takeEvents());
 }
 
 TEST_F(FieldTest, TrimsItsDefinition)
@@ -260,7 +260,7 @@ TEST_F(FieldTest, TrimsItsDefinition)
     EXPECT_EQ("b  INTEGER", Field(" b ", sql::type_int, 0).getDefinition());
 }
 
-TEST_F(FieldTest, DefinesItsNameAsItStands)
+TEST_F(FieldTest, DefinesItsNameAsItIs)
 {
     EXPECT_EQ("a'b\"c%s%n INTEGER", Field("a'b\"c%s%n", sql::type_int, 0).getDefinition());
 }
@@ -285,7 +285,7 @@ TEST_F(FieldTest, DumpsAFieldOutsideAnySet)
 {
     EXPECT_EQ("-1: name=id, type=integer, flags: PRIMARY KEY",
               Field("id", sql::type_int, sql::flag_primary_key).dump());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(FieldTest, DumpsAFieldOfASet)
@@ -312,10 +312,10 @@ TEST_F(FieldTest, DumpsTheNameOfEachType)
 TEST_F(FieldTest, DumpsANumberThatIsNoTypeAfterAReport)
 {
     EXPECT_EQ("-1: name=a, type=undefined, flags:", ofType(7).dump());
-    EXPECT_EQ(trace({typeNameReport}), recorded());
+    EXPECT_EQ(trace({typeNameReport}), takeEvents());
 }
 
-TEST_F(FieldTest, DumpsItsNameAsItStands)
+TEST_F(FieldTest, DumpsItsNameAsItIs)
 {
     const std::string name(" b\0\xff%s%n ", 9);
     EXPECT_EQ("-1: name=" + name + ", type=integer, flags:", Field(name, sql::type_int, 0).dump());

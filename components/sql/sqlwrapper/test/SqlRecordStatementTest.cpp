@@ -85,7 +85,7 @@ protected:
 TEST_F(RecordStatementTest, ListsTheValuesAsLiterals)
 {
     EXPECT_EQ("7, 'Bob', 2.5, 1", bob.toSql());
-    EXPECT_EQ("", recorded());
+    EXPECT_EQ("", takeEvents());
 }
 
 TEST_F(RecordStatementTest, ListsNullWithoutQuotes)
@@ -103,7 +103,7 @@ TEST_F(RecordStatementTest, ListOfNoColumnsIsEmptyInSilence)
 {
     const sql::FieldSet none = columns({});
     EXPECT_EQ("", sql::Record(none).toSql());
-    EXPECT_EQ("", recorded());
+    EXPECT_EQ("", takeEvents());
 }
 
 TEST_F(RecordStatementTest, ListDoublesTheQuotesOfText)
@@ -123,7 +123,7 @@ TEST_F(RecordStatementTest, ListHasTimesAsSeconds)
 {
     const sql::FieldSet set = columns({id, made});
     EXPECT_EQ("7, 86400", filled(set, {"7", "86400"}).toSql());
-    EXPECT_EQ("", recorded());
+    EXPECT_EQ("", takeEvents());
 }
 
 TEST_F(RecordStatementTest, ListHasTimeInTextColumnAsQuotedLocalTime)
@@ -131,7 +131,7 @@ TEST_F(RecordStatementTest, ListHasTimeInTextColumnAsQuotedLocalTime)
     const TimeZone zone("CET-1");
     bob.initColumnValue(1, "86400", sql::type_time);
     EXPECT_EQ("7, '02-01-1970 01:00:00, Fri', 2.5, 1", bob.toSql());
-    EXPECT_EQ(timeMade(86400), recorded());
+    EXPECT_EQ(timeMade(86400), takeEvents());
 }
 
 TEST_F(RecordStatementTest, ListHasTheFirstOfTwoColumnsOfOneNameTwice)
@@ -150,14 +150,14 @@ TEST_F(RecordStatementTest, ListReportsUnnumberedColumnAfterItsPosition)
 {
     const sql::FieldSet set = unnumbered({id, name});
     EXPECT_EQ("", sql::Record(set).toSql());
-    EXPECT_EQ(noValueAt(-1, readByIndex) + noValueInList(0), recorded());
+    EXPECT_EQ(noValueAt(-1, readByIndex) + noValueInList(0), takeEvents());
 }
 
 TEST_F(RecordStatementTest, ListIsEmptiedByAnUnnumberedColumnBehindNumberedOnes)
 {
     const sql::FieldSet set = halfNumbered();
     EXPECT_EQ("", filled(set, {"7", "Bob", "1", "2"}).toSql());
-    EXPECT_EQ(noValueAt(-1, readByIndex) + noValueInList(2), recorded());
+    EXPECT_EQ(noValueAt(-1, readByIndex) + noValueInList(2), takeEvents());
 }
 
 TEST_F(RecordStatementTest, ListReportsColumnThatCameLater)
@@ -166,7 +166,7 @@ TEST_F(RecordStatementTest, ListReportsColumnThatCameLater)
     const sql::Record record = filled(set, {"7", "Bob"});
     set = item;
     EXPECT_EQ("", record.toSql());
-    EXPECT_EQ(noValueAt(2, readByIndex) + noValueInList(2), recorded());
+    EXPECT_EQ(noValueAt(2, readByIndex) + noValueInList(2), takeEvents());
 }
 
 // INSERT
@@ -175,7 +175,7 @@ TEST_F(RecordStatementTest, InsertNamesEveryColumnAndGivesEveryValue)
 {
     EXPECT_EQ("insert into item (id, name, price, active) values (7, 'Bob', 2.5, 1)",
               bob.toSqlInsert("item"));
-    EXPECT_EQ("", recorded());
+    EXPECT_EQ("", takeEvents());
 }
 
 TEST_F(RecordStatementTest, InsertWritesNull)
@@ -189,7 +189,7 @@ TEST_F(RecordStatementTest, InsertOfRecordJustBuiltIsAllNulls)
 {
     const sql::FieldSet set = columns({id, name});
     EXPECT_EQ("insert into t (id, name) values (null, null)", sql::Record(set).toSqlInsert("t"));
-    EXPECT_EQ("", recorded());
+    EXPECT_EQ("", takeEvents());
 }
 
 TEST_F(RecordStatementTest, InsertOfOneColumnHasNoComma)
@@ -203,7 +203,7 @@ TEST_F(RecordStatementTest, InsertNeedsNoKey)
     const sql::FieldSet set = columns({name, price});
     EXPECT_EQ("insert into t (name, price) values ('Bob', 2.5)",
               filled(set, {"Bob", "2.5"}).toSqlInsert("t"));
-    EXPECT_EQ("", recorded());
+    EXPECT_EQ("", takeEvents());
 }
 
 TEST_F(RecordStatementTest, InsertTakesTextKeyQuoted)
@@ -211,7 +211,7 @@ TEST_F(RecordStatementTest, InsertTakesTextKeyQuoted)
     const sql::FieldSet set = columns({code, number});
     EXPECT_EQ("insert into t (code, number) values ('A1', 5)",
               filled(set, {"A1", "5"}).toSqlInsert("t"));
-    EXPECT_EQ("", recorded());
+    EXPECT_EQ("", takeEvents());
 }
 
 TEST_F(RecordStatementTest, InsertOfTwoColumnsOfOneNameGivesTheFirstTwice)
@@ -221,7 +221,7 @@ TEST_F(RecordStatementTest, InsertOfTwoColumnsOfOneNameGivesTheFirstTwice)
               filled(set, {"7", "Bob", "Ann"}).toSqlInsert("t"));
 }
 
-TEST_F(RecordStatementTest, InsertTakesNamesOfTablesAndColumnsAsTheyStand)
+TEST_F(RecordStatementTest, InsertTakesNamesOfTablesAndColumnsAsTheyAre)
 {
     const sql::FieldSet set = columns({id, sql::Field("\"it's\"", sql::type_text, 0)});
     EXPECT_EQ("insert into main.'a b' (id, \"it's\") values (7, 'Bob')",
@@ -235,7 +235,7 @@ TEST_F(RecordStatementTest, InsertDoublesTheQuotesOfText)
               bob.toSqlInsert("item"));
 }
 
-TEST_F(RecordStatementTest, InsertHoldsPercentSignsAsTheyStand)
+TEST_F(RecordStatementTest, InsertHoldsPercentSignsAsTheyAre)
 {
     const sql::FieldSet set = columns({id, sql::Field("%s", sql::type_text, 0)});
     EXPECT_EQ("insert into %d (id, %s) values (7, '100%n')",
@@ -254,56 +254,57 @@ TEST_F(RecordStatementTest, InsertReportsEmptyTableNameBeforeAnyColumn)
 {
     const sql::FieldSet none = columns({});
     EXPECT_EQ("", sql::Record(none).toSqlInsert(""));
-    EXPECT_EQ(fault(source, "toSqlInsert", insertSignature, "No table name given"), recorded());
+    EXPECT_EQ(fault(source, "toSqlInsert", insertSignature, "No table name given"), takeEvents());
 }
 
 TEST_F(RecordStatementTest, InsertReportsSetWithoutColumns)
 {
     const sql::FieldSet none = columns({});
     EXPECT_EQ("", sql::Record(none).toSqlInsert("t"));
-    EXPECT_EQ(noFieldsToInsert("t"), recorded());
+    EXPECT_EQ(noFieldsToInsert("t"), takeEvents());
 }
 
 TEST_F(RecordStatementTest, InsertTakesOneColumnWithoutNameForNone)
 {
     const sql::FieldSet set = unnumbered({sql::Field()});
     EXPECT_EQ("", sql::Record(set).toSqlInsert("t"));
-    EXPECT_EQ(noFieldsToInsert("t"), recorded());
+    EXPECT_EQ(noFieldsToInsert("t"), takeEvents());
 }
 
-TEST_F(RecordStatementTest, InsertReportsTableNameWithPercentSignsAsItStands)
+TEST_F(RecordStatementTest, InsertReportsTableNameWithPercentSignsAsItIs)
 {
     const sql::FieldSet none = columns({});
     EXPECT_EQ("", sql::Record(none).toSqlInsert("100%s%n"));
-    EXPECT_EQ(noFieldsToInsert("100%s%n"), recorded());
+    EXPECT_EQ(noFieldsToInsert("100%s%n"), takeEvents());
 }
 
 TEST_F(RecordStatementTest, InsertReportsMissingValueAfterTheList)
 {
     const sql::FieldSet set = unnumbered({id, name});
     EXPECT_EQ("", sql::Record(set).toSqlInsert("t%d"));
-    EXPECT_EQ(noValueAt(-1, readByIndex) + noValueInList(0) + noValuesToInsert("t%d"), recorded());
+    EXPECT_EQ(noValueAt(-1, readByIndex) + noValueInList(0) + noValuesToInsert("t%d"),
+              takeEvents());
 }
 
 TEST_F(RecordStatementTest, InsertIsEmptiedByAnUnnumberedColumnBehindNumberedOnes)
 {
     const sql::FieldSet set = halfNumbered();
     EXPECT_EQ("", filled(set, {"7", "Bob", "1", "2"}).toSqlInsert("t"));
-    EXPECT_EQ(noValueAt(-1, readByIndex) + noValueInList(2) + noValuesToInsert("t"), recorded());
+    EXPECT_EQ(noValueAt(-1, readByIndex) + noValueInList(2) + noValuesToInsert("t"), takeEvents());
 }
 
 TEST_F(RecordStatementTest, InsertTakesOneEmptyNumberForNoValues)
 {
     const sql::FieldSet set = columns({id});
     EXPECT_EQ("", filled(set, {""}).toSqlInsert("t"));
-    EXPECT_EQ(noValuesToInsert("t"), recorded());
+    EXPECT_EQ(noValuesToInsert("t"), takeEvents());
 }
 
 TEST_F(RecordStatementTest, InsertAtLevel2StillReportsAssertions)
 {
     setTraceLevel(2);
     EXPECT_EQ("", bob.toSqlInsert(""));
-    EXPECT_EQ(trace({source.asserted("false", insertSignature)}), recorded());
+    EXPECT_EQ(trace({source.asserted("false", insertSignature)}), takeEvents());
 }
 
 // UPDATE
@@ -312,7 +313,7 @@ TEST_F(RecordStatementTest, UpdateSetsEveryColumnOutsideTheKey)
 {
     EXPECT_EQ("update item set name='Bob', price=2.5, active=1 where id = 7",
               bob.toSqlUpdate("item"));
-    EXPECT_EQ("", recorded());
+    EXPECT_EQ("", takeEvents());
 }
 
 TEST_F(RecordStatementTest, UpdateWritesNull)
@@ -326,7 +327,7 @@ TEST_F(RecordStatementTest, UpdateOfRecordJustBuiltMatchesNullKeyInSilence)
 {
     const sql::FieldSet set = columns({id, name});
     EXPECT_EQ("update t set name=null where id = null", sql::Record(set).toSqlUpdate("t"));
-    EXPECT_EQ("", recorded());
+    EXPECT_EQ("", takeEvents());
 }
 
 TEST_F(RecordStatementTest, UpdateKeepsTheLastCommaBeforeAKeyAtTheEnd)
@@ -334,14 +335,14 @@ TEST_F(RecordStatementTest, UpdateKeepsTheLastCommaBeforeAKeyAtTheEnd)
     const sql::FieldSet set = columns({name, price, id});
     EXPECT_EQ("update item set name='Bob', price=2.5,  where id = 7",
               filled(set, {"Bob", "2.5", "7"}).toSqlUpdate("item"));
-    EXPECT_EQ("", recorded());
+    EXPECT_EQ("", takeEvents());
 }
 
 TEST_F(RecordStatementTest, UpdateOfKeyAloneSetsNothing)
 {
     const sql::FieldSet set = columns({id});
     EXPECT_EQ("update item set  where id = 7", filled(set, {"7"}).toSqlUpdate("item"));
-    EXPECT_EQ("", recorded());
+    EXPECT_EQ("", takeEvents());
 }
 
 TEST_F(RecordStatementTest, UpdateLeavesNoTraceOfAKeyInTheMiddle)
@@ -392,7 +393,7 @@ TEST_F(RecordStatementTest, UpdateWritesTextKeyUnquotedAfterAssertionReport)
 {
     const sql::FieldSet set = columns({code, number});
     EXPECT_EQ("update t set number=5 where code = A1", filled(set, {"A1", "5"}).toSqlUpdate("t"));
-    EXPECT_EQ(keyIsNotInteger, recorded());
+    EXPECT_EQ(keyIsNotInteger, takeEvents());
 }
 
 TEST_F(RecordStatementTest, UpdateEscapesNothingInTextKey)
@@ -407,7 +408,7 @@ TEST_F(RecordStatementTest, UpdateReportsNullTextKeyToo)
     const sql::FieldSet set = columns({code, number});
     EXPECT_EQ("update t set number=5 where code = null",
               filled(set, {nullptr, "5"}).toSqlUpdate("t"));
-    EXPECT_EQ(keyIsNotInteger, recorded());
+    EXPECT_EQ(keyIsNotInteger, takeEvents());
 }
 
 TEST_F(RecordStatementTest, UpdateChecksTheTypeOfTheKeysValueNotOfItsColumn)
@@ -416,15 +417,15 @@ TEST_F(RecordStatementTest, UpdateChecksTheTypeOfTheKeysValueNotOfItsColumn)
     sql::Record record = filled(set, {"A1", "5"});
     record.initColumnValue(0, "8", sql::type_int);
     EXPECT_EQ("update t set number=5 where code = 8", record.toSqlUpdate("t"));
-    EXPECT_EQ("", recorded());
+    EXPECT_EQ("", takeEvents());
 }
 
-TEST_F(RecordStatementTest, UpdateWritesKeyOfIntegerTypeAsItStands)
+TEST_F(RecordStatementTest, UpdateWritesKeyOfIntegerTypeAsItIs)
 {
     bob.setString("id", "A'1");
     EXPECT_EQ("update item set name='Bob', price=2.5, active=1 where id = A'1",
               bob.toSqlUpdate("item"));
-    EXPECT_EQ("", recorded());
+    EXPECT_EQ("", takeEvents());
 }
 
 TEST_F(RecordStatementTest, UpdateWritesTimeKeyAsSecondsAfterAssertionReport)
@@ -433,10 +434,10 @@ TEST_F(RecordStatementTest, UpdateWritesTimeKeyAsSecondsAfterAssertionReport)
     sql::Record record = filled(set, {"7", "Bob"});
     record.initColumnValue(0, "86400", sql::type_time);
     EXPECT_EQ("update t set name='Bob' where id = 86400", record.toSqlUpdate("t"));
-    EXPECT_EQ(keyIsNotInteger, recorded());
+    EXPECT_EQ(keyIsNotInteger, takeEvents());
 }
 
-TEST_F(RecordStatementTest, UpdateTakesNamesOfTablesAndColumnsAsTheyStand)
+TEST_F(RecordStatementTest, UpdateTakesNamesOfTablesAndColumnsAsTheyAre)
 {
     const sql::FieldSet set = columns({sql::Field("\"k e\"", sql::type_int, sql::flag_primary_key),
                                        sql::Field("\"it's\"", sql::type_text, 0)});
@@ -459,7 +460,7 @@ TEST_F(RecordStatementTest, UpdateQuotesByTheTypeOfTheColumn)
               bob.toSqlUpdate("item"));
 }
 
-TEST_F(RecordStatementTest, UpdateHoldsPercentSignsAsTheyStand)
+TEST_F(RecordStatementTest, UpdateHoldsPercentSignsAsTheyAre)
 {
     const sql::FieldSet set = columns({id, sql::Field("%s", sql::type_text, 0)});
     EXPECT_EQ("update %d set %s='100%n' where id = 7",
@@ -478,21 +479,21 @@ TEST_F(RecordStatementTest, UpdateReportsEmptyTableNameBeforeAnyColumn)
 {
     const sql::FieldSet set = unnumbered({name});
     EXPECT_EQ("", sql::Record(set).toSqlUpdate(""));
-    EXPECT_EQ(fault(source, "toSqlUpdate", updateSignature, "No table name given"), recorded());
+    EXPECT_EQ(fault(source, "toSqlUpdate", updateSignature, "No table name given"), takeEvents());
 }
 
 TEST_F(RecordStatementTest, UpdateReportsMissingKeyAfterTheColumnSet)
 {
     const sql::FieldSet set = columns({name, price});
     EXPECT_EQ("", filled(set, {"Bob", "2.5"}).toSqlUpdate("t"));
-    EXPECT_EQ(noKeyInSet + noKeyName("t"), recorded());
+    EXPECT_EQ(noKeyInSet + noKeyName("t"), takeEvents());
 }
 
 TEST_F(RecordStatementTest, UpdateOfNoColumnsReportsMissingKey)
 {
     const sql::FieldSet none = columns({});
     EXPECT_EQ("", sql::Record(none).toSqlUpdate("t"));
-    EXPECT_EQ(noKeyInSet + noKeyName("t"), recorded());
+    EXPECT_EQ(noKeyInSet + noKeyName("t"), takeEvents());
 }
 
 TEST_F(RecordStatementTest, UpdateReportsKeyColumnWithoutNameOnce)
@@ -502,42 +503,42 @@ TEST_F(RecordStatementTest, UpdateReportsKeyColumnWithoutNameOnce)
         return unnumbered({sql::Field("", sql::type_int, sql::flag_primary_key)});
     }();
     EXPECT_EQ("", sql::Record(set).toSqlUpdate("100%s"));
-    EXPECT_EQ(noKeyName("100%s"), recorded());
+    EXPECT_EQ(noKeyName("100%s"), takeEvents());
 }
 
 TEST_F(RecordStatementTest, UpdateReportsUnnumberedKeyColumnAfterItsPosition)
 {
     const sql::FieldSet set = unnumbered({id});
     EXPECT_EQ("", sql::Record(set).toSqlUpdate("t%d"));
-    EXPECT_EQ(noValueAt(-1, readByIndex) + noKeyValue("t%d"), recorded());
+    EXPECT_EQ(noValueAt(-1, readByIndex) + noKeyValue("t%d"), takeEvents());
 }
 
 TEST_F(RecordStatementTest, UpdateReportsUnnumberedColumnAfterItsPosition)
 {
     const sql::FieldSet set = unnumbered({id, name, price});
     EXPECT_EQ("", sql::Record(set).toSqlUpdate("t"));
-    EXPECT_EQ(noValueAt(-1, readByIndex) + noValueToSet(1, "name", "t"), recorded());
+    EXPECT_EQ(noValueAt(-1, readByIndex) + noValueToSet(1, "name", "t"), takeEvents());
 }
 
 TEST_F(RecordStatementTest, UpdateReportsMissingValueBeforeItLooksForTheKey)
 {
     const sql::FieldSet set = unnumbered({name, price});
     EXPECT_EQ("", sql::Record(set).toSqlUpdate("t"));
-    EXPECT_EQ(noValueAt(-1, readByIndex) + noValueToSet(0, "name", "t"), recorded());
+    EXPECT_EQ(noValueAt(-1, readByIndex) + noValueToSet(0, "name", "t"), takeEvents());
 }
 
 TEST_F(RecordStatementTest, UpdateIsEmptiedByAnUnnumberedColumnBehindNumberedOnes)
 {
     const sql::FieldSet set = halfNumbered();
     EXPECT_EQ("", filled(set, {"7", "Bob", "1", "2"}).toSqlUpdate("t"));
-    EXPECT_EQ(noValueAt(-1, readByIndex) + noValueToSet(2, "number", "t"), recorded());
+    EXPECT_EQ(noValueAt(-1, readByIndex) + noValueToSet(2, "number", "t"), takeEvents());
 }
 
-TEST_F(RecordStatementTest, UpdateReportsNamesWithPercentSignsAsTheyStand)
+TEST_F(RecordStatementTest, UpdateReportsNamesWithPercentSignsAsTheyAre)
 {
     const sql::FieldSet set = unnumbered({sql::Field("%s%n", sql::type_text, 0)});
     EXPECT_EQ("", sql::Record(set).toSqlUpdate("100%"));
-    EXPECT_EQ(noValueAt(-1, readByIndex) + noValueToSet(0, "%s%n", "100%"), recorded());
+    EXPECT_EQ(noValueAt(-1, readByIndex) + noValueToSet(0, "%s%n", "100%"), takeEvents());
 }
 
 TEST_F(RecordStatementTest, UpdateAtLevel2StillReportsAssertions)
@@ -548,7 +549,7 @@ TEST_F(RecordStatementTest, UpdateAtLevel2StillReportsAssertions)
     EXPECT_EQ(trace({Source("SqlFieldSet")
                          .asserted("false", "sql::string sql::FieldSet::getKeyIdName() const"),
                      source.asserted("false", updateSignature)}),
-              recorded());
+              takeEvents());
 }
 
 // The cost of a statement

@@ -45,7 +45,7 @@ TEST_F(TableCostTest, AddingALongRowTakesAtMostTwoAllocations)
 class LongStatementCostTest : public TableCostTest
 {
 protected:
-    // Makes a table of text columns behind its key, and adds and updates a row of such texts.
+    // Makes a table of text columns after its key, and adds and updates a row of such texts.
     void expectOneAllocation(const std::string& table, int count, const std::string& column,
                              const std::string& text)
     {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/Keys.h"
 #include "support/People.h"
 #include "support/Statements.h"
 #include "support/World.h"
@@ -15,7 +16,6 @@ namespace
 
 const Source source("SqlTable");
 const Source record("SqlRecord");
-const Source fieldset("SqlFieldSet");
 
 const char* const updateSignature = "sql::string sql::Record::toSqlUpdate(const string&) const";
 
@@ -26,49 +26,6 @@ const Refusal noPets = {1, "SQLITE_ERROR", "no such table: pets"};
 const Refusal nearSeven = {1, "SQLITE_ERROR", "near \"7\": syntax error"};
 
 // What both kinds of keys have in common
-
-struct IntegerKey
-{
-    static constexpr auto kind = "Integer";
-    static constexpr auto type = "sql::integer";
-    static constexpr auto table = "people";
-    static constexpr auto row = "2|Bob|29";
-    static constexpr auto dump = "id = 2|name = Bob|age = 29";
-
-    static sql::integer there() { return 2; }
-    static sql::integer missing() { return 42; }
-    static sql::integer of(int number) { return number; }
-    static std::string written(sql::integer key) { return std::to_string(key); }
-    static std::string added(sql::integer key)
-    {
-        return source.debug2("addOrUpdateRecord", "add record for key=%lld", key);
-    }
-};
-
-struct TextKey
-{
-    static constexpr auto kind = "Text";
-    static constexpr auto type = "sql::string";
-    static constexpr auto table = "parts";
-    static constexpr auto row = "A-17|Bolt";
-    static constexpr auto dump = "id = A-17|name = Bolt";
-
-    static std::string there() { return "A-17"; }
-    static std::string missing() { return "A-18"; }
-    static std::string of(int number) { return std::to_string(number); }
-    static std::string written(const std::string& key) { return '"' + key + '"'; }
-    static std::string added(const std::string& key)
-    {
-        return source.debug2("addOrUpdateRecord", "add record for key=%s", key.c_str());
-    }
-};
-
-struct KindNames
-{
-    template <typename Key> static std::string GetName(int) { return Key::kind; }
-};
-
-using Kinds = ::testing::Types<IntegerKey, TextKey>;
 
 template <typename Key> class TableEitherKeyTest : public PeopleAndPartsTest
 {
@@ -86,7 +43,8 @@ protected:
     using PeopleAndPartsTest::hold;
     using PeopleAndPartsTest::people;
     using PeopleAndPartsTest::person;
-    using Test::recorded;
+    using Test::forgetEvents;
+    using Test::takeEvents;
 };
 TYPED_TEST_SUITE(TableEitherKeyTest, Kinds, KindNames);
 
@@ -94,7 +52,7 @@ TYPED_TEST(TableEitherKeyTest, DeletesTheRow)
 {
     const int before = this->rows();
     EXPECT_TRUE(this->table().deleteRecord(TypeParam::there()));
-    EXPECT_EQ(trace({queried(this->statement("delete", TypeParam::there()))}), this->recorded());
+    EXPECT_EQ(trace({queried(this->statement("delete", TypeParam::there()))}), this->takeEvents());
     EXPECT_EQ(before - 1, this->rows());
     EXPECT_FALSE(this->table().hasRecordWithKeyId(TypeParam::there()));
 }
@@ -103,7 +61,8 @@ TYPED_TEST(TableEitherKeyTest, DeletesNoRowThatIsNotThere)
 {
     const int before = this->rows();
     EXPECT_TRUE(this->table().deleteRecord(TypeParam::missing()));
-    EXPECT_EQ(trace({queried(this->statement("delete", TypeParam::missing()))}), this->recorded());
+    EXPECT_EQ(trace({queried(this->statement("delete", TypeParam::missing()))}),
+              this->takeEvents());
     EXPECT_EQ(before, this->rows());
 }
 
@@ -111,7 +70,7 @@ TYPED_TEST(TableEitherKeyTest, ReadsTheRow)
 {
     const sql::Record* const row = this->table().getRecordByKeyId(TypeParam::there());
     EXPECT_EQ(trace({queried(this->statement("select *", TypeParam::there()), {TypeParam::dump})}),
-              this->recorded());
+              this->takeEvents());
     ASSERT_NE(nullptr, row);
     EXPECT_EQ(TypeParam::row, row->toString());
 }
@@ -127,21 +86,21 @@ TYPED_TEST(TableEitherKeyTest, ReadsNoRowThatIsNotThere)
 {
     EXPECT_EQ(nullptr, this->table().getRecordByKeyId(TypeParam::missing()));
     EXPECT_EQ(trace({queried(this->statement("select *", TypeParam::missing()))}),
-              this->recorded());
+              this->takeEvents());
 }
 
 TYPED_TEST(TableEitherKeyTest, FindsTheRow)
 {
     EXPECT_TRUE(this->table().hasRecordWithKeyId(TypeParam::there()));
     EXPECT_EQ(trace({counted(this->statement("select count(*)", TypeParam::there()), 1)}),
-              this->recorded());
+              this->takeEvents());
 }
 
 TYPED_TEST(TableEitherKeyTest, FindsNoRowThatIsNotThere)
 {
     EXPECT_FALSE(this->table().hasRecordWithKeyId(TypeParam::missing()));
     EXPECT_EQ(trace({counted(this->statement("select count(*)", TypeParam::missing()), 0)}),
-              this->recorded());
+              this->takeEvents());
 }
 
 // What the operations do to the rows held
@@ -199,33 +158,33 @@ TEST_F(TableDeleteRecordTest, NegativeKeyHasItsSign)
 {
     run("insert into people values (-5, 'Eve', 1)");
     EXPECT_TRUE(people.deleteRecord(-5));
-    EXPECT_EQ(trace({queried("delete from people where id = -5")}), recorded());
+    EXPECT_EQ(trace({queried("delete from people where id = -5")}), takeEvents());
     EXPECT_EQ("(none)", nameOf("-5"));
 }
 
 TEST_F(TableDeleteRecordTest, LeastKeyIsWrittenInFull)
 {
     EXPECT_TRUE(people.deleteRecord(least));
-    EXPECT_EQ(trace({queried("delete from people where id = -9223372036854775808")}), recorded());
+    EXPECT_EQ(trace({queried("delete from people where id = -9223372036854775808")}), takeEvents());
 }
 
 TEST_F(TableDeleteRecordTest, GreatestKeyIsWrittenInFull)
 {
     EXPECT_TRUE(people.deleteRecord(greatest));
-    EXPECT_EQ(trace({queried("delete from people where id = 9223372036854775807")}), recorded());
+    EXPECT_EQ(trace({queried("delete from people where id = 9223372036854775807")}), takeEvents());
 }
 
 TEST_F(TableDeleteRecordTest, TextKeyIsNotEscaped)
 {
     EXPECT_FALSE(parts.deleteRecord("A\"7"));
-    EXPECT_EQ(trace({refused("delete from parts where id = \"A\"7\"", nearSeven)}), recorded());
+    EXPECT_EQ(trace({refused("delete from parts where id = \"A\"7\"", nearSeven)}), takeEvents());
 }
 
 TEST_F(TableDeleteRecordTest, TextKeyKeepsSingleQuotesAndPercentSigns)
 {
     run("insert into parts values ('100%s''', 'Pin')");
     EXPECT_TRUE(parts.deleteRecord("100%s'"));
-    EXPECT_EQ(trace({queried("delete from parts where id = \"100%s'\"")}), recorded());
+    EXPECT_EQ(trace({queried("delete from parts where id = \"100%s'\"")}), takeEvents());
     EXPECT_EQ("2", cell("select count(*) from parts"));
 }
 
@@ -233,7 +192,7 @@ TEST_F(TableDeleteRecordTest, EmptyTextKeyIsAnEmptyPairOfQuotes)
 {
     run("insert into parts values ('', 'Pin')");
     EXPECT_TRUE(parts.deleteRecord(""));
-    EXPECT_EQ(trace({queried("delete from parts where id = \"\"")}), recorded());
+    EXPECT_EQ(trace({queried("delete from parts where id = \"\"")}), takeEvents());
     EXPECT_EQ("2", cell("select count(*) from parts"));
 }
 
@@ -254,7 +213,7 @@ TEST_F(TableDeleteRecordTest, TextKeyNamedLikeColumnIsComparedWithThatColumn)
 TEST_F(TableDeleteRecordTest, RefusedStatementOfIntegerKeyFails)
 {
     EXPECT_FALSE(pets.deleteRecord(1));
-    EXPECT_EQ(trace({refused("delete from pets where id = 1", noPets)}), recorded());
+    EXPECT_EQ(trace({refused("delete from pets where id = 1", noPets)}), takeEvents());
 }
 
 TEST_F(TableDeleteRecordTest, MissingConnectionIsReportedByTheStatement)
@@ -262,7 +221,7 @@ TEST_F(TableDeleteRecordTest, MissingConnectionIsReportedByTheStatement)
     sql::Table unconnected(nullptr, "people", personFields);
     EXPECT_FALSE(unconnected.deleteRecord(1));
     EXPECT_FALSE(unconnected.deleteRecord("1"));
-    EXPECT_EQ(trace({notConnected(), notConnected()}), recorded());
+    EXPECT_EQ(trace({notConnected(), notConnected()}), takeEvents());
 }
 
 // Fetching by key
@@ -284,7 +243,7 @@ TEST_F(TableGetRecordByKeyIdTest, FirstOfSeveralRowsIsReturned)
 TEST_F(TableGetRecordByKeyIdTest, NegativeKeyHasItsSign)
 {
     EXPECT_EQ(nullptr, people.getRecordByKeyId(-5));
-    EXPECT_EQ(trace({queried("select * from people where id = -5")}), recorded());
+    EXPECT_EQ(trace({queried("select * from people where id = -5")}), takeEvents());
 }
 
 TEST_F(TableGetRecordByKeyIdTest, LeastKeyIsFound)
@@ -293,7 +252,7 @@ TEST_F(TableGetRecordByKeyIdTest, LeastKeyIsFound)
     const sql::Record* const row = people.getRecordByKeyId(least);
     EXPECT_EQ(trace({queried("select * from people where id = -9223372036854775808",
                              {"id = -9223372036854775808|name = Min|age = 1"})}),
-              recorded());
+              takeEvents());
     ASSERT_NE(nullptr, row);
     EXPECT_EQ(least, row->getValue("id")->asInteger());
 }
@@ -304,7 +263,7 @@ TEST_F(TableGetRecordByKeyIdTest, GreatestKeyIsFound)
     const sql::Record* const row = people.getRecordByKeyId(greatest);
     EXPECT_EQ(trace({queried("select * from people where id = 9223372036854775807",
                              {"id = 9223372036854775807|name = Max|age = 1"})}),
-              recorded());
+              takeEvents());
     ASSERT_NE(nullptr, row);
     EXPECT_EQ(greatest, row->getValue("id")->asInteger());
 }
@@ -312,7 +271,7 @@ TEST_F(TableGetRecordByKeyIdTest, GreatestKeyIsFound)
 TEST_F(TableGetRecordByKeyIdTest, TextKeyIsNotEscaped)
 {
     EXPECT_EQ(nullptr, parts.getRecordByKeyId("A\"7"));
-    EXPECT_EQ(trace({refused("select * from parts where id = \"A\"7\"", nearSeven)}), recorded());
+    EXPECT_EQ(trace({refused("select * from parts where id = \"A\"7\"", nearSeven)}), takeEvents());
 }
 
 TEST_F(TableGetRecordByKeyIdTest, DoubledQuoteOfTextKeyIsOneToSqlite)
@@ -338,14 +297,14 @@ TEST_F(TableGetRecordByKeyIdTest, FailureGivesNullThoughRowsCameBeforeIt)
     EXPECT_EQ(
         trace({refused("select * from people where id = \"x\" or id in (1, 9) and abs(age) <> \"\"",
                        {1, "SQLITE_ERROR", "integer overflow"}, {ada})}),
-        recorded());
+        takeEvents());
     EXPECT_EQ("1", held());
 }
 
 TEST_F(TableGetRecordByKeyIdTest, TableThatIsNotThereGivesNull)
 {
     EXPECT_EQ(nullptr, pets.getRecordByKeyId(1));
-    EXPECT_EQ(trace({refused("select * from pets where id = 1", noPets)}), recorded());
+    EXPECT_EQ(trace({refused("select * from pets where id = 1", noPets)}), takeEvents());
 }
 
 TEST_F(TableGetRecordByKeyIdTest, MissingConnectionIsReportedByTheStatement)
@@ -353,7 +312,7 @@ TEST_F(TableGetRecordByKeyIdTest, MissingConnectionIsReportedByTheStatement)
     sql::Table unconnected(nullptr, "people", personFields);
     EXPECT_EQ(nullptr, unconnected.getRecordByKeyId(1));
     EXPECT_EQ(nullptr, unconnected.getRecordByKeyId("1"));
-    EXPECT_EQ(trace({notConnected(), notConnected()}), recorded());
+    EXPECT_EQ(trace({notConnected(), notConnected()}), takeEvents());
 }
 
 // Testing for a key
@@ -367,7 +326,7 @@ TEST_F(TableHasRecordWithKeyIdTest, SeveralRowsAreAsGoodAsOne)
     run("drop table people; create table people (id, name, age);"
         "insert into people values (7, 'Eve', 1), (7, 'Fay', 2)");
     EXPECT_TRUE(people.hasRecordWithKeyId(7));
-    EXPECT_EQ(trace({counted("select count(*) from people where id = 7", 2)}), recorded());
+    EXPECT_EQ(trace({counted("select count(*) from people where id = 7", 2)}), takeEvents());
 }
 
 TEST_F(TableHasRecordWithKeyIdTest, FirstOfSeveralKeyColumnsIsTheKey)
@@ -379,25 +338,25 @@ TEST_F(TableHasRecordWithKeyIdTest, FirstOfSeveralKeyColumnsIsTheKey)
         sql::Field(),
     };
     EXPECT_TRUE(sql::Table(db, "people", pairFields).hasRecordWithKeyId(29));
-    EXPECT_EQ(trace({counted("select count(*) from people where age = 29", 1)}), recorded());
+    EXPECT_EQ(trace({counted("select count(*) from people where age = 29", 1)}), takeEvents());
 }
 
 TEST_F(TableHasRecordWithKeyIdTest, IntegerKeyFindsText)
 {
     EXPECT_TRUE(parts.hasRecordWithKeyId(42));
-    EXPECT_EQ(trace({counted("select count(*) from parts where id = 42", 1)}), recorded());
+    EXPECT_EQ(trace({counted("select count(*) from parts where id = 42", 1)}), takeEvents());
 }
 
 TEST_F(TableHasRecordWithKeyIdTest, TextKeyFindsInteger)
 {
     EXPECT_TRUE(people.hasRecordWithKeyId("2"));
-    EXPECT_EQ(trace({counted("select count(*) from people where id = \"2\"", 1)}), recorded());
+    EXPECT_EQ(trace({counted("select count(*) from people where id = \"2\"", 1)}), takeEvents());
 }
 
 TEST_F(TableHasRecordWithKeyIdTest, NegativeKeyHasItsSign)
 {
     EXPECT_FALSE(people.hasRecordWithKeyId(-5));
-    EXPECT_EQ(trace({counted("select count(*) from people where id = -5", 0)}), recorded());
+    EXPECT_EQ(trace({counted("select count(*) from people where id = -5", 0)}), takeEvents());
 }
 
 TEST_F(TableHasRecordWithKeyIdTest, LeastKeyIsFound)
@@ -405,7 +364,7 @@ TEST_F(TableHasRecordWithKeyIdTest, LeastKeyIsFound)
     run("insert into people values (-9223372036854775808, 'Min', 1)");
     EXPECT_TRUE(people.hasRecordWithKeyId(least));
     EXPECT_EQ(trace({counted("select count(*) from people where id = -9223372036854775808", 1)}),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(TableHasRecordWithKeyIdTest, GreatestKeyIsFound)
@@ -413,20 +372,21 @@ TEST_F(TableHasRecordWithKeyIdTest, GreatestKeyIsFound)
     run("insert into people values (9223372036854775807, 'Max', 1)");
     EXPECT_TRUE(people.hasRecordWithKeyId(greatest));
     EXPECT_EQ(trace({counted("select count(*) from people where id = 9223372036854775807", 1)}),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(TableHasRecordWithKeyIdTest, TextKeyIsNotEscaped)
 {
     EXPECT_FALSE(parts.hasRecordWithKeyId("A\"7"));
     EXPECT_EQ(trace({uncounted("select count(*) from parts where id = \"A\"7\"", nearSeven)}),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(TableHasRecordWithKeyIdTest, TextKeyKeepsPercentSigns)
 {
     EXPECT_FALSE(parts.hasRecordWithKeyId("100%s%n"));
-    EXPECT_EQ(trace({counted("select count(*) from parts where id = \"100%s%n\"", 0)}), recorded());
+    EXPECT_EQ(trace({counted("select count(*) from parts where id = \"100%s%n\"", 0)}),
+              takeEvents());
 }
 
 TEST_F(TableHasRecordWithKeyIdTest, TextKeyNamedLikeColumnMissesTheRowOfThatKey)
@@ -447,7 +407,7 @@ TEST_F(TableHasRecordWithKeyIdTest, FailedCountIsFalse)
     EXPECT_FALSE(people.hasRecordWithKeyId(2));
     EXPECT_EQ(
         trace({uncounted("select count(*) from people where id = 2", CountsRefused::refusal)}),
-        recorded());
+        takeEvents());
 }
 
 TEST_F(TableHasRecordWithKeyIdTest, MissingConnectionIsReportedByTheCount)
@@ -458,7 +418,7 @@ TEST_F(TableHasRecordWithKeyIdTest, MissingConnectionIsReportedByTheCount)
     sql::Table unconnected(nullptr, "people", personFields);
     EXPECT_FALSE(unconnected.hasRecordWithKeyId(2));
     EXPECT_FALSE(unconnected.hasRecordWithKeyId("2"));
-    EXPECT_EQ(trace({report, report}), recorded());
+    EXPECT_EQ(trace({report, report}), takeEvents());
 }
 
 // Adding or updating
@@ -475,7 +435,7 @@ TEST_F(TableAddOrUpdateRecordTest, UpdatesTheRowOfIntegerKey)
                   source.debug2("addOrUpdateRecord", "update record for key=%lld", 2LL),
                   queried("update people set name='Rob', age=null where id = 2"),
               }),
-              recorded());
+              takeEvents());
     EXPECT_EQ("Rob", nameOf("2"));
 }
 
@@ -487,7 +447,7 @@ TEST_F(TableAddOrUpdateRecordTest, AddsRowForIntegerKeyThatIsNotThere)
                   source.debug2("addOrUpdateRecord", "add record for key=%lld", 4LL),
                   queried("insert into people (id, name, age) values (4, 'Dan', null)"),
               }),
-              recorded());
+              takeEvents());
     EXPECT_EQ("Dan", nameOf("4"));
 }
 
@@ -500,7 +460,7 @@ TEST_F(TableAddOrUpdateRecordTest, UpdatesTheRowOfTextKeyAfterReport)
                   record.asserted("value->getType() == type_int", updateSignature),
                   queried("update parts set name='Screw' where id = 42"),
               }),
-              recorded());
+              takeEvents());
     EXPECT_EQ("Screw", cell("select name from parts where id = '42'"));
 }
 
@@ -514,7 +474,7 @@ TEST_F(TableAddOrUpdateRecordTest, UpdateOfTextKeyThatIsNoNumberIsRefusedBySqlit
                   refused("update parts set name='Screw' where id = A-17",
                           {1, "SQLITE_ERROR", "no such column: A"}),
               }),
-              recorded());
+              takeEvents());
     EXPECT_EQ("Bolt", cell("select name from parts where id = 'A-17'"));
 }
 
@@ -526,7 +486,7 @@ TEST_F(TableAddOrUpdateRecordTest, AddsRowForTextKeyThatIsNotThere)
                   source.debug2("addOrUpdateRecord", "add record for key=%s", "100%s"),
                   queried("insert into parts (id, name) values ('100%s', 'Pin')"),
               }),
-              recorded());
+              takeEvents());
     EXPECT_EQ("Pin", cell("select name from parts where id = '100%s'"));
 }
 
@@ -540,20 +500,20 @@ TEST_F(TableAddOrUpdateRecordTest, LeastKeyIsLoggedInFull)
             queried(
                 "insert into people (id, name, age) values (-9223372036854775808, 'Min', null)"),
         }),
-        recorded());
+        takeEvents());
 }
 
 TEST_F(TableAddOrUpdateRecordTest, GreatestKeyIsLoggedInFull)
 {
     EXPECT_TRUE(people.addOrUpdateRecord(greatest, person(greatest, "Max")));
-    recorded();
+    forgetEvents();
     EXPECT_TRUE(people.addOrUpdateRecord(greatest, person(greatest, "Max")));
     EXPECT_EQ(trace({
                   counted("select count(*) from people where id = 9223372036854775807", 1),
                   source.debug2("addOrUpdateRecord", "update record for key=%lld", greatest),
                   queried("update people set name='Max', age=null where id = 9223372036854775807"),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(TableAddOrUpdateRecordTest, KeyIsNotComparedWithThatOfTheRecord)
@@ -572,7 +532,7 @@ TEST_F(TableAddOrUpdateRecordTest, OtherKeyThanThatOfTheRecordMayMeanAdding)
                   refused("insert into people (id, name, age) values (2, 'Rob', null)",
                           {19, "SQLITE_CONSTRAINT", "UNIQUE constraint failed: people.id"}),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(TableAddOrUpdateRecordTest, AddsWhenTheCountOfIntegerKeyFails)
@@ -584,7 +544,7 @@ TEST_F(TableAddOrUpdateRecordTest, AddsWhenTheCountOfIntegerKeyFails)
                   source.debug2("addOrUpdateRecord", "add record for key=%lld", 4LL),
                   queried("insert into people (id, name, age) values (4, 'Dan', null)"),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(TableAddOrUpdateRecordTest, AddsWhenTheCountOfTextKeyFails)
@@ -595,7 +555,7 @@ TEST_F(TableAddOrUpdateRecordTest, AddsWhenTheCountOfTextKeyFails)
                   source.debug2("addOrUpdateRecord", "add record for key=%s", "A\"7"),
                   queried("insert into parts (id, name) values ('A\"7', 'Pin')"),
               }),
-              recorded());
+              takeEvents());
     EXPECT_EQ("Pin", cell("select name from parts where id = 'A\"7'"));
 }
 
@@ -609,7 +569,7 @@ TEST_F(TableAddOrUpdateRecordTest, MissingConnectionIsReportedByCountAndInsert)
                   source.debug2("addOrUpdateRecord", "add record for key=%lld", 4LL),
                   notConnected(),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(TableAddOrUpdateRecordTest, BranchIsLoggedAboveLevel7)
@@ -621,7 +581,7 @@ TEST_F(TableAddOrUpdateRecordTest, BranchIsLoggedAboveLevel7)
                   source.debug2("addOrUpdateRecord", "add record for key=%lld", 4LL),
                   queried("insert into people (id, name, age) values (4, 'Dan', null)"),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(TableAddOrUpdateRecordTest, NoBranchIsLoggedAtLevel7)
@@ -631,99 +591,7 @@ TEST_F(TableAddOrUpdateRecordTest, NoBranchIsLoggedAtLevel7)
     EXPECT_TRUE(people.addOrUpdateRecord(4, person(4, "Dan")));
     EXPECT_TRUE(parts.addOrUpdateRecord("43", part("43", "Pin")));
     EXPECT_TRUE(people.addOrUpdateRecord("4", person(4, "Dan")));
-    EXPECT_EQ(trace({}), recordedDiagnostics());
-}
-
-// Without a key column
-
-// The reports of the column set and of the operation, in this order.
-std::string noKey(const char* function, const std::string& signature)
-{
-    return together({
-        fieldset.error("getKeyIdName", "Failed to get name of PRIMARY KEY column"),
-        fieldset.asserted("false", "sql::string sql::FieldSet::getKeyIdName() const"),
-        source.error(function, "Failed to get name of PRIMARY KEY column"),
-        source.asserted("false", signature.c_str()),
-    });
-}
-
-template <typename Key> class KeylessTableTest : public PeopleAndPartsTest
-{
-protected:
-    KeylessTableTest() { recorded(); }
-
-    static std::string missed(const char* function, const std::string& returned)
-    {
-        return noKey(function, returned + " sql::Table::" + function + "(" + Key::type + ")");
-    }
-
-    using Test::recorded;
-    using Test::setTraceLevel;
-
-    sql::Table keyless{db, "people", keylessFields};
-};
-TYPED_TEST_SUITE(KeylessTableTest, Kinds, KindNames);
-
-TYPED_TEST(KeylessTableTest, DeleteRunsNothing)
-{
-    EXPECT_FALSE(this->keyless.deleteRecord(TypeParam::of(1)));
-    EXPECT_EQ(trace({this->missed("deleteRecord", "bool")}), this->recorded());
-}
-
-TYPED_TEST(KeylessTableTest, FetchRunsNothing)
-{
-    EXPECT_EQ(nullptr, this->keyless.getRecordByKeyId(TypeParam::of(1)));
-    EXPECT_EQ(trace({this->missed("getRecordByKeyId", "sql::Record*")}), this->recorded());
-}
-
-TYPED_TEST(KeylessTableTest, FetchLeavesTheRowsHeld)
-{
-    EXPECT_TRUE(this->keyless.open());
-    EXPECT_EQ(nullptr, this->keyless.getRecordByKeyId(TypeParam::of(1)));
-    EXPECT_EQ(3, this->keyless.recordCount());
-}
-
-TYPED_TEST(KeylessTableTest, TestRunsNothing)
-{
-    EXPECT_FALSE(this->keyless.hasRecordWithKeyId(TypeParam::of(1)));
-    EXPECT_EQ(trace({this->missed("hasRecordWithKeyId", "bool")}), this->recorded());
-}
-
-TYPED_TEST(KeylessTableTest, AddOrUpdateAdds)
-{
-    sql::Record dan(this->keyless.fields());
-    dan.setString("name", "Dan");
-    EXPECT_TRUE(this->keyless.addOrUpdateRecord(TypeParam::of(1), dan));
-    EXPECT_EQ(trace({
-                  this->missed("hasRecordWithKeyId", "bool"),
-                  TypeParam::added(TypeParam::of(1)),
-                  queried("insert into people (name, age) values ('Dan', null)"),
-              }),
-              this->recorded());
-}
-
-TYPED_TEST(KeylessTableTest, KeyIsMissedBeforeTheConnection)
-{
-    sql::Table named("people");
-    EXPECT_FALSE(named.deleteRecord(TypeParam::of(1)));
-    EXPECT_EQ(trace({this->missed("deleteRecord", "bool")}), this->recorded());
-}
-
-TYPED_TEST(KeylessTableTest, LinesAreWrittenAboveLevel2AndReportsAtEach)
-{
-    this->setTraceLevel(3);
-    EXPECT_FALSE(this->keyless.deleteRecord(TypeParam::of(1)));
-    EXPECT_EQ(trace({this->missed("deleteRecord", "bool")}), this->recorded());
-    this->setTraceLevel(2);
-    EXPECT_FALSE(this->keyless.deleteRecord(TypeParam::of(1)));
-    EXPECT_EQ(
-        trace({
-            fieldset.asserted("false", "sql::string sql::FieldSet::getKeyIdName() const"),
-            source.asserted(
-                "false",
-                (std::string("bool sql::Table::deleteRecord(") + TypeParam::type + ")").c_str()),
-        }),
-        this->recorded());
+    EXPECT_EQ(trace({}), takeDiagnostics());
 }
 
 } // namespace

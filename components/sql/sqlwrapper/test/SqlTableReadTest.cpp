@@ -22,21 +22,21 @@ class TableOpenTest : public PeopleTest
 TEST_F(TableOpenTest, ReadsEveryRow)
 {
     EXPECT_TRUE(people.open());
-    EXPECT_EQ(trace({queried("select * from people", {ada, bob, cid})}), recorded());
+    EXPECT_EQ(trace({queried("select * from people", {ada, bob, cid})}), takeEvents());
     EXPECT_EQ("1 2 3", held());
 }
 
 TEST_F(TableOpenTest, ReadsTheRowsOfCondition)
 {
     EXPECT_TRUE(people.open("age > 30"));
-    EXPECT_EQ(trace({queried("select * from people where age > 30", {ada, cid})}), recorded());
+    EXPECT_EQ(trace({queried("select * from people where age > 30", {ada, cid})}), takeEvents());
     EXPECT_EQ("1 3", held());
 }
 
 TEST_F(TableOpenTest, EmptyConditionCountsAsNone)
 {
     EXPECT_TRUE(people.open(""));
-    EXPECT_EQ(trace({queried("select * from people", {ada, bob, cid})}), recorded());
+    EXPECT_EQ(trace({queried("select * from people", {ada, bob, cid})}), takeEvents());
 }
 
 TEST_F(TableOpenTest, ReadsTheRowsOfConditionInOrder)
@@ -44,26 +44,26 @@ TEST_F(TableOpenTest, ReadsTheRowsOfConditionInOrder)
     EXPECT_TRUE(people.open("age > 30", "name desc"));
     EXPECT_EQ(
         trace({queried("select * from people where age > 30 order by name desc", {cid, ada})}),
-        recorded());
+        takeEvents());
     EXPECT_EQ("3 1", held());
 }
 
 TEST_F(TableOpenTest, OrderNeedsNoCondition)
 {
     EXPECT_TRUE(people.open("", "age"));
-    EXPECT_EQ(trace({queried("select * from people order by age", {bob, ada, cid})}), recorded());
+    EXPECT_EQ(trace({queried("select * from people order by age", {bob, ada, cid})}), takeEvents());
 }
 
 TEST_F(TableOpenTest, ConditionNeedsNoOrder)
 {
     EXPECT_TRUE(people.open("age > 30", ""));
-    EXPECT_EQ(trace({queried("select * from people where age > 30", {ada, cid})}), recorded());
+    EXPECT_EQ(trace({queried("select * from people where age > 30", {ada, cid})}), takeEvents());
 }
 
 TEST_F(TableOpenTest, NeitherConditionNorOrderReadsEveryRow)
 {
     EXPECT_TRUE(people.open("", ""));
-    EXPECT_EQ(trace({queried("select * from people", {ada, bob, cid})}), recorded());
+    EXPECT_EQ(trace({queried("select * from people", {ada, bob, cid})}), takeEvents());
 }
 
 TEST_F(TableOpenTest, BlankConditionIsNotEmpty)
@@ -71,7 +71,7 @@ TEST_F(TableOpenTest, BlankConditionIsNotEmpty)
     EXPECT_FALSE(people.open(" "));
     EXPECT_EQ(
         trace({refused("select * from people where  ", {1, "SQLITE_ERROR", "incomplete input"})}),
-        recorded());
+        takeEvents());
 }
 
 TEST_F(TableOpenTest, ConditionStandsAsItIs)
@@ -80,13 +80,13 @@ TEST_F(TableOpenTest, ConditionStandsAsItIs)
     EXPECT_EQ(trace({
                   queried("select * from people where name like '%d%s' or name = 'Bob'", {bob}),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(TableOpenTest, NoMatchHoldsNothingAndSucceeds)
 {
     EXPECT_TRUE(people.open("id > 9"));
-    EXPECT_EQ(trace({queried("select * from people where id > 9")}), recorded());
+    EXPECT_EQ(trace({queried("select * from people where id > 9")}), takeEvents());
     EXPECT_EQ(0, people.recordCount());
 }
 
@@ -117,7 +117,7 @@ TEST_F(TableOpenTest, FailureAddsNoLineAndDropsTheRowsHeld)
     EXPECT_FALSE(people.open("height > 2"));
     EXPECT_EQ(trace({refused("select * from people where height > 2",
                              {1, "SQLITE_ERROR", "no such column: height"})}),
-              recorded());
+              takeEvents());
     EXPECT_EQ("", held());
 }
 
@@ -125,7 +125,7 @@ TEST_F(TableOpenTest, TableThatIsNotThereFails)
 {
     EXPECT_FALSE(sql::Table(db, "pets", personFields).open());
     EXPECT_EQ(trace({refused("select * from pets", {1, "SQLITE_ERROR", "no such table: pets"})}),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(TableOpenTest, RowsBeforeFailureAreHeld)
@@ -134,14 +134,14 @@ TEST_F(TableOpenTest, RowsBeforeFailureAreHeld)
     EXPECT_FALSE(people.open("id in (1, 9) and abs(age) > 0", "id"));
     EXPECT_EQ(trace({refused("select * from people where id in (1, 9) and abs(age) > 0 order by id",
                              {1, "SQLITE_ERROR", "integer overflow"}, {ada})}),
-              recorded());
+              takeEvents());
     EXPECT_EQ("1", held());
 }
 
 TEST_F(TableOpenTest, MissingConnectionIsReportedByTheStatement)
 {
     EXPECT_FALSE(sql::Table("people").open());
-    EXPECT_EQ(trace({notConnected()}), recorded());
+    EXPECT_EQ(trace({notConnected()}), takeEvents());
 }
 
 TEST_F(TableOpenTest, CellsAreReadByPosition)
@@ -149,7 +149,8 @@ TEST_F(TableOpenTest, CellsAreReadByPosition)
     run("drop table people; create table people (age, id, name, mail);"
         "insert into people values (1, 'two', 3, 'four')");
     EXPECT_TRUE(people.open());
-    EXPECT_EQ(trace({queried("select * from people", {"id = 1|name = two|age = 3"})}), recorded());
+    EXPECT_EQ(trace({queried("select * from people", {"id = 1|name = two|age = 3"})}),
+              takeEvents());
 }
 
 // Any statement
@@ -161,7 +162,7 @@ class TableQueryTest : public PeopleTest
 TEST_F(TableQueryTest, RunsTheStatementAndHoldsItsRows)
 {
     EXPECT_TRUE(people.query("select 7, 'Eve', 8"));
-    EXPECT_EQ(trace({queried("select 7, 'Eve', 8", {"id = 7|name = Eve|age = 8"})}), recorded());
+    EXPECT_EQ(trace({queried("select 7, 'Eve', 8", {"id = 7|name = Eve|age = 8"})}), takeEvents());
     EXPECT_EQ("7", held());
 }
 
@@ -177,14 +178,14 @@ TEST_F(TableQueryTest, FailureAddsNoLineAndDropsTheRowsHeld)
     hold();
     EXPECT_FALSE(people.query("select %s"));
     EXPECT_EQ(trace({refused("select %s", {1, "SQLITE_ERROR", "near \"%\": syntax error"})}),
-              recorded());
+              takeEvents());
     EXPECT_EQ("", held());
 }
 
 TEST_F(TableQueryTest, MissingConnectionIsReportedByTheStatement)
 {
     EXPECT_FALSE(sql::Table("people").query("select 1"));
-    EXPECT_EQ(trace({notConnected()}), recorded());
+    EXPECT_EQ(trace({notConnected()}), takeEvents());
 }
 
 // The rows held
@@ -198,7 +199,7 @@ protected:
 TEST_F(TableHeldRowsTest, AreCountedWithoutTheOthersOfTheTable)
 {
     EXPECT_EQ(2, people.recordCount());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(TableHeldRowsTest, AreFoundByPosition)
@@ -212,18 +213,18 @@ TEST_F(TableHeldRowsTest, AreOfTheColumnsOfTheTable)
     EXPECT_EQ(&people.fields(), people.getRecord(0)->fields());
 }
 
-TEST_F(TableHeldRowsTest, PositionBehindTheLastGivesNullSilently)
+TEST_F(TableHeldRowsTest, PositionAfterTheLastGivesNullSilently)
 {
     EXPECT_EQ(nullptr, people.getRecord(2));
     EXPECT_EQ(nullptr, people.getRecord(INT_MAX));
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(TableHeldRowsTest, NegativePositionGivesNullSilently)
 {
     EXPECT_EQ(nullptr, people.getRecord(-1));
     EXPECT_EQ(nullptr, people.getRecord(INT_MIN));
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(TableHeldRowsTest, TopRecordIsTheFirst)
@@ -234,7 +235,7 @@ TEST_F(TableHeldRowsTest, TopRecordIsTheFirst)
 TEST_F(TableHeldRowsTest, ThereIsNoTopRecordBeforeTheFirstRead)
 {
     EXPECT_EQ(nullptr, sql::Table(db, "people", personFields).getTopRecord());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(TableHeldRowsTest, TopRecordIsTheFirstEvenAfterFailure)

@@ -109,7 +109,7 @@ TEST_F(TableAddRecordTest, RunsTheInsertOfTheRecord)
 {
     EXPECT_TRUE(people.addRecord(person(4, "Dan")));
     EXPECT_EQ(trace({queried("insert into people (id, name, age) values (4, 'Dan', null)")}),
-              recorded());
+              takeEvents());
     EXPECT_EQ("Dan", nameOf("4"));
 }
 
@@ -117,7 +117,7 @@ TEST_F(TableAddRecordTest, QuotesTextKey)
 {
     EXPECT_TRUE(parts.addRecord(part("A'18\"", "100%s")));
     EXPECT_EQ(trace({queried("insert into parts (id, name) values ('A''18\"', '100%s')")}),
-              recorded());
+              takeEvents());
     EXPECT_EQ("100%s", cell("select name from parts where id = 'A''18\"'"));
 }
 
@@ -126,7 +126,7 @@ TEST_F(TableAddRecordTest, KeyThatIsThereIsRefused)
     EXPECT_FALSE(people.addRecord(person(1, "Eve")));
     EXPECT_EQ(trace({refused("insert into people (id, name, age) values (1, 'Eve', null)",
                              {19, "SQLITE_CONSTRAINT", "UNIQUE constraint failed: people.id"})}),
-              recorded());
+              takeEvents());
     EXPECT_EQ("Ada", nameOf("1"));
 }
 
@@ -143,22 +143,23 @@ TEST_F(TableAddRecordTest, NeedsNoKeyColumn)
     sql::Table keyless(db, "people", keylessFields);
     sql::Record dan(keyless.fields());
     dan.setString("name", "Dan");
-    recorded();
+    forgetEvents();
     EXPECT_TRUE(keyless.addRecord(dan));
-    EXPECT_EQ(trace({queried("insert into people (name, age) values ('Dan', null)")}), recorded());
+    EXPECT_EQ(trace({queried("insert into people (name, age) values ('Dan', null)")}),
+              takeEvents());
 }
 
 TEST_F(TableAddRecordTest, RecordBringsItsOwnColumns)
 {
     EXPECT_TRUE(people.addRecord(part("9", "Nut")));
-    EXPECT_EQ(trace({queried("insert into people (id, name) values ('9', 'Nut')")}), recorded());
+    EXPECT_EQ(trace({queried("insert into people (id, name) values ('9', 'Nut')")}), takeEvents());
 }
 
 TEST_F(TableAddRecordTest, TableThatIsNotThereFails)
 {
     EXPECT_FALSE(pets.addRecord(person(4, "Dan")));
     EXPECT_EQ(trace({refused("insert into pets (id, name, age) values (4, 'Dan', null)", noPets)}),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(TableAddRecordTest, RecordWithoutColumnsRunsNothing)
@@ -171,7 +172,7 @@ TEST_F(TableAddRecordTest, RecordWithoutColumnsRunsNothing)
                   source.error("addRecord", "Failed to build SQL INSERT statement for table '%s'",
                                "people"),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(TableAddRecordTest, RecordOfUnnumberedColumnsRunsNothing)
@@ -188,7 +189,7 @@ TEST_F(TableAddRecordTest, RecordOfUnnumberedColumnsRunsNothing)
                   source.error("addRecord", "Failed to build SQL INSERT statement for table '%s'",
                                "people"),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(TableAddRecordTest, TableWithoutNameRunsNothing)
@@ -201,7 +202,7 @@ TEST_F(TableAddRecordTest, TableWithoutNameRunsNothing)
             record.asserted("false", insertSignature),
             source.error("addRecord", "Failed to build SQL INSERT statement for table '%s'", ""),
         }),
-        recorded());
+        takeEvents());
 }
 
 TEST_F(TableAddRecordTest, RecordThatCannotBeRenderedIsNotLoggedAtLevel2)
@@ -209,7 +210,7 @@ TEST_F(TableAddRecordTest, RecordThatCannotBeRenderedIsNotLoggedAtLevel2)
     setTraceLevel(2);
     const sql::FieldSet none(noFields);
     EXPECT_FALSE(people.addRecord(sql::Record(none)));
-    EXPECT_EQ(trace({record.asserted("false", insertSignature)}), recorded());
+    EXPECT_EQ(trace({record.asserted("false", insertSignature)}), takeEvents());
 }
 
 TEST_F(TableAddRecordTest, RecordThatCannotBeRenderedIsLoggedAboveLevel2)
@@ -223,14 +224,14 @@ TEST_F(TableAddRecordTest, RecordThatCannotBeRenderedIsLoggedAboveLevel2)
                   source.error("addRecord", "Failed to build SQL INSERT statement for table '%s'",
                                "people"),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(TableAddRecordTest, MissingConnectionIsReportedByTheStatement)
 {
     sql::Table unconnected(nullptr, "people", personFields);
     EXPECT_FALSE(unconnected.addRecord(person(4, "Dan")));
-    EXPECT_EQ(trace({notConnected()}), recorded());
+    EXPECT_EQ(trace({notConnected()}), takeEvents());
 }
 
 TEST_F(TableRecordHeldRowsTest, AddLeavesThem)
@@ -261,7 +262,8 @@ class TableUpdateRecordTest : public PeopleAndPartsTest
 TEST_F(TableUpdateRecordTest, RunsTheUpdateOfTheRecord)
 {
     EXPECT_TRUE(people.updateRecord(person(2, "Rob")));
-    EXPECT_EQ(trace({queried("update people set name='Rob', age=null where id = 2")}), recorded());
+    EXPECT_EQ(trace({queried("update people set name='Rob', age=null where id = 2")}),
+              takeEvents());
     EXPECT_EQ("Rob", nameOf("2"));
     EXPECT_EQ("Ada", nameOf("1"));
 }
@@ -288,7 +290,7 @@ TEST_F(TableUpdateRecordTest, TextKeyIsReportedAndWrittenUnquoted)
                   refused("update parts set name='Screw' where id = A17",
                           {1, "SQLITE_ERROR", "no such column: A17"}),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(TableUpdateRecordTest, TextKeyOfDigitsIsReportedAndFound)
@@ -298,7 +300,7 @@ TEST_F(TableUpdateRecordTest, TextKeyOfDigitsIsReportedAndFound)
                   record.asserted("value->getType() == type_int", updateSignature),
                   queried("update parts set name='Screw' where id = 42"),
               }),
-              recorded());
+              takeEvents());
     EXPECT_EQ("Screw", cell("select name from parts where id = '42'"));
 }
 
@@ -313,13 +315,13 @@ TEST_F(TableUpdateRecordTest, KeyAsLastColumnLeavesCommaThatSqliteRefuses)
     EXPECT_FALSE(swapped.updateRecord(person(swapped, 2, "Rob")));
     EXPECT_EQ(trace({refused("update people set name='Rob',  where id = 2",
                              {1, "SQLITE_ERROR", "near \"where\": syntax error"})}),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(TableUpdateRecordTest, MissingKeyColumnRunsNothing)
 {
     sql::Table keyless(db, "people", keylessFields);
-    recorded();
+    forgetEvents();
     EXPECT_FALSE(keyless.updateRecord(sql::Record(keyless.fields())));
     EXPECT_EQ(trace({
                   fieldset.error("getKeyIdName", "Failed to get name of PRIMARY KEY column"),
@@ -330,7 +332,7 @@ TEST_F(TableUpdateRecordTest, MissingKeyColumnRunsNothing)
                   source.error("updateRecord",
                                "Failed to build SQL UPDATE statement for table '%s'", "people"),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(TableUpdateRecordTest, TableWithoutNameRunsNothing)
@@ -343,7 +345,7 @@ TEST_F(TableUpdateRecordTest, TableWithoutNameRunsNothing)
             record.asserted("false", updateSignature),
             source.error("updateRecord", "Failed to build SQL UPDATE statement for table '%s'", ""),
         }),
-        recorded());
+        takeEvents());
 }
 
 TEST_F(TableUpdateRecordTest, RecordThatCannotBeRenderedIsNotLoggedAtLevel2)
@@ -351,21 +353,21 @@ TEST_F(TableUpdateRecordTest, RecordThatCannotBeRenderedIsNotLoggedAtLevel2)
     setTraceLevel(2);
     sql::Table nameless(db, "", personFields);
     EXPECT_FALSE(nameless.updateRecord(person(2, "Rob")));
-    EXPECT_EQ(trace({record.asserted("false", updateSignature)}), recorded());
+    EXPECT_EQ(trace({record.asserted("false", updateSignature)}), takeEvents());
 }
 
 TEST_F(TableUpdateRecordTest, RefusedStatementFails)
 {
     EXPECT_FALSE(pets.updateRecord(person(2, "Rob")));
     EXPECT_EQ(trace({refused("update pets set name='Rob', age=null where id = 2", noPets)}),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(TableUpdateRecordTest, MissingConnectionIsReportedByTheStatement)
 {
     sql::Table unconnected(nullptr, "people", personFields);
     EXPECT_FALSE(unconnected.updateRecord(person(2, "Rob")));
-    EXPECT_EQ(trace({notConnected()}), recorded());
+    EXPECT_EQ(trace({notConnected()}), takeEvents());
 }
 
 TEST_F(TableRecordHeldRowsTest, UpdateLeavesThem)
@@ -391,14 +393,14 @@ class TableDeleteRecordsTest : public PeopleAndPartsTest
 TEST_F(TableDeleteRecordsTest, DeletesTheRowsOfCondition)
 {
     EXPECT_TRUE(people.deleteRecords("age > 30"));
-    EXPECT_EQ(trace({queried("delete from people where age > 30")}), recorded());
+    EXPECT_EQ(trace({queried("delete from people where age > 30")}), takeEvents());
     EXPECT_EQ("Bob", cell("select name from people"));
 }
 
 TEST_F(TableDeleteRecordsTest, EmptyConditionDeletesEveryRow)
 {
     EXPECT_TRUE(people.deleteRecords(""));
-    EXPECT_EQ(trace({queried("delete from people")}), recorded());
+    EXPECT_EQ(trace({queried("delete from people")}), takeEvents());
     EXPECT_EQ("0", cell("select count(*) from people"));
 }
 
@@ -406,7 +408,7 @@ TEST_F(TableDeleteRecordsTest, ConditionStandsAsItIs)
 {
     EXPECT_TRUE(people.deleteRecords("name like '%d%s' or name = 'Bob'"));
     EXPECT_EQ(trace({queried("delete from people where name like '%d%s' or name = 'Bob'")}),
-              recorded());
+              takeEvents());
     EXPECT_EQ("2", cell("select count(*) from people"));
 }
 
@@ -415,7 +417,7 @@ TEST_F(TableDeleteRecordsTest, RowsThatTheConditionReturnsAreLaidOutByTheTable)
     EXPECT_TRUE(people.deleteRecords("id < 3 returning id, name"));
     EXPECT_EQ(trace({queried("delete from people where id < 3 returning id, name",
                              {"id = 1|name = Ada|age = null", "id = 2|name = Bob|age = null"})}),
-              recorded());
+              takeEvents());
     EXPECT_EQ(0, people.recordCount());
 }
 
@@ -424,7 +426,7 @@ TEST_F(TableDeleteRecordsTest, ConditionOfAnyLengthStandsWhole)
     for (int length = 1; length <= 1000; ++length) {
         const std::string condition = "id = " + std::string(static_cast<size_t>(length), '9');
         EXPECT_TRUE(people.deleteRecords(condition));
-        EXPECT_EQ(trace({queried("delete from people where " + condition)}), recorded());
+        EXPECT_EQ(trace({queried("delete from people where " + condition)}), takeEvents());
     }
 }
 
@@ -437,9 +439,9 @@ TEST_F(TableDeleteRecordsTest, SucceedsWithoutMatch)
 TEST_F(TableDeleteRecordsTest, NeedsNoKeyColumn)
 {
     sql::Table keyless(db, "people", keylessFields);
-    recorded();
+    forgetEvents();
     EXPECT_TRUE(keyless.deleteRecords("id = 1"));
-    EXPECT_EQ(trace({queried("delete from people where id = 1")}), recorded());
+    EXPECT_EQ(trace({queried("delete from people where id = 1")}), takeEvents());
 }
 
 TEST_F(TableDeleteRecordsTest, RefusedConditionFails)
@@ -447,13 +449,13 @@ TEST_F(TableDeleteRecordsTest, RefusedConditionFails)
     EXPECT_FALSE(people.deleteRecords("height > 2"));
     EXPECT_EQ(trace({refused("delete from people where height > 2",
                              {1, "SQLITE_ERROR", "no such column: height"})}),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(TableDeleteRecordsTest, MissingConnectionIsReportedByTheStatement)
 {
     EXPECT_FALSE(sql::Table("people").deleteRecords(""));
-    EXPECT_EQ(trace({notConnected()}), recorded());
+    EXPECT_EQ(trace({notConnected()}), takeEvents());
 }
 
 TEST_F(TableRecordHeldRowsTest, DeleteByConditionLeavesThem)
@@ -484,7 +486,7 @@ TEST_F(TableNameTest, PercentSignsStandInStatementsAsTheyAre)
                   queried("insert into \"100%s\" (id, name, age) values (1, 'Ada', null)"),
                   queried("delete from \"100%s\" where id = 1"),
               }),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(TableNameTest, PercentSignsStandInErrorsAsTheyAre)
@@ -498,7 +500,7 @@ TEST_F(TableNameTest, PercentSignsStandInErrorsAsTheyAre)
                   source.error("addRecord", "Failed to build SQL INSERT statement for table '%s'",
                                "100%s"),
               }),
-              recorded());
+              takeEvents());
 }
 
 } // namespace

@@ -67,27 +67,27 @@ TEST_F(TimeTest, LogsTheGivenTimeWithTheNewlineOfItsText)
     sql::Time time(86400);
     EXPECT_EQ(trace({common.debug3("Time", "Time ctor: time = %ld = '%s'", 86400L,
                                    "Fri Jan  2 00:00:00 1970\n")}),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(TimeTest, LogsATimeBeforeTheEpoch)
 {
     sql::Time time(-1);
-    EXPECT_EQ(trace({made(-1, "Wed Dec 31 23:59:59 1969\n")}), recorded());
+    EXPECT_EQ(trace({made(-1, "Wed Dec 31 23:59:59 1969\n")}), takeEvents());
 }
 
 TEST_F(TimeTest, LogsLocalTime)
 {
     const TimeZone cet("CET-1");
     sql::Time time(0);
-    EXPECT_EQ(trace({made(0, "Thu Jan  1 01:00:00 1970\n")}), recorded());
+    EXPECT_EQ(trace({made(0, "Thu Jan  1 01:00:00 1970\n")}), takeEvents());
 }
 
 TEST_F(TimeTest, LogsNoGivenTimeAtLevel8)
 {
     setTraceLevel(8);
     sql::Time time(0);
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(TimeTest, CutsTheGivenSecondsToTimeT)
@@ -104,7 +104,7 @@ TEST_F(TimeTest, LogsATimeThatHasNoText)
     sql::Time time(LLONG_MAX);
     EXPECT_EQ(trace({sizeof(time_t) == 4 ? made(-1, "Wed Dec 31 23:59:59 1969\n")
                                          : made(LLONG_MAX, "(null)")}),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(TimeTest, IsTheCurrentTimeWithoutAnArgument)
@@ -119,14 +119,14 @@ TEST_F(TimeTest, IsTheCurrentTimeWithoutAnArgument)
 TEST_F(TimeTest, LogsTheCurrentTime)
 {
     const sql::Time time;
-    EXPECT_EQ(trace({made(time)}), recorded());
+    EXPECT_EQ(trace({made(time)}), takeEvents());
 }
 
 TEST_F(TimeTest, LogsNoCurrentTimeAtLevel8)
 {
     setTraceLevel(8);
     const sql::Time time;
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(TimeTest, IsMinus1WithoutLogLineWhenTheClockFails)
@@ -134,14 +134,14 @@ TEST_F(TimeTest, IsMinus1WithoutLogLineWhenTheClockFails)
     faults.clockFails = true;
     const sql::Time time;
     EXPECT_EQ(-1, time.asInteger());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(TimeTest, LogsAGivenTimeThoughTheClockFails)
 {
     faults.clockFails = true;
     const sql::Time time(-1);
-    EXPECT_EQ(trace({made(-1, "Wed Dec 31 23:59:59 1969\n")}), recorded());
+    EXPECT_EQ(trace({made(-1, "Wed Dec 31 23:59:59 1969\n")}), takeEvents());
 }
 
 TEST_F(TimeTest, NowIsTheCurrentTime)
@@ -156,33 +156,33 @@ TEST_F(TimeTest, NowIsTheCurrentTime)
 TEST_F(TimeTest, NowIsLoggedOnce)
 {
     const sql::Time time = sql::Time::now();
-    EXPECT_EQ(trace({made(time)}), recorded());
+    EXPECT_EQ(trace({made(time)}), takeEvents());
 }
 
 TEST_F(TimeTest, NowIsMinus1WithoutLogLineWhenTheClockFails)
 {
     faults.clockFails = true;
     EXPECT_EQ(-1, sql::Time::now().asInteger());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(TimeTest, IsCopiedWithoutLogLine)
 {
     const sql::Time time(5);
-    recorded();
+    forgetEvents();
     const sql::Time copy(time);
     EXPECT_EQ(5, copy.getTime());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(TimeTest, IsAssignedWithoutLogLine)
 {
     const sql::Time time(5);
     sql::Time assigned(6);
-    recorded();
+    forgetEvents();
     assigned = time;
     EXPECT_EQ(5, assigned.getTime());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(TimeTest, StaysTheSameWhenAssignedToItself)
@@ -234,7 +234,7 @@ TEST_F(TimeTest, IsReadComparedAndShiftedWithoutLogLine)
 {
     sql::Time time(10);
     sql::Time other(4);
-    recorded();
+    forgetEvents();
     EXPECT_TRUE(time == other);
     time.diff(other);
     time.asInteger();
@@ -244,7 +244,7 @@ TEST_F(TimeTest, IsReadComparedAndShiftedWithoutLogLine)
     time.addHours(1);
     time.addDays(1);
     time.asString();
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 // Shifting
@@ -488,7 +488,7 @@ TEST_F(TimeTest, FormatsByAnyPattern)
 TEST_F(TimeTest, FormatsNothingByAnEmptyPattern)
 {
     EXPECT_EQ("", sql::Time(0).format(""));
-    EXPECT_EQ(trace({made(0, "Thu Jan  1 00:00:00 1970\n")}), recorded());
+    EXPECT_EQ(trace({made(0, "Thu Jan  1 00:00:00 1970\n")}), takeEvents());
 }
 
 TEST_F(TimeTest, FormatsBytesPast127AsTheyAre)
@@ -511,9 +511,9 @@ TEST_F(TimeTest, GivesTheEmptyTextForMoreThan127Bytes)
 TEST_F(TimeTest, LogsNothingForMoreThan127Bytes)
 {
     const sql::Time time(0);
-    recorded();
+    forgetEvents();
     EXPECT_EQ("", time.format(std::string(1000, 'x').c_str()));
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 // More than the text, and any count.
@@ -551,21 +551,21 @@ TEST_F(TimeTest, GivesTheEmptyTextWhenNoNulEndsTheBuffer)
 TEST_F(TimeTest, GivesTheEmptyTextAfterAnErrorLineWhenLocalTimeFails)
 {
     const sql::Time time(0);
-    recorded();
+    forgetEvents();
     faults.localTimeFails = true;
     EXPECT_EQ("", time.format("%Y"));
-    EXPECT_EQ(trace({conversionFailed}), recorded());
+    EXPECT_EQ(trace({conversionFailed}), takeEvents());
 }
 
 TEST_F(TimeTest, EveryTextFailsAsItsFormatWhenLocalTimeFails)
 {
     const sql::Time time(0);
-    recorded();
+    forgetEvents();
     faults.localTimeFails = true;
     EXPECT_EQ("", time.asString());
     EXPECT_EQ("", time.asTimeString());
     EXPECT_EQ("", time.asDateString());
-    EXPECT_EQ(trace({conversionFailed, conversionFailed, conversionFailed}), recorded());
+    EXPECT_EQ(trace({conversionFailed, conversionFailed, conversionFailed}), takeEvents());
 }
 
 TEST_F(TimeTest, GivesTheEmptyTextInSilenceAtLevel2WhenLocalTimeFails)
@@ -573,16 +573,16 @@ TEST_F(TimeTest, GivesTheEmptyTextInSilenceAtLevel2WhenLocalTimeFails)
     setTraceLevel(2);
     faults.localTimeFails = true;
     EXPECT_EQ("", sql::Time(0).asString());
-    EXPECT_EQ(trace({}), recorded());
+    EXPECT_EQ(trace({}), takeEvents());
 }
 
 TEST_F(TimeTest, HasNoTextForAYearThatExceedsAnInt)
 {
     const sql::Time time(LLONG_MAX);
-    recorded();
+    forgetEvents();
     const bool narrow = sizeof(time_t) == 4; // where it is the second before the epoch
     EXPECT_EQ(narrow ? "31-12-1969 23:59:59, Wed" : "", time.asString());
-    EXPECT_EQ(narrow ? trace({}) : trace({conversionFailed}), recorded());
+    EXPECT_EQ(narrow ? trace({}) : trace({conversionFailed}), takeEvents());
 }
 
 } // namespace

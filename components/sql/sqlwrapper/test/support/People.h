@@ -59,7 +59,7 @@ protected:
     {
         EXPECT_TRUE(people.open("id < 3"));
         EXPECT_EQ("1 2", held());
-        recorded();
+        forgetEvents();
     }
 
     sql::Table people{db, "people", personFields};

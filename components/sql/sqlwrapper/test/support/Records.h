@@ -80,6 +80,15 @@ inline std::string timeMade(std::time_t seconds)
                               std::ctime(&seconds))});
 }
 
+/// A test with a record of three columns.
+class RecordTest : public Test
+{
+protected:
+    const sql::FieldSet item = columns({id, name, price});
+    sql::Record bob = filled(item, {"7", "Bob", "2.5"});
+    const sql::Record& readOnlyBob = bob;
+};
+
 } // namespace sqltest
 
 #endif

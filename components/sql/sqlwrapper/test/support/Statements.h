@@ -13,7 +13,7 @@
 namespace sqltest
 {
 
-/// Events that stand in a trace as one.
+/// Events that are one in a trace.
 inline std::string together(const std::vector<std::string>& events)
 {
     std::string text = trace(events);

@@ -413,14 +413,19 @@ void Test::dropTraceLevel()
     platform::dropTraceLevel();
 }
 
-std::string Test::recorded()
+void Test::forgetEvents()
+{
+    events.clear();
+}
+
+std::string Test::takeEvents()
 {
     std::vector<std::string> taken;
     taken.swap(events);
     return trace(taken);
 }
 
-std::string Test::recordedDiagnostics()
+std::string Test::takeDiagnostics()
 {
     std::vector<std::string> kept;
     for (const std::string& event : events)

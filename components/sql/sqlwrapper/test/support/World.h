@@ -17,7 +17,7 @@ struct sqlite3;
 namespace sqltest
 {
 
-/// One event a line. Compared as one text, so that a failure prints the difference.
+/// One event per line. Compared as one text, so that a failure prints the difference.
 std::string trace(const std::vector<std::string>& events);
 
 /// A call of an SQLite function, and what it was given: `sqlite("exec", "COMMIT TRANSACTION")`.
@@ -76,12 +76,12 @@ private:
 /// What goes wrong in the world until the end of the test.
 struct Faults
 {
-    bool openGivesNoHandle = false; ///< sqlite3_open_v2 answers 0 with a null handle
-    int busyTimeoutResult = 0;      ///< what sqlite3_busy_timeout answers
+    bool openGivesNoHandle = false; ///< sqlite3_open_v2 returns 0 with a null handle
+    int busyTimeoutResult = 0;      ///< what sqlite3_busy_timeout returns
     bool noErrorText = false;       ///< sqlite3_exec hands back no error text
-    int execResult = 0;             ///< what sqlite3_exec answers once all rows have come
-    bool clockFails = false;        ///< time answers -1
-    bool localTimeFails = false;    ///< localtime_r answers null
+    int execResult = 0;             ///< what sqlite3_exec returns once all rows have come
+    bool clockFails = false;        ///< time returns -1
+    bool localTimeFails = false;    ///< localtime_r returns null
     /// Takes the place of strftime: fills the buffer and returns the count.
     std::size_t (*strftime)(char* text, std::size_t size) = nullptr;
     int allocationsLeft = -1;        ///< operator new throws once after as many; -1 for never
@@ -96,10 +96,12 @@ protected:
     Test();
     ~Test() override;
 
-    /// The events since the last call, one a line.
-    std::string recorded();
+    /// The events since the last call, one per line.
+    std::string takeEvents();
     /// The same without SQLite's calls.
-    std::string recordedDiagnostics();
+    std::string takeDiagnostics();
+    /// Drops the events so far.
+    void forgetEvents();
 
     /// Sets the platform's trace level.
     void setTraceLevel(int level);

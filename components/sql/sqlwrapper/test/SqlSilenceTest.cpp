@@ -1,5 +1,5 @@
 // Below the level of errors no line is written, and yet every assertion is reported and every
-// failure answered.
+// failure returned.
 
 #include <gtest/gtest.h>
 
@@ -34,32 +34,32 @@ protected:
 TEST_F(BelowErrorsTest, StatementFailsWithoutALine)
 {
     EXPECT_FALSE(sql::runOneStepSqlStmt(db, "select 1"));
-    EXPECT_EQ(trace({}), recordedDiagnostics());
+    EXPECT_EQ(trace({}), takeDiagnostics());
 }
 
 TEST_F(BelowErrorsTest, QueryWithoutARowFailsWithoutALine)
 {
     EXPECT_EQ(-1, sql::queryNumber(db, "select 1 where 0"));
-    EXPECT_EQ(trace({}), recordedDiagnostics());
+    EXPECT_EQ(trace({}), takeDiagnostics());
 }
 
 TEST_F(BelowErrorsTest, QueryOfTwoColumnsFailsWithoutALine)
 {
     EXPECT_EQ(-1, sql::queryNumber(db, "select 1, 2"));
-    EXPECT_EQ(trace({}), recordedDiagnostics());
+    EXPECT_EQ(trace({}), takeDiagnostics());
 }
 
 TEST_F(BelowErrorsTest, NegativeNumberFailsWithoutALine)
 {
     EXPECT_EQ(-1, sql::queryNumber(db, "select -5"));
-    EXPECT_EQ(trace({}), recordedDiagnostics());
+    EXPECT_EQ(trace({}), takeDiagnostics());
 }
 
 TEST_F(BelowErrorsTest, QueryWithoutErrorTextFailsWithoutALine)
 {
     faults.noErrorText = true;
     EXPECT_FALSE(sql::RecordSet(db).query("select"));
-    EXPECT_EQ(trace({}), recordedDiagnostics());
+    EXPECT_EQ(trace({}), takeDiagnostics());
 }
 
 TEST_F(BelowErrorsTest, MissingColumnByNameIsReported)
@@ -68,7 +68,7 @@ TEST_F(BelowErrorsTest, MissingColumnByNameIsReported)
     EXPECT_EQ(nullptr, record.getValue("nosuch"));
     EXPECT_EQ(trace({inRecord.asserted("false", "const sql::Value* sql::Record::getValue("
                                                 "const string&) const")}),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(BelowErrorsTest, MissingKeyColumnIsReported)
@@ -77,7 +77,7 @@ TEST_F(BelowErrorsTest, MissingKeyColumnIsReported)
     EXPECT_EQ(nullptr, record.getKeyIdValue());
     EXPECT_EQ(
         trace({inRecord.asserted("false", "const sql::Value* sql::Record::getKeyIdValue() const")}),
-        recorded());
+        takeEvents());
 }
 
 TEST_F(BelowErrorsTest, MissingFieldIsReported)
@@ -86,7 +86,7 @@ TEST_F(BelowErrorsTest, MissingFieldIsReported)
     EXPECT_EQ(nullptr, record.fieldByName("nosuch"));
     EXPECT_EQ(trace({inRecord.asserted("false", "const sql::Field* sql::Record::fieldByName("
                                                 "const string&) const")}),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(BelowErrorsTest, CellOutOfRangeIsReported)
@@ -95,7 +95,7 @@ TEST_F(BelowErrorsTest, CellOutOfRangeIsReported)
     EXPECT_FALSE(record.initColumnValue(1, "a", sql::type_text));
     EXPECT_EQ(trace({inRecord.asserted("false", "bool sql::Record::initColumnValue(int, const "
                                                 "char*, sql::field_type)")}),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(BelowErrorsTest, InsertOfValuesThatAreNotFoundIsReported)
@@ -106,7 +106,7 @@ TEST_F(BelowErrorsTest, InsertOfValuesThatAreNotFoundIsReported)
         trace({getValueReport, inRecord.asserted("false", "sql::string sql::Record::toSql() const"),
                inRecord.asserted("false", "sql::string sql::Record::toSqlInsert(const "
                                           "string&) const")}),
-        recorded());
+        takeEvents());
 }
 
 TEST_F(BelowErrorsTest, UpdateOfAValueThatIsNotFoundIsReported)
@@ -116,7 +116,7 @@ TEST_F(BelowErrorsTest, UpdateOfAValueThatIsNotFoundIsReported)
     EXPECT_EQ(trace({getValueReport, inRecord.asserted("false", "sql::string sql::Record::"
                                                                 "toSqlUpdate(const string&) "
                                                                 "const")}),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(BelowErrorsTest, UpdateByAKeyThatIsNotFoundIsReported)
@@ -128,7 +128,7 @@ TEST_F(BelowErrorsTest, UpdateByAKeyThatIsNotFoundIsReported)
     EXPECT_EQ(trace({getValueReport, inRecord.asserted("false", "sql::string sql::Record::"
                                                                 "toSqlUpdate(const string&) "
                                                                 "const")}),
-              recorded());
+              takeEvents());
 }
 
 TEST_F(BelowErrorsTest, FetchWithoutAKeyColumnIsReported)
@@ -139,7 +139,7 @@ TEST_F(BelowErrorsTest, FetchWithoutAKeyColumnIsReported)
         trace({inFieldSet.asserted("false", "sql::string sql::FieldSet::getKeyIdName() const"),
                inTable.asserted("false", "sql::Record* sql::Table::getRecordByKeyId("
                                          "sql::integer)")}),
-        recorded());
+        takeEvents());
 }
 
 TEST_F(BelowErrorsTest, TestWithoutAKeyColumnIsReported)
@@ -149,7 +149,7 @@ TEST_F(BelowErrorsTest, TestWithoutAKeyColumnIsReported)
     EXPECT_EQ(
         trace({inFieldSet.asserted("false", "sql::string sql::FieldSet::getKeyIdName() const"),
                inTable.asserted("false", "bool sql::Table::hasRecordWithKeyId(sql::string)")}),
-        recorded());
+        takeEvents());
 }
 
 } // namespace
