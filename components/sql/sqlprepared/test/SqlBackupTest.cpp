@@ -49,7 +49,7 @@ TEST_F(BackupTest, CopiesAtOnce)
     EXPECT_FALSE(backup.isBusy());
     EXPECT_EQ("none", words(backup.error()));
     EXPECT_EQ("1000", rows(copy));
-    EXPECT_EQ("", recordedDiagnostics());
+    EXPECT_EQ("", takeDiagnostics());
 }
 
 TEST_F(BackupTest, CopiesPageByPage)
@@ -80,7 +80,7 @@ TEST_F(BackupTest, SourceThatCouldNotBeOpenedIsMisuse)
     }
     sql::Backup backup(copy.db, unopened);
     const Refusal refusal = {SQLITE_MISUSE, "SQLITE_MISUSE", "the source is not open"};
-    EXPECT_EQ(trace({refusedToCopy(refusal)}), recordedDiagnostics());
+    EXPECT_EQ(trace({refusedToCopy(refusal)}), takeDiagnostics());
     EXPECT_EQ("21: the source is not open", words(backup.error()));
     EXPECT_FALSE(backup.step(-1));
     EXPECT_FALSE(backup.isDone());
@@ -148,7 +148,7 @@ TEST_F(BackupTest, LockOfTheSourceIsToBeWaitedFor)
     EXPECT_FALSE(backup.step(-1));
     EXPECT_FALSE(backup.isBusy());
     EXPECT_TRUE(backup.isDone());
-    EXPECT_EQ("", recordedDiagnostics());
+    EXPECT_EQ("", takeDiagnostics());
 }
 
 TEST_F(BackupTest, LockOfTheDestinationIsToBeWaitedFor)
@@ -176,11 +176,11 @@ TEST_F(BackupTest, FailsOnceAndForAll)
     EXPECT_FALSE(backup.isDone());
     EXPECT_FALSE(backup.isBusy());
     EXPECT_EQ(trace({refusedToCopy({13, "SQLITE_FULL", "database or disk is full"})}),
-              recordedDiagnostics());
+              takeDiagnostics());
     copy.run("pragma max_page_count = 2000");
     EXPECT_FALSE(backup.step(-1));
     EXPECT_EQ("13: database or disk is full", words(backup.error()));
-    EXPECT_EQ("", recordedDiagnostics());
+    EXPECT_EQ("", takeDiagnostics());
 }
 
 TEST_F(BackupTest, OneConnectionCannotBeBoth)
@@ -189,7 +189,7 @@ TEST_F(BackupTest, OneConnectionCannotBeBoth)
     EXPECT_EQ("1: source and destination must be distinct", words(backup.error()));
     EXPECT_EQ(
         trace({refusedToCopy({1, "SQLITE_ERROR", "source and destination must be distinct"})}),
-        recordedDiagnostics());
+        takeDiagnostics());
     EXPECT_FALSE(backup.step(-1));
     EXPECT_FALSE(backup.isDone());
 }
@@ -199,17 +199,17 @@ TEST_F(BackupTest, NullConnectionIsReportedOnce)
     const char* const signature = "sql::Backup::Backup(sqlite3*, sqlite3*)";
     sql::Backup nowhere(nullptr, mine.db);
     EXPECT_EQ("21: no connection", words(nowhere.error()));
-    EXPECT_EQ(trace({source.asserted("destination", signature)}), recordedDiagnostics());
+    EXPECT_EQ(trace({source.asserted("destination", signature)}), takeDiagnostics());
     sql::Backup nothing(copy.db, nullptr);
     EXPECT_EQ("21: no connection", words(nothing.error()));
-    EXPECT_EQ(trace({source.asserted("source", signature)}), recordedDiagnostics());
+    EXPECT_EQ(trace({source.asserted("source", signature)}), takeDiagnostics());
 
     EXPECT_FALSE(nothing.step(1));
     EXPECT_FALSE(nothing.isDone());
     EXPECT_FALSE(nothing.isBusy());
     EXPECT_EQ(0, nothing.remaining());
     EXPECT_EQ(0, nothing.pageCount());
-    EXPECT_EQ("", recordedDiagnostics());
+    EXPECT_EQ("", takeDiagnostics());
 }
 
 // A connection that is closed while it is copied, or copied over, stays open.
@@ -226,11 +226,11 @@ TEST_P(ClosedTooEarlyTest, StaysOpenUntilTheCopyEnds)
     std::unique_ptr<sql::Backup> backup(GetParam() ? new sql::Backup(db, mine.db)
                                                    : new sql::Backup(copy.db, db));
     EXPECT_TRUE(backup->step(1));
-    recorded();
+    takeEvents();
     database.close();
     EXPECT_EQ(
         trace({Source("SqlDatabase").asserted("rc == SQLITE_OK", "void sql::Database::close()")}),
-        recordedDiagnostics());
+        takeDiagnostics());
     EXPECT_FALSE(backup->step(-1));
     EXPECT_TRUE(backup->isDone());
     EXPECT_EQ(SQLITE_OK, sqlite3_close(db)) << "a done copy keeps no connection open";

@@ -63,7 +63,7 @@ protected:
     {
         EXPECT_EQ(refusal.rc, statement.error().code());
         EXPECT_EQ(refusal.text, statement.error().text());
-        EXPECT_EQ(trace({failed(sql, refusal)}), recordedDiagnostics());
+        EXPECT_EQ(trace({failed(sql, refusal)}), takeDiagnostics());
     }
 
     sql::Table items{db, "item", itemFields};
@@ -93,7 +93,7 @@ TEST_P(OneStatementTest, MayBeFollowedByBlanksAndComments)
 {
     EXPECT_TRUE(prepare(GetParam())) << GetParam();
     EXPECT_EQ("7", rows());
-    EXPECT_EQ("", recordedDiagnostics());
+    EXPECT_EQ("", takeDiagnostics());
 }
 
 INSTANTIATE_TEST_SUITE_P(Texts, OneStatementTest,
@@ -111,7 +111,7 @@ TEST_P(OtherThanOneStatementTest, IsRefused)
 {
     EXPECT_FALSE(prepare(GetParam()));
     EXPECT_EQ("21: the text is not exactly one statement", words(statement.error()));
-    EXPECT_EQ(trace({refusedToPrepare(GetParam(), notOne)}), recordedDiagnostics());
+    EXPECT_EQ(trace({refusedToPrepare(GetParam(), notOne)}), takeDiagnostics());
     EXPECT_FALSE(statement.run());
     EXPECT_EQ(0, statement.columnCount());
 }
@@ -133,9 +133,9 @@ TEST_F(StatementTest, LogsWhatItCompiles)
 {
     setTraceLevel(9);
     EXPECT_TRUE(prepare("select 7"));
-    EXPECT_EQ(trace({prepared("select 7")}), recordedDiagnostics());
+    EXPECT_EQ(trace({prepared("select 7")}), takeDiagnostics());
     EXPECT_EQ("7", rows());
-    EXPECT_EQ("", recordedDiagnostics());
+    EXPECT_EQ("", takeDiagnostics());
 }
 
 TEST_F(StatementTest, ErrorOfSqlIsReported)
@@ -144,7 +144,7 @@ TEST_F(StatementTest, ErrorOfSqlIsReported)
     EXPECT_FALSE(prepare(sql));
     EXPECT_EQ("1: no such column: absent", words(statement.error()));
     EXPECT_EQ(trace({refusedToPrepare(sql, {1, "SQLITE_ERROR", "no such column: absent"})}),
-              recordedDiagnostics());
+              takeDiagnostics());
 }
 
 TEST_F(StatementTest, FailedPrepareLeavesNoStatement)
@@ -181,7 +181,7 @@ TEST_F(StatementTest, SelectTakesConditionAndOrder)
     EXPECT_TRUE(statement.select(items, "id <= ?1", "name desc"));
     EXPECT_EQ(trace({prepared("select id, name, price, active, made from item where id <= ?1 "
                               "order by name desc")}),
-              recordedDiagnostics());
+              takeDiagnostics());
     EXPECT_TRUE(statement.bindInteger(1, 2));
     EXPECT_EQ("2 1", rows());
 }
@@ -241,7 +241,7 @@ TEST_F(StatementTest, FindGoesToTheRowOfAnIntegerKey)
     EXPECT_EQ("Bolt", statement.getString("name"));
     EXPECT_FALSE(statement.find(9));
     EXPECT_EQ("none", words(statement.error()));
-    EXPECT_EQ("", recordedDiagnostics());
+    EXPECT_EQ("", takeDiagnostics());
 }
 
 TEST_F(StatementTest, FindGoesToTheRowOfATextKeyWhateverItHolds)
@@ -434,7 +434,7 @@ TEST_F(StatementTest, ParameterThatIsNotThereIsRefused)
         EXPECT_FALSE(statement.bindInteger(parameter, 7));
         EXPECT_EQ(25, statement.error().code());
         EXPECT_FALSE(statement.error().text().empty());
-        EXPECT_NE("", recordedDiagnostics());
+        EXPECT_NE("", takeDiagnostics());
     }
     EXPECT_FALSE(statement.bindNull(9));
     EXPECT_FALSE(statement.bindDouble(9, 1));
@@ -456,7 +456,7 @@ TEST_F(StatementTest, NamedParametersHaveNumbers)
     EXPECT_EQ(9, statement.parameter("?9"));
     EXPECT_EQ(0, statement.parameter("low"));
     EXPECT_EQ(0, statement.parameter(":none"));
-    EXPECT_EQ("", recordedDiagnostics());
+    EXPECT_EQ("", takeDiagnostics());
 }
 
 TEST_F(StatementTest, BindingOnARowResetsFirst)
@@ -589,7 +589,7 @@ TEST_F(StatementTest, FailureLeavesItUsableAtOnce)
     EXPECT_EQ("2067: UNIQUE constraint failed: item.name", words(statement.error()));
     EXPECT_EQ(
         trace({failed(sql, {19, "SQLITE_CONSTRAINT", "UNIQUE constraint failed: item.name"})}),
-        recordedDiagnostics());
+        takeDiagnostics());
     EXPECT_TRUE(statement.bindString(1, "Screw"));
     EXPECT_EQ("none", words(statement.error()));
     EXPECT_TRUE(statement.run());
@@ -773,7 +773,7 @@ TEST_F(CellTest, IsNullWithoutARow)
     EXPECT_FALSE(statement.next());
     expectNull(0); // after the last row
     EXPECT_EQ("none", words(statement.error()));
-    EXPECT_EQ("", recordedDiagnostics());
+    EXPECT_EQ("", takeDiagnostics());
 }
 
 // Records
@@ -788,7 +788,7 @@ TEST_F(StatementRecordTest, IsFilledAsTheTableReadsIt)
 {
     EXPECT_TRUE(statement.select(items, "", "id"));
     EXPECT_TRUE(items.open("", "id"));
-    recorded();
+    takeEvents();
     for (int i = 0; i < 3; ++i) {
         ASSERT_TRUE(statement.next());
         EXPECT_TRUE(statement.read(record));
@@ -922,14 +922,14 @@ TEST_F(StatementTest, NullConnectionIsReportedOnce)
     sql::Table unconnected("item");
     EXPECT_FALSE(statement.prepare(nullptr, "select 1"));
     EXPECT_EQ("21: no connection", words(statement.error()));
-    EXPECT_EQ(trace({notPrepared()}), recordedDiagnostics());
+    EXPECT_EQ(trace({notPrepared()}), takeDiagnostics());
     EXPECT_FALSE(statement.select(unconnected));
     EXPECT_EQ("21: no connection", words(statement.error()));
-    EXPECT_EQ(trace({notPrepared()}), recordedDiagnostics());
+    EXPECT_EQ(trace({notPrepared()}), takeDiagnostics());
     sql::Table described(nullptr, "item", itemFields);
     EXPECT_FALSE(statement.selectByKey(described));
     EXPECT_EQ("21: no connection", words(statement.error()));
-    EXPECT_EQ(trace({notPrepared()}), recordedDiagnostics());
+    EXPECT_EQ(trace({notPrepared()}), takeDiagnostics());
     EXPECT_FALSE(statement.next());
     expectFailure("", notThere);
 }
@@ -942,11 +942,11 @@ TEST_F(StatementTest, DatabaseThatIsClosedTooEarlyStaysOpen)
     std::unique_ptr<sql::Statement> reader(new sql::Statement);
     EXPECT_TRUE(reader->prepare(own, "select 1 union select 2"));
     EXPECT_TRUE(reader->next());
-    recorded();
+    takeEvents();
     database.close();
     EXPECT_EQ(
         trace({Source("SqlDatabase").asserted("rc == SQLITE_OK", "void sql::Database::close()")}),
-        recordedDiagnostics());
+        takeDiagnostics());
     EXPECT_TRUE(reader->next());
     EXPECT_EQ(2, reader->getInteger(0));
     reader.reset();

@@ -241,7 +241,7 @@ protected:
             EXPECT_EQ(byTable.table.getRecord(i)->dump(true), record.dump(true));
         }
         EXPECT_FALSE(reader.next());
-        recorded();
+        takeEvents();
     }
 
     sql::integer id = 0;
@@ -560,7 +560,7 @@ TEST_P(RandomWritesTest, GiveTheSameFile)
     RandomWrites writes(GetParam(), 1);
     for (int round = 0; round < 100 && !HasFailure(); ++round) {
         writes.write(500);
-        recorded();
+        takeEvents();
     }
     EXPECT_LT(15000, writes.accepted()) << "most are to be written";
     RecordProperty("accepted", writes.accepted());

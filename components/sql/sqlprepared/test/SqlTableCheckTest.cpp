@@ -72,7 +72,7 @@ protected:
 TEST_F(TableCheckTest, FindsNothingInAGoodDescription)
 {
     EXPECT_EQ(Found(), describe(described({id, name})));
-    EXPECT_EQ("", recordedDiagnostics());
+    EXPECT_EQ("", takeDiagnostics());
 }
 
 TEST_F(TableCheckTest, FindsThatThereAreNoColumns)
@@ -126,7 +126,7 @@ TEST_F(TableCheckTest, FindsKeysOfATypeThatNoKeyHas)
     EXPECT_EQ("Key column 'key' of table 'item' is of type 5, which FieldSet refuses. Make it an "
               "integer or a text.",
               sql::checkDescription("item", sql::FieldSet(fields))[0].text);
-    EXPECT_EQ("", recordedDiagnostics());
+    EXPECT_EQ("", takeDiagnostics());
 }
 
 TEST_F(TableCheckTest, FindsTextKeysAndThoseThatAcceptNull)
@@ -259,7 +259,7 @@ TEST_F(TableCheckTest, FindsNothingInATableThatTheLibraryCreated)
     sql::Table table(mine.db, "item", described(fields));
     ASSERT_TRUE(table.create());
     EXPECT_EQ(Found(), kindsOf(sql::checkTable(table)));
-    EXPECT_EQ("", recordedDiagnostics());
+    EXPECT_EQ("", takeDiagnostics());
 }
 
 TEST_F(TableCheckTest, FindsNothingInATableWithATextKeyThatTheLibraryCreated)
@@ -501,7 +501,7 @@ TEST_F(TableCheckTest, ReportsANullConnectionOnce)
     EXPECT_EQ(
         trace({companionSource("SqlTableCheck")
                    .asserted("db", "std::vector<sql::Finding> sql::checkTable(sql::Table&)")}),
-        recorded());
+        takeEvents());
 }
 
 TEST_F(TableCheckTest, SaysWhyTheFileCannotBeRead)
@@ -545,7 +545,7 @@ TEST_F(TableCheckTest, LogsTheEndOfMemoryThatLeavesNoRoomForAFinding)
     EXPECT_EQ(Found(), kindsOf(findings));
     EXPECT_EQ(trace({companionSource("SqlTableCheck")
                          .error("setOutOfMemory", "Failed to check a table: %s", "out of memory")}),
-              recorded());
+              takeEvents());
 }
 
 } // namespace

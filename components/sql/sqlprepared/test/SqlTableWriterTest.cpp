@@ -95,7 +95,7 @@ protected:
     {
         EXPECT_EQ(std::to_string(refusal.rc) + ": " + refusal.text, words(writer.error()));
         EXPECT_EQ(0, writer.changes());
-        EXPECT_EQ(trace({refusedToWrite("item", refusal)}), recordedDiagnostics());
+        EXPECT_EQ(trace({refusedToWrite("item", refusal)}), takeDiagnostics());
     }
 
     sql::Table items{db, "item", itemFields};
@@ -120,7 +120,7 @@ TEST_F(TableWriterTest, InsertAddsARow)
     EXPECT_EQ(1, writer.changes());
     EXPECT_EQ(7, writer.insertId());
     EXPECT_EQ("none", words(writer.error()));
-    EXPECT_EQ("", recordedDiagnostics());
+    EXPECT_EQ("", takeDiagnostics());
 }
 
 TEST_F(TableWriterTest, UpdateChangesTheRowOfTheKey)
@@ -160,7 +160,7 @@ TEST_F(TableWriterTest, EachKindIsCompiledOnce)
                               " on conflict(id) do update set name=?2, price=?3, active=?4, "
                               "made=?5"),
                      prepared("delete from item where id=?1")}),
-              recordedDiagnostics());
+              takeDiagnostics());
 }
 
 TEST_F(TableWriterTest, RecordOfAnotherColumnSetOfTheSameNamesIsTaken)
@@ -222,7 +222,7 @@ TEST_P(UpsertTest, AddsARowThatIsNotThere)
     EXPECT_EQ("7 'Screw' NULL NULL NULL", row("7"));
     EXPECT_EQ(1, writer.changes());
     EXPECT_EQ(7, writer.insertId());
-    EXPECT_EQ("", recordedDiagnostics());
+    EXPECT_EQ("", takeDiagnostics());
 }
 
 TEST_P(UpsertTest, UpdatesARowThatIsThere)
@@ -431,7 +431,7 @@ TEST_F(TableWriterTest, ColumnIsFoundByName)
     EXPECT_EQ(4, writer.column("made"));
     EXPECT_EQ(-1, writer.column("Made"));
     EXPECT_EQ(-1, writer.column(""));
-    EXPECT_EQ("", recordedDiagnostics());
+    EXPECT_EQ("", takeDiagnostics());
 }
 
 TEST_F(TableWriterTest, ColumnThatIsNotThereFailsTheNextWriteOfTheCells)
@@ -481,7 +481,7 @@ TEST_F(TableWriterTest, NumbersThatSqliteCannotStoreFailEveryWriteOfTheCells)
         writer.setDouble("price", 1);
         EXPECT_TRUE(writer.insert());
         EXPECT_TRUE(writer.erase(7));
-        recorded();
+        takeEvents();
     }
     writer.setDouble("price", std::nan(""));
     writer.clear();
@@ -559,7 +559,7 @@ TEST_F(TableWriterTest, TextKeysHitTheRightRowAlone)
     EXPECT_TRUE(partWriter.erase("count"));
     EXPECT_EQ(0, partWriter.changes());
     EXPECT_EQ("1 or 1=1=3 A-17=1 code=2", partRows());
-    EXPECT_EQ("", recordedDiagnostics());
+    EXPECT_EQ("", takeDiagnostics());
 }
 
 TEST_F(TableWriterTest, EveryKeyColumnIsCompared)
@@ -700,7 +700,7 @@ TEST_F(TableWriterTest, FailureOfSqliteIsLoggedWithItsStatement)
     EXPECT_EQ(0, writer.changes());
     EXPECT_EQ(
         trace({failed(insertItem, {19, "SQLITE_CONSTRAINT", "UNIQUE constraint failed: item.id"})}),
-        recordedDiagnostics());
+        takeDiagnostics());
     EXPECT_TRUE(writer.insert(item(3, "Once")));
     EXPECT_EQ("none", words(writer.error()));
 }
@@ -741,7 +741,7 @@ TEST_F(TableWriterTest, CloseCompilesAgain)
     EXPECT_TRUE(writer.erase(7));
     EXPECT_TRUE(writer.insert());
     EXPECT_EQ(trace({prepared("delete from item where id=?1"), prepared(insertItem)}),
-              recordedDiagnostics());
+              takeDiagnostics());
     EXPECT_EQ("7 'Kept' NULL NULL NULL", row("7"));
 }
 
@@ -751,7 +751,7 @@ TEST_F(TableWriterTest, TableMayGetItsConnectionLate)
     sql::TableWriter lateWriter(late);
     EXPECT_FALSE(lateWriter.insert());
     EXPECT_EQ("21: no connection", words(lateWriter.error()));
-    EXPECT_EQ(trace({notPrepared()}), recordedDiagnostics());
+    EXPECT_EQ(trace({notPrepared()}), takeDiagnostics());
     EXPECT_TRUE(late.initTable(db, itemFields));
     lateWriter.setString("name", "Late");
     EXPECT_TRUE(lateWriter.insert());
@@ -767,7 +767,7 @@ TEST_F(TableWriterTest, NullConnectionIsReportedOnceByEachWrite)
     const auto expectReport = [&](bool written) {
         EXPECT_FALSE(written);
         EXPECT_EQ("21: no connection", words(nowhere.error()));
-        EXPECT_EQ(trace({notPrepared()}), recordedDiagnostics());
+        EXPECT_EQ(trace({notPrepared()}), takeDiagnostics());
     };
     expectReport(nowhere.insert(record));
     expectReport(nowhere.update(record));
@@ -796,11 +796,11 @@ TEST_F(TableWriterTest, DatabaseThatIsClosedTooEarlyStaysOpen)
     std::unique_ptr<sql::TableWriter> early(new sql::TableWriter(table));
     early->setString(1, "a");
     EXPECT_TRUE(early->insert());
-    recorded();
+    takeEvents();
     database.close();
     EXPECT_EQ(
         trace({Source("SqlDatabase").asserted("rc == SQLITE_OK", "void sql::Database::close()")}),
-        recordedDiagnostics());
+        takeDiagnostics());
     EXPECT_TRUE(early->insert());
     EXPECT_EQ(2, early->insertId());
     early.reset();

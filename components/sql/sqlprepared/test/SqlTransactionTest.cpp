@@ -51,7 +51,7 @@ TEST_F(TransactionTest, KeepsItsWritesWhenItIsCommitted)
     EXPECT_FALSE(transaction.isOpen());
     EXPECT_FALSE(isInTransaction());
     EXPECT_EQ("none", words(transaction.error()));
-    EXPECT_EQ("", recordedDiagnostics());
+    EXPECT_EQ("", takeDiagnostics());
 }
 
 TEST_F(TransactionTest, IsRolledBackWhenItEndsWithoutCommit)
@@ -62,7 +62,7 @@ TEST_F(TransactionTest, IsRolledBackWhenItEndsWithoutCommit)
     }
     EXPECT_EQ("", ids());
     EXPECT_FALSE(isInTransaction());
-    EXPECT_EQ("", recordedDiagnostics());
+    EXPECT_EQ("", takeDiagnostics());
 }
 
 TEST_F(TransactionTest, IsRolledBackOnDemand)
@@ -81,7 +81,7 @@ TEST_F(TransactionTest, LogsWhatItCompiles)
     sql::Transaction transaction(mine.db);
     EXPECT_EQ(trace({prepared("COMMIT TRANSACTION"), prepared("ROLLBACK TRANSACTION"),
                      prepared("BEGIN IMMEDIATE TRANSACTION")}),
-              recordedDiagnostics());
+              takeDiagnostics());
 }
 
 // Modes
@@ -101,7 +101,7 @@ TEST_F(TransactionTest, ImmediateTakesTheLockToWriteAtOnce)
     EXPECT_EQ("5: database is locked", words(second.error()));
     EXPECT_EQ(
         trace({failed("BEGIN IMMEDIATE TRANSACTION", {5, "SQLITE_BUSY", "database is locked"})}),
-        recordedDiagnostics());
+        takeDiagnostics());
 }
 
 TEST_F(TransactionTest, DeferredLeavesOthersToWrite)
@@ -126,7 +126,7 @@ TEST_F(TransactionTest, OtherModeIsReported)
     EXPECT_EQ("21: there is no such mode", words(transaction.error()));
     EXPECT_EQ(trace({source.asserted(
                   "sql", "sql::Transaction::Transaction(sqlite3*, sql::Transaction::Mode)")}),
-              recordedDiagnostics());
+              takeDiagnostics());
 }
 
 // Within another transaction
@@ -156,7 +156,7 @@ TEST_F(TransactionTest, WithinAnotherItIsASavepoint)
     EXPECT_TRUE(outer.isOpen());
     EXPECT_TRUE(outer.commit());
     EXPECT_EQ("1 2", ids());
-    EXPECT_EQ("", recordedDiagnostics());
+    EXPECT_EQ("", takeDiagnostics());
 }
 
 TEST_F(TransactionTest, SavepointIsGoneAfterItsRollback)
@@ -205,7 +205,7 @@ TEST_F(TransactionTest, CommitThatFindsALockStaysOpenAndCanBeTriedAgain)
     EXPECT_TRUE(transaction.isOpen());
     EXPECT_EQ("5: database is locked", words(transaction.error()));
     EXPECT_EQ(trace({failed("COMMIT TRANSACTION", {5, "SQLITE_BUSY", "database is locked"})}),
-              recordedDiagnostics());
+              takeDiagnostics());
     other.run("commit");
     EXPECT_TRUE(transaction.commit());
     EXPECT_EQ("none", words(transaction.error()));
@@ -251,7 +251,7 @@ TEST_F(UndoneTransactionTest, IsNotOpenAndCannotBeCommitted)
     EXPECT_EQ("none", words(transaction.error()));
     EXPECT_FALSE(transaction.commit());
     EXPECT_EQ("516: SQLite has rolled the transaction back by itself", words(transaction.error()));
-    EXPECT_EQ(trace({refusedToEnd(undone)}), recordedDiagnostics());
+    EXPECT_EQ(trace({refusedToEnd(undone)}), takeDiagnostics());
     EXPECT_EQ("", ids());
 }
 
@@ -263,7 +263,7 @@ TEST_F(UndoneTransactionTest, RollbackIsTrue)
     EXPECT_TRUE(transaction.rollback());
     EXPECT_EQ("none", words(transaction.error()));
     EXPECT_FALSE(transaction.rollback());
-    EXPECT_EQ(trace({refusedToEnd(undone), refusedToEnd(notOpen)}), recordedDiagnostics());
+    EXPECT_EQ(trace({refusedToEnd(undone), refusedToEnd(notOpen)}), takeDiagnostics());
 }
 
 TEST_F(UndoneTransactionTest, EndsInSilence)
@@ -275,7 +275,7 @@ TEST_F(UndoneTransactionTest, EndsInSilence)
         EXPECT_FALSE(inner.isOpen());
         EXPECT_FALSE(outer.isOpen());
     }
-    EXPECT_EQ("", recordedDiagnostics());
+    EXPECT_EQ("", takeDiagnostics());
 }
 
 TEST_F(UndoneTransactionTest, LaterWritesAreKeptOneByOne)
@@ -299,17 +299,17 @@ TEST_F(TransactionTest, EndsOnce)
     EXPECT_EQ("21: no transaction is open", words(transaction.error()));
     EXPECT_FALSE(transaction.rollback());
     EXPECT_EQ("21: no transaction is open", words(transaction.error()));
-    EXPECT_EQ(trace({refusedToEnd(notOpen), refusedToEnd(notOpen)}), recordedDiagnostics());
+    EXPECT_EQ(trace({refusedToEnd(notOpen), refusedToEnd(notOpen)}), takeDiagnostics());
 }
 
 TEST_F(TransactionTest, CannotEndWhenItCouldNotBegin)
 {
     other.run("begin immediate");
     sql::Transaction transaction(mine.db);
-    recorded();
+    takeEvents();
     EXPECT_FALSE(transaction.commit());
     EXPECT_FALSE(transaction.rollback());
-    EXPECT_EQ(trace({refusedToEnd(notOpen), refusedToEnd(notOpen)}), recordedDiagnostics());
+    EXPECT_EQ(trace({refusedToEnd(notOpen), refusedToEnd(notOpen)}), takeDiagnostics());
 }
 
 TEST_F(TransactionTest, NullConnectionIsReportedOnce)
@@ -319,12 +319,12 @@ TEST_F(TransactionTest, NullConnectionIsReportedOnce)
     EXPECT_EQ("21: no connection", words(transaction.error()));
     EXPECT_EQ(trace({source.asserted(
                   "db", "sql::Transaction::Transaction(sqlite3*, sql::Transaction::Mode)")}),
-              recordedDiagnostics());
+              takeDiagnostics());
     EXPECT_FALSE(transaction.commit());
     EXPECT_EQ(21, transaction.error().code());
     EXPECT_FALSE(transaction.rollback());
     EXPECT_EQ(21, transaction.error().code());
-    EXPECT_EQ(trace({refusedToEnd(notOpen), refusedToEnd(notOpen)}), recordedDiagnostics());
+    EXPECT_EQ(trace({refusedToEnd(notOpen), refusedToEnd(notOpen)}), takeDiagnostics());
 }
 
 TEST_F(TransactionTest, DatabaseThatIsClosedTooEarlyStaysOpen)
@@ -333,11 +333,11 @@ TEST_F(TransactionTest, DatabaseThatIsClosedTooEarlyStaysOpen)
     ASSERT_TRUE(database.open(file.path, sql::Database::read_write, false, 0));
     sqlite3* const db = database.getHandle();
     std::unique_ptr<sql::Transaction> transaction(new sql::Transaction(db));
-    recorded();
+    takeEvents();
     database.close();
     EXPECT_EQ(
         trace({Source("SqlDatabase").asserted("rc == SQLITE_OK", "void sql::Database::close()")}),
-        recordedDiagnostics());
+        takeDiagnostics());
     EXPECT_TRUE(transaction->commit());
     transaction.reset();
     EXPECT_EQ(SQLITE_OK, sqlite3_close(db));
