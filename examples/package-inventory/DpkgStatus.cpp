@@ -233,7 +233,8 @@ std::optional<sql::Time> filesChanged(const std::string& infoFolder, const Packa
 } // namespace
 
 std::vector<Package> readInstalledPackages(const std::string& statusFile,
-                                           const std::string& infoFolder, Progress& progress)
+                                           const std::string& infoFolder,
+                                           support::Progress& progress)
 {
     StatusReader reader(statusFile);
     std::vector<Package> packages;

@@ -18,7 +18,8 @@ namespace inventory
 /// @throws Failure when the file cannot be read, or holds what dpkg would not write: then with the
 ///         number of the line.
 std::vector<Package> readInstalledPackages(const std::string& statusFile,
-                                           const std::string& infoFolder, Progress& progress);
+                                           const std::string& infoFolder,
+                                           support::Progress& progress);
 
 } // namespace inventory
 

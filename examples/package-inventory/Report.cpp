@@ -122,7 +122,7 @@ void Report::printPackages() const
         _out << "\nNo packages" << of << '\n';
         return;
     }
-    TextTable table("rrll");
+    support::TextTable table("rrll");
     table.add({"Size", "Share", "Installed", "Largest packages" + of});
     sql::integer rest = all.installedSize.value_or(0);
     for (const Package& package : _summary.largest) {
@@ -139,7 +139,7 @@ void Report::printPackages() const
 
 void Report::printSections() const
 {
-    TextTable table("rrrl");
+    support::TextTable table("rrrl");
     table.add({"Size", "Share", "Packages", "Largest sections"});
     Section rest;
     rest.installedSize = 0;
@@ -197,7 +197,7 @@ void Report::printChanges() const
     _out << "\nSince the last run: " << changes.added.size() << " added, " << changes.changed.size()
          << " changed, " << changes.removed.size() << " removed\n";
 
-    TextTable table("ll");
+    support::TextTable table("ll");
     const auto list = [this, &table](const std::string& sign, const auto& items, const auto& row) {
         for (std::size_t i = 0; i < items.size() && i < _top; ++i) {
             const auto [name, detail] = row(items[i]);

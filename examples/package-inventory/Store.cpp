@@ -39,7 +39,7 @@ void Store::require(bool done)
         throw databaseFailure(_database.getHandle(), _path);
 }
 
-Summary Store::update(std::vector<Package> installed, const View& view, Progress& progress)
+Summary Store::update(std::vector<Package> installed, const View& view, support::Progress& progress)
 {
     progress.show("waiting for the database");
     Transaction transaction(_database);
@@ -96,7 +96,7 @@ bool Store::isAsDescribed(const sql::Table& table)
 }
 
 // A package keeps its number as long as it is installed.
-void Store::write(std::vector<Package>& installed, Progress& progress)
+void Store::write(std::vector<Package>& installed, support::Progress& progress)
 {
     std::map<std::pair<std::string, std::string>, sql::integer> known;
     sql::integer lastId = 0;

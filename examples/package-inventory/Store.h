@@ -46,7 +46,7 @@ public:
     Store(const std::string& path, sql::Database::AccessMode mode, int waitSeconds);
 
     /// Makes `installed` the inventory, and what was there the previous one.
-    Summary update(std::vector<Package> installed, const View& view, Progress& progress);
+    Summary update(std::vector<Package> installed, const View& view, support::Progress& progress);
 
     /// Makes the previous inventory the present one again.
     Summary restore(const View& view);
@@ -55,7 +55,7 @@ private:
     void require(bool done);
     void prepare();
     bool isAsDescribed(const sql::Table& table);
-    void write(std::vector<Package>& installed, Progress& progress);
+    void write(std::vector<Package>& installed, support::Progress& progress);
     void rebuildSections();
     Summary summary(const View& view);
     std::vector<Package> read(sql::Table& table, const std::string& where,

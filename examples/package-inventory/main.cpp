@@ -20,7 +20,7 @@ namespace
 
 Summary takeInventory(const Options& options)
 {
-    Progress progress;
+    support::Progress progress;
     const View view{options.section, options.top};
     if (options.restore)
         return Store(options.database, sql::Database::read_write, options.waitSeconds)

@@ -29,6 +29,7 @@ int runProgram(const char* name, const char* usage, int argc, char** argv,
                void (*run)(const Arguments&))
 {
     std::signal(SIGPIPE, SIG_IGN); // the write fails instead, and says so
+    std::signal(SIGXFSZ, SIG_IGN);
     try {
         const Arguments arguments(argv + 1, argv + argc);
         if (arguments == Arguments{"--help"})

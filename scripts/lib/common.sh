@@ -9,7 +9,7 @@ libraries=("${libraries[@]##*/}")
 build_packages=(g++ cmake make libsqlite3-dev)
 docs_packages=(doxygen graphviz furo python3-breathe python3-myst-parser python3-sphinx
     python3-sphinx-copybutton)
-test_packages=("${build_packages[@]}" libgtest-dev sqlite3 locales pkg-config python3)
+test_packages=("${build_packages[@]}" libgtest-dev sqlite3 locales gnuplot-nox pkg-config python3)
 
 say() { printf '%s\n' "$*"; }
 die() {

@@ -487,7 +487,7 @@ void Check::compareUnique(const Field& field, const Column& column)
         add(Finding::unique_differs, column.name,
             "accepts a value twice in the file in spite of its flag_unique. Make it UNIQUE there, "
             "or drop the flag");
-    else if (column.isUnique && !field.isUnique() && !field.isPrimaryKey() && !isOnlyKey(column))
+    else if (column.isUnique && !field.isUnique() && !field.isPrimaryKey())
         add(Finding::unique_differs, column.name,
             "is UNIQUE in the file, and a second row with its value is refused. Give it "
             "flag_unique");
@@ -517,7 +517,8 @@ bool Check::isOnlyKey(const Column& column) const
     return column.isKey && std::count_if(_columns.begin(), _columns.end(), isKey) == 1;
 }
 
-// SQLite gives such a column a number where it is NULL.
+// SQLite gives such a column a number where it is NULL. Versions before 3.8.9 do not say which
+// index is that of the key.
 bool Check::isRowNumber(const Column& column) const
 {
     return isOnlyKey(column) && !column.hasKeyIndex && isSame(column.type, "INTEGER");

@@ -469,6 +469,20 @@ TEST_F(TableCheckTest, TakesAKeyForUnique)
                                            " create unique index i on item (id)"));
 }
 
+TEST_F(TableCheckTest, TakesADescribedKeyThatIsUniqueInTheFileForUnique)
+{
+    EXPECT_EQ(Found({{Finding::key_differs, "id"}}),
+              compare({id, name}, "create table item (id int unique, name text)"));
+}
+
+TEST_F(TableCheckTest, TakesNoPartOfAKeyForUnique)
+{
+    const Field key("id", sql::type_int, sql::flag_primary_key | sql::flag_unique);
+    EXPECT_EQ(
+        Found({{Finding::unique_differs, "id"}, {Finding::key_differs, "name"}}),
+        compare({key, name}, "create table item (id int, name text, primary key (id, name))"));
+}
+
 TEST_F(TableCheckTest, FindsKeysOnOneSideAlone)
 {
     EXPECT_EQ(Found({{Finding::key_differs, "id"}, {Finding::key_differs, "name"}}),
@@ -518,20 +532,23 @@ TEST_F(TableCheckTest, SaysWhyTheFileCannotBeRead)
 
 TEST_F(TableCheckTest, TakesTheEndOfMemoryForAFailure)
 {
-    mine.run("create table item (id integer primary key, name, more unique)");
+    mine.run("create table item (id integer primary key, name,"
+             " more_than_a_short_name a_type_of_a_long_name unique)");
     sql::Table table(mine.db, "item", described({name, id}));
     const Found whole = kindsOf(sql::checkTable(table));
     ASSERT_EQ(5u, whole.size());
-    Found found;
-    for (int left = 1; found != whole; ++left) {
-        ASSERT_GT(1000, left);
-        faults.allocationsLeft = left;
-        faults.allocationsStayOut = true;
-        const std::vector<Finding> findings = sql::checkTable(table);
-        faults.allocationsLeft = -1;
-        found = kindsOf(findings);
-        ASSERT_FALSE(found.empty()) << left;
-        EXPECT_TRUE(found == whole || found.back().first == Finding::failed) << left;
+    for (const bool staysOut : {true, false}) {
+        Found found;
+        for (int left = 1; found != whole; ++left) {
+            ASSERT_GT(1000, left);
+            faults.allocationsLeft = left;
+            faults.allocationsStayOut = staysOut;
+            const std::vector<Finding> findings = sql::checkTable(table);
+            faults.allocationsLeft = -1;
+            found = kindsOf(findings);
+            ASSERT_FALSE(found.empty()) << left;
+            EXPECT_TRUE(found == whole || found.back().first == Finding::failed) << left;
+        }
     }
 }
 

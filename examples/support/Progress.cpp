@@ -6,7 +6,7 @@
 
 #include "Terminal.h"
 
-namespace inventory
+namespace support
 {
 
 Progress::Progress() : _isTerminal(isatty(STDOUT_FILENO) == 1) {}
@@ -48,10 +48,10 @@ bool Progress::isDue()
 // what does not fit where nothing removes it.
 void Progress::write(const std::string& whole)
 {
-    const std::string text = support::cutTo(support::terminalWidth() - 1, whole);
+    const std::string text = cutTo(terminalWidth() - 1, whole);
     const std::size_t rest = _width > text.size() ? _width - text.size() : 0;
     std::cout << '\r' << text << std::string(rest, ' ') << (text.empty() ? "\r" : "") << std::flush;
     _width = text.size();
 }
 
-} // namespace inventory
+} // namespace support

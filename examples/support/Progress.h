@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <string>
 
-namespace inventory
+namespace support
 {
 
 /// One line on standard output, overwritten as the work goes on and removed at its end. Without a
@@ -37,6 +37,6 @@ private:
     std::chrono::steady_clock::time_point _next;
 };
 
-} // namespace inventory
+} // namespace support
 
 #endif

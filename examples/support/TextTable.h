@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace inventory
+namespace support
 {
 
 /// Rows of cells, printed in columns as wide as they need to be.
@@ -26,6 +26,6 @@ private:
     std::vector<std::vector<std::string>> _rows;
 };
 
-} // namespace inventory
+} // namespace support
 
 #endif

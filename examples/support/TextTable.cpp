@@ -4,7 +4,9 @@
 #include <ostream>
 #include <utility>
 
-namespace inventory
+#include "Terminal.h"
+
+namespace support
 {
 
 TextTable::TextTable(std::string alignments) : _alignments(std::move(alignments)) {}
@@ -20,12 +22,12 @@ void TextTable::print(std::ostream& out) const
     std::vector<std::size_t> widths(_alignments.size());
     for (const std::vector<std::string>& row : _rows)
         for (std::size_t i = 0; i < row.size(); ++i)
-            widths[i] = std::max(widths[i], row[i].size());
+            widths[i] = std::max(widths[i], widthOf(row[i]));
 
     for (const std::vector<std::string>& row : _rows) {
         std::string line;
         for (std::size_t i = 0; i < row.size(); ++i) {
-            const std::string blanks(widths[i] - row[i].size(), ' ');
+            const std::string blanks(widths[i] - widthOf(row[i]), ' ');
             line += i == 0 ? "" : "  ";
             line += _alignments[i] == 'r' ? blanks + row[i] : row[i] + blanks;
         }
@@ -34,4 +36,4 @@ void TextTable::print(std::ostream& out) const
     }
 }
 
-} // namespace inventory
+} // namespace support
