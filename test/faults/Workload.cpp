@@ -279,24 +279,9 @@ void copies(Witness& witness, const std::string& path)
     });
 }
 
-// Texts of all that is held.
-void texts(Witness& witness, const std::string& path)
+// Texts of objects that belong to no table.
+void objects(Witness& witness)
 {
-    Session session(witness, path);
-    const bool read = witness.operation("open", [&] { return session.item.open("id = 1"); });
-    witness.operation("descriptions", [&] {
-        session.item.fields().dump();
-        session.item.name();
-        session.item.toString();
-        return session.item.getHandle() == session.database.getHandle();
-    });
-    sql::Record* const record = session.item.getRecord(0);
-    if (read && record && record->columnCount() == 5)
-        witness.operation("record", [&] {
-            same(witness, record->toSql().substr(0, 3), "1, ");
-            same(witness, record->dump(true).substr(0, 2), "id");
-            return same(witness, record->toString(), record->toString());
-        });
     witness.operation("values", [&] {
         sql::Value value(sql::type_text);
         value.setString(longName);
@@ -333,6 +318,27 @@ void texts(Witness& witness, const std::string& path)
         std::string blanks = " " + items.at(1) + " ";
         return same(witness, sql::trim(blanks), items.at(0));
     });
+}
+
+// Texts of all that is held.
+void texts(Witness& witness, const std::string& path)
+{
+    Session session(witness, path);
+    const bool read = witness.operation("open", [&] { return session.item.open("id = 1"); });
+    witness.operation("descriptions", [&] {
+        session.item.fields().dump();
+        session.item.name();
+        session.item.toString();
+        return session.item.getHandle() == session.database.getHandle();
+    });
+    sql::Record* const record = session.item.getRecord(0);
+    if (read && record && record->columnCount() == 5)
+        witness.operation("record", [&] {
+            same(witness, record->toSql().substr(0, 3), "1, ");
+            same(witness, record->dump(true).substr(0, 2), "id");
+            return same(witness, record->toString(), record->toString());
+        });
+    objects(witness);
 }
 
 std::vector<Scenario> libraryScenarios()

@@ -100,6 +100,22 @@ def junit(outcomes):
     return "\n".join(lines + ["</testsuites>"]) + "\n"
 
 
+def run_all(wanted, mode):
+    """Runs items side by side, and returns their outcomes."""
+    OUT.mkdir(parents=True, exist_ok=True)
+    outcomes = []
+    with concurrent.futures.ThreadPoolExecutor(os.cpu_count() or 1) as workers:
+        # Those that take longest are last in the list, and start first.
+        running = [workers.submit(item.run, mode) for item in reversed(wanted)]
+        for future in reversed(running):
+            outcome = future.result()
+            outcomes.append(outcome)
+            (OUT / f"{outcome.item.name}.log").write_text(outcome.output)
+            print(f"{outcome.item.name}: {outcome.cases:,} cases, {len(outcome.failures)} failures, "
+                  f"{outcome.seconds:.1f} s", file=sys.stderr, flush=True)
+    return outcomes
+
+
 def main():
     parser = argparse.ArgumentParser(prog="scripts/faults", description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
@@ -131,17 +147,7 @@ def main():
         print(outcome.output, end="")
         return 1 if outcome.failures else 0
 
-    OUT.mkdir(parents=True, exist_ok=True)
-    outcomes = []
-    with concurrent.futures.ThreadPoolExecutor(os.cpu_count() or 1) as workers:
-        # Those that take longest stand last, and begin first.
-        running = [workers.submit(item.run, args.mode) for item in reversed(wanted)]
-        for future in reversed(running):
-            outcome = future.result()
-            outcomes.append(outcome)
-            (OUT / f"{outcome.item.name}.log").write_text(outcome.output)
-            print(f"{outcome.item.name}: {outcome.cases:,} cases, {len(outcome.failures)} failures, "
-                  f"{outcome.seconds:.1f} s", file=sys.stderr, flush=True)
+    outcomes = run_all(wanted, args.mode)
     text = table(outcomes)
     (OUT / "table.txt").write_text(text + "\n")
     (OUT / "junit.xml").write_text(junit(outcomes))

@@ -50,8 +50,8 @@ refuses() {
 
 # Two packages of one name, one that is held, one without size, section and list of files, and one
 # that has been removed.
-write_status() {
-    cat >status <<'END'
+print_status() {
+    cat <<'END'
 Package: alpha
 Essential: yes
 Status: install ok installed
@@ -99,6 +99,10 @@ Installed-Size: 3500
 Architecture: amd64
 Version: 5
 END
+}
+
+write_status() {
+    print_status >status
     mkdir -p info
     touch -d '2024-02-29 12:00:00' info/alpha.list
     touch -d '2023-01-31 00:00:01' info/beta:amd64.list
