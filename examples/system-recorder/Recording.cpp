@@ -28,6 +28,15 @@ void openFile(sql::Database& database, const std::string& file, bool makes)
         throw Failure{file + " cannot be opened"};
 }
 
+// The size of the file does not say it: a backup that was killed left pages, which go when SQLite
+// reads the file.
+bool isEmpty(sql::Database& database)
+{
+    sql::Statement tables;
+    return tables.prepare(database.getHandle(), "select count(*) from sqlite_master") &&
+           tables.next() && tables.getInteger(0) == 0;
+}
+
 } // namespace
 
 template <typename Operation> void Recording::require(bool done, const Operation& operation) const
@@ -187,7 +196,7 @@ void Recording::backup(const std::string& copy, const std::function<void(int, in
     try {
         sql::Database destination;
         openFile(destination, copy, true);
-        if (!isNew && std::filesystem::file_size(copy, error) != 0)
+        if (!isEmpty(destination))
             Recording(copy, Use::read); // must be one
         copyTo(destination, copy, progress);
     } catch (const Failure&) {

@@ -2,8 +2,8 @@
 """Records, shows and copies counters, and breaks all of that: recorder_test.py RECORDER..."""
 
 import os
+import random
 import re
-import resource
 import shutil
 import signal
 import sqlite3
@@ -14,52 +14,7 @@ import time
 import unittest
 from pathlib import Path
 
-recorder = [os.path.abspath(part) if os.path.exists(part) else part for part in sys.argv[1:]]
-
-
-def start(*arguments, **options):
-    return subprocess.Popen([*recorder, *map(str, arguments)], stdout=subprocess.PIPE,
-                            stderr=subprocess.PIPE, text=True, **options)
-
-
-def csv(samples, counters=3, first=0):
-    """Counters that grow by 1 in each sample of 10 ms: by 100 per second."""
-    yield 'at_ms,' + ','.join(f'net_eth{i}_rx_bytes' for i in range(counters)) + '\n'
-    for i in range(first, first + samples):
-        yield f'{1795000000000 + 10 * i},' + ','.join(map(str, range(i, i + counters))) + '\n'
-
-
-def full_disk():
-    resource.setrlimit(resource.RLIMIT_FSIZE, (60_000, 60_000))
-
-
-class RecorderTest(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.addCleanup(os.chdir, os.getcwd())
-        os.chdir(folder.name)
-        os.environ['TZ'] = 'UTC'
-
-    def succeeds(self, *arguments, **options):
-        process = start(*arguments, **options)
-        output, errors = process.communicate(timeout=300)
-        self.assertEqual(('', 0), (errors, process.returncode), arguments)
-        return output
-
-    def refuses(self, line, *arguments, status=1, **options):
-        process = start(*arguments, **options)
-        output, errors = process.communicate(timeout=300)
-        self.assertEqual((f'system-recorder: {line}\n', status), (errors, process.returncode))
-        return output
-
-    def replay(self, file, samples, *arguments, **shape):
-        Path('replay.csv').write_text(''.join(csv(samples, **shape)))
-        return self.succeeds('record', file, '--replay', 'replay.csv', *arguments)
-
-    def query(self, file, statement):
-        with sqlite3.connect(file) as database:
-            return database.execute(statement).fetchall()
+from recorder import RecorderTest, csv, full_disk, on_terminal, recorder, start
 
 
 class Recording(RecorderTest):
@@ -114,7 +69,7 @@ class Recording(RecorderTest):
     def test_stops_when_it_is_told_to_and_keeps_what_it_has(self):
         for number in (signal.SIGINT, signal.SIGTERM):
             process = start('record', 'a.db', '--rate', 100, '--batch', 100000)
-            time.sleep(1)
+            time.sleep(0.5)
             process.send_signal(number)
             output, errors = process.communicate(timeout=60)
             self.assertEqual(('', 0), (errors, process.returncode))
@@ -136,63 +91,38 @@ class Recording(RecorderTest):
             self.assertEqual(150 * killed, self.count())
             self.succeeds('check', 'a.db')
 
+    def test_killed_at_random_moments_it_keeps_whole_batches(self):
+        lines = list(csv(20000))
+        Path('replay.csv').write_text(''.join(lines))
+        pick = random.Random(os.environ.get('RECORDER_SEED'))
+        partial = 0
+        for killed in range(12):
+            file = f'{killed}.db'
+            process = start('record', file, '--replay', 'replay.csv', '--batch', 50)
+            time.sleep(pick.uniform(0, 0.15))
+            process.kill()
+            process.communicate()
+            if not Path(file).exists() or not self.query(file, 'pragma user_version')[0][0]:
+                continue # killed before it had made the file
+            self.succeeds('check', file)
+            count = self.query(file, 'select count(*) from sample')[0][0]
+            self.assertEqual(0, count % 50)
+            if count > 0:
+                kept = self.succeeds('export', file).splitlines(keepends=True)
+                self.assertEqual(lines[:count + 1], kept)
+            partial += 0 < count < 20000
+        self.assertGreater(partial, 0)
+
+    def test_shows_progress_on_a_terminal(self):
+        Path('replay.csv').write_text(''.join(csv(20000)))
+        shown = on_terminal('record', 'a.db', '--replay', 'replay.csv')
+        self.assertRegex(shown, r'\rrecording samples: \d+')
+
     def count(self):
         try:
             return self.query('a.db', 'select count(*) from sample')[0][0]
         except sqlite3.OperationalError: # it is not made yet
             return 0
-
-
-class TenMinutes(RecorderTest):
-    """100 samples a second of 200 counters."""
-
-    samples = int(os.environ.get('RECORDER_SAMPLES', 60000))
-
-    def peak(self, *arguments, lines=()):
-        """The memory of a run, in KiB."""
-        process = subprocess.Popen([*recorder, *arguments], stdin=subprocess.PIPE,
-                                   stdout=subprocess.DEVNULL, text=True)
-        peak = 0
-        for i, line in enumerate(lines):
-            process.stdin.write(line)
-            if i % 500 == 0:
-                peak = max(peak, self.memory(process))
-        process.stdin.close()
-        while process.poll() is None:
-            peak = max(peak, self.memory(process))
-            time.sleep(0.005)
-        self.assertEqual(0, process.returncode)
-        return peak
-
-    def memory(self, process):
-        found = re.search(r'VmHWM:\s+(\d+)', Path(f'/proc/{process.pid}/status').read_text())
-        return int(found[1]) if found else 0
-
-    def test_in_constant_memory(self):
-        peaks = {}
-        for samples in (max(3000, self.samples // 10), self.samples):
-            file = f'{samples}.db'
-            peaks[samples] = [
-                self.peak('record', file, '--replay', '/dev/stdin', lines=csv(samples, 200)),
-                self.peak('report', file), self.peak('export', file),
-                self.peak('plot', file, 'a.svg', 'net_eth7_*') if shutil.which('gnuplot') else 0,
-                self.peak('backup', file, 'copy.db')]
-        print('KiB for a part and for all of the samples:', *peaks.values())
-        for few, many in zip(*peaks.values()):
-            self.assertLess(many, few + 2048)
-        self.check_what_was_recorded(file)
-
-    def check_what_was_recorded(self, file):
-        with subprocess.Popen([*recorder, 'export', file], stdout=subprocess.PIPE,
-                              text=True) as process:
-            for expected, line in zip(csv(self.samples, 200), process.stdout):
-                if expected != line:
-                    self.fail(f'{line} in place of {expected}')
-            self.assertEqual('', process.stdout.read())
-        lines = self.succeeds('report', file).splitlines()
-        self.assertEqual(203, len(lines))
-        for line in lines[3:]:
-            self.assertRegex(line, r'^net_eth\d+_rx_bytes/s +100 +100 +100  ▁{30}$')
 
 
 class Showing(RecorderTest):
@@ -246,7 +176,7 @@ class Copying(RecorderTest):
         process = start('record', 'a.db', '--rate', 200, '--batch', 10)
         self.addCleanup(process.communicate)
         self.addCleanup(process.kill)
-        time.sleep(1)
+        time.sleep(0.5)
         before = 0
         for _ in range(3):
             self.succeeds('backup', 'a.db', 'copy.db')
@@ -263,10 +193,37 @@ class Copying(RecorderTest):
     def test_shows_progress_on_a_terminal_alone(self):
         self.replay('a.db', 3000, counters=50)
         self.assertEqual('', self.succeeds('backup', 'a.db', 'copy.db'))
-        command = ' '.join([*recorder, 'backup', 'a.db', 'copy.db'])
-        shown = subprocess.run(['script', '-qec', command, '/dev/null'], capture_output=True,
-                               stdin=subprocess.DEVNULL, check=True).stdout
-        self.assertRegex(shown.decode(), r'\rcopying pages: \d+ of \d+')
+        self.assertRegex(on_terminal('backup', 'a.db', 'copy.db'),
+                         r'\rcopying pages: \d+ of \d+')
+
+    def test_a_full_disk_leaves_the_copy_as_it_was(self):
+        self.replay('a.db', 10)
+        self.succeeds('backup', 'a.db', 'copy.db')
+        before = self.query('copy.db', 'select * from sample')
+        self.replay('a.db', 5000)
+        for copy in ('copy.db', 'new.db'):
+            process = start('backup', 'a.db', copy, preexec_fn=full_disk)
+            _, errors = process.communicate()
+            self.assertEqual(1, process.returncode)
+            self.assertRegex(errors, f'^system-recorder: {copy}: .*\n$')
+        self.assertEqual(before, self.query('copy.db', 'select * from sample'))
+        self.assertFalse(Path('new.db').exists())
+        self.succeeds('backup', 'a.db', 'copy.db')
+
+    def test_killed_it_leaves_a_copy_that_the_next_one_replaces(self):
+        self.replay('a.db', 10000, counters=100)
+        copy = Path('copy.db')
+        for _ in range(3):
+            process = start('backup', 'a.db', copy)
+            while process.poll() is None and not (copy.exists() and copy.stat().st_size > 0):
+                time.sleep(0.001)
+            process.kill()
+            process.communicate()
+            self.assertTrue(Path('copy.db-journal').exists(), 'killed too late')
+        self.succeeds('backup', 'a.db', 'copy.db')
+        self.succeeds('check', 'copy.db')
+        everything = 'select * from sample'
+        self.assertEqual(self.query('a.db', everything), self.query('copy.db', everything))
 
     def test_refuses_to_replace_what_is_no_recording(self):
         self.replay('a.db', 10)
@@ -385,14 +342,34 @@ class Failing(RecorderTest):
         process.stderr.close()
         self.assertEqual(1, process.wait())
 
-    def test_a_lock_of_another_program(self):
-        self.replay('a.db', 10)
-        with sqlite3.connect('a.db', isolation_level=None) as other:
-            other.execute('begin immediate')
-            self.refuses('a.db: database is locked', 'record', 'a.db', '--replay', 'replay.csv')
-            other.execute('rollback')
-        self.succeeds('record', 'a.db', '--replay', 'replay.csv')
-        self.assertEqual([(20,)], self.query('a.db', 'select count(*) from sample'))
+
+class WaitingForALock(RecorderTest):
+    """The recorder gives up after ten seconds, in which the other tests run."""
+
+    @classmethod
+    def begin(cls):
+        cls.folder = tempfile.TemporaryDirectory()
+        cls.file = Path(cls.folder.name, 'a.db')
+        cls.input = Path(cls.folder.name, 'replay.csv')
+        cls.input.write_text(''.join(csv(10)))
+        cls.record = 'record', cls.file, '--replay', cls.input
+        start(*cls.record).communicate()
+        cls.other = sqlite3.connect(cls.file, isolation_level=None)
+        cls.other.execute('begin immediate')
+        cls.waiting = start(*cls.record)
+
+    def test_of_another_program(self):
+        self.assertEqual(('', f'system-recorder: {self.file}: database is locked\n'),
+                         self.waiting.communicate(timeout=60))
+        self.assertEqual(1, self.waiting.returncode)
+        self.other.execute('rollback')
+        self.other.close()
+        self.succeeds(*self.record)
+        self.assertEqual([(20,)], self.query(self.file, 'select count(*) from sample'))
+        self.folder.cleanup()
+
+
+setUpModule = WaitingForALock.begin
 
 
 if __name__ == '__main__':
