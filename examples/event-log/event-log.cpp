@@ -24,7 +24,8 @@ const char usage[] =
     "       event-log FILE show [COUNT]                print the last events (10)\n"
     "       event-log FILE backup COPY                 copy the log to another file\n"
     "\n"
-    "A log keeps its last SIZE events (1000).\n"
+    "A log keeps its last SIZE events (1000). FILE and COPY are paths, or URIs that SQLite takes, as\n"
+    "file:events.db?mode=ro.\n"
     "\n"
     "Exit status: 0 on success, 1 on failure, 2 for wrong usage.\n";
 
@@ -47,7 +48,7 @@ public:
             support::refusal(file, makes ? support::Missing::made : support::Missing::refused);
         if (!refusal.empty())
             throw Failure{refusal};
-        if (!_database.open(support::plainPath(file), mode, false, waitMs))
+        if (!_database.open(support::sqliteName(file), mode, false, waitMs))
             throw Failure{file + " cannot be opened"};
         _events.initTable(_database.getHandle(), eventColumns);
     }
@@ -189,10 +190,10 @@ private:
 void backup(const std::string& file, const std::string& copyFile)
 {
     Log log(file, sql::Database::read_only);
-    std::error_code error;
-    if (std::filesystem::equivalent(file, copyFile, error))
+    if (support::isSameDatabase(file, copyFile))
         throw Failure{copyFile + " is the log itself"};
-    const NewFile made(copyFile); // before the copy, which closes the file first
+    // Before the copy, which closes the file first.
+    const NewFile made(support::localPath(copyFile));
     Log copy(copyFile, sql::Database::read_write_create);
     log.backup(copy);
 }

@@ -59,7 +59,7 @@ void open(sql::Database& database, const std::string& file, bool isNew)
     if (!objection.empty())
         throw support::Failure{objection};
     const auto mode = isNew ? sql::Database::read_write_create : sql::Database::read_write;
-    if (!database.open(support::plainPath(file), mode, false, waitMs))
+    if (!database.open(support::sqliteName(file), mode, false, waitMs))
         throw support::Failure{file + " cannot be opened"};
 }
 

@@ -22,7 +22,7 @@ Store::Store(const std::string& path, sql::Database::AccessMode mode, int waitSe
         support::refusal(path, makes ? support::Missing::made : support::Missing::refused);
     if (!refusal.empty())
         throw Failure(refusal + "; name another database with --database");
-    if (!_database.open(support::plainPath(path), mode, false, waitSeconds * 1000))
+    if (!_database.open(support::sqliteName(path), mode, false, waitSeconds * 1000))
         throw Failure("cannot open the database '" + path +
                       "'; check that its folder is there and may be written, or name another with "
                       "--database");

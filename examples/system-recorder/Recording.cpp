@@ -24,7 +24,7 @@ void openFile(sql::Database& database, const std::string& file, bool makes)
     if (!refusal.empty())
         throw Failure{refusal};
     const auto mode = makes ? sql::Database::read_write_create : sql::Database::read_write;
-    if (!database.open(support::plainPath(file), mode, false, waitMs))
+    if (!database.open(support::sqliteName(file), mode, false, waitMs))
         throw Failure{file + " cannot be opened"};
 }
 

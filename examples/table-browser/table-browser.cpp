@@ -22,7 +22,8 @@ using support::wrongUsage;
 
 const char usage[] =
     "usage: table-browser FILE TABLE COLUMN:TYPE[,COLUMN:TYPE]... [OPTION]...\n"
-    "Prints rows of a table of an SQLite database, which is only read.\n"
+    "Prints rows of a table of an SQLite database, which is only read. FILE is a path, or a URI that\n"
+    "SQLite takes, as file:some.db?immutable=1.\n"
     "\n"
     "TYPE is one of: integer, text, float, bool, time. Write a name that holds a comma, or begins\n"
     "or ends with a blank, between double quotes: '\"last, first\":text'.\n"
@@ -146,7 +147,7 @@ void openFile(sql::Database& database, const std::string& file)
     if (!refusal.empty())
         throw Failure{refusal};
     // SQLite opens any file. Only the first look into it shows whether it is a database.
-    if (!database.open(support::plainPath(file), sql::Database::read_only, false, 1000) ||
+    if (!database.open(support::sqliteName(file), sql::Database::read_only, false, 1000) ||
         sql::queryNumber(database.getHandle(), "select count(*) from sqlite_master") < 0)
         throw Failure{file + " cannot be read: " + reasonOf(database)};
 }

@@ -93,10 +93,25 @@ refuses 1 'folder is a folder' folder append a b
 refuses 1 'the name of the database file is empty' '' append a b
 refuses 1 ':memory: is a database that nothing keeps; for a file of that name, write ./:memory:' \
     :memory: append a b
-for name in ./:memory: file::memory:; do # files as any other
+for name in ./:memory: ./file::memory:; do # files as any other
     "${log[@]}" "$name" append gearbox kept
     shows '1 gearbox: kept' "$name" show
 done
+
+# A URI is taken as SQLite takes it.
+"${log[@]}" 'file:by%20uri.db?mode=rwc' append gearbox kept
+shows '1 gearbox: kept' "file://$work/by uri.db?mode=ro" show
+holds 1 'by uri.db' 'select count(*) from event'
+"${log[@]}" 'file:by%20uri.db' backup file:uri-copy.db
+shows '1 gearbox: kept' uri-copy.db show
+refuses 1 'file:by%20uri.db is the log itself' 'by uri.db' backup file:by%20uri.db
+refuses 1 'text.txt: file is not a database' text.txt backup file:new.db
+refuses 1 'file:a.db?mode=memory is a database that nothing keeps' file:a.db?mode=memory append a b
+refuses 1 'file:none.db is not there' file:none.db show
+refuses 1 "file:///pool:a/b?vfs=none needs the VFS 'none', which is not loaded" \
+    file:///pool:a/b?vfs=none append a b
+refuses 1 'file:by%20uri.db?mode=ro: attempt to write a readonly database' \
+    file:by%20uri.db?mode=ro append a b
 ln -s circle circle
 refuses 1 'circle cannot be reached: its symbolic links lead in a circle' circle show
 mkfifo fifo

@@ -46,6 +46,15 @@ class FleetTest(unittest.TestCase):
         self.assertEqual(["new"], self.fleet.events(2))
         self.assertIn("2\t3\t", self.fleet.run("gateway", self.fleet.gateway_file, "report")[2])
 
+    def test_a_gateway_takes_its_database_by_a_uri(self):
+        self.good(self.fleet.sample(1))
+        self.good(self.fleet.write(1, "first"))
+        stick = self.fleet.folder / "first"
+        self.good(self.fleet.run("gateway", f"file:{self.fleet.gateway_file}?mode=rwc", "apply", stick))
+        self.same(1)
+        self.refused(self.fleet.run("gateway", "file:x.db?mode=memory", "apply", stick), "gateway",
+                     "is a database that nothing keeps")
+
     def test_confirmed_changes_leave_the_outbox(self):
         self.fleet.listen()
         self.fleet.sample(1, 100)

@@ -170,8 +170,18 @@ test_database_that_nothing_keeps() {
 ./:memory:; name another database with --database" --database :memory: status
     succeeds --database ./:memory: status
     expect "stamp" 1 "$(sqlite3 ./:memory: 'pragma user_version')"
-    succeeds --database file::memory: status
+    refuses 1 "file:a.db?mode=memory is a database that nothing keeps; name another database with \
+--database" --database file:a.db?mode=memory status
+    succeeds --database ./file::memory: status
     expect "stamp" 1 "$(sqlite3 ./file::memory: 'pragma user_version')"
+}
+
+test_database_by_uri() {
+    write_status
+    succeeds --database "file:a%20b.db?mode=rwc" status
+    expect "stamp" 1 "$(sqlite3 'a b.db' 'pragma user_version')"
+    refuses 1 "file:///pool:a/b?vfs=none needs the VFS 'none', which is not loaded; name another \
+database with --database" --database file:///pool:a/b?vfs=none status
 }
 
 test_file_name_with_line_break() {

@@ -113,6 +113,15 @@ refuses 2 "'-3' is not a number of rows (see --help)" some.db t id:integer --cou
 refuses 2 '--count needs a value, not an empty text (see --help)' some.db t id:integer --count ''
 refuses 2 '--where needs a value, not an empty text (see --help)' some.db t id:integer --where ''
 
+# A URI is taken as SQLite takes it.
+prints 'id
+ 1' 'file:some%2edb?immutable=1' cheap id:integer
+refuses 1 'file:none.db is not there' file:none.db t id:integer
+refuses 1 'file:some.db?mode=memory is a database that nothing keeps' file:some.db?mode=memory t \
+    id:integer
+refuses 1 "file:///pool:a/b?vfs=none needs the VFS 'none', which is not loaded" \
+    file:///pool:a/b?vfs=none t id:integer
+
 mkfifo fifo
 refuses 1 'fifo is not a regular file' fifo t id:integer
 
