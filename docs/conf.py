@@ -38,16 +38,20 @@ man_show_urls = False
 man_pages = [(f"reference/{name}", f"sql::{name}", f"{brief}: {name}", "", 3) for name in classes]
 man_pages += [("reference/functions", "sqlwrapper", f"{brief}: functions", "", 3)]
 
-# Documents of the project that lie elsewhere, and the pages that include them.
-elsewhere = {"components/platform/standalone/README.md": "reference/standalone-platform"}
+# Documents of the project that lie elsewhere, and the pages that consist of them.
+elsewhere = {}
+for page in (root / "docs").rglob("*.md"):
+    included = re.match(r"```{include} (\S+)", page.read_text(encoding="utf-8"))
+    if included:
+        elsewhere[(page.parent / included[1]).resolve()] = page.relative_to(root / "docs").with_suffix("")
 
 
 def lead_to_page(app, env, node, content):
-    target = (root / "docs" / env.docname).parent / node.get("reftarget", "")
+    target = ((root / "docs" / env.docname).parent / node.get("reftarget", "")).resolve()
     if target.is_dir(): # which has no page
         return content
-    page = elsewhere.get(os.path.relpath(target, root))
-    return page and make_refnode(app.builder, env.docname, page, None, content)
+    page = elsewhere.get(target)
+    return page and make_refnode(app.builder, env.docname, page.as_posix(), None, content)
 
 
 def setup(app):

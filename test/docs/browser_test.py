@@ -3,8 +3,8 @@
 
 Takes a picture of every page at two widths, light and dark, in FOLDER/pictures. Fails for a page
 wider than its window, a picture that is clipped, a table that cannot be scrolled to its end, a link
-or an anchor that is dead, a page that no page leads to, and for words and lines of the log whose page
-is not among the first hits of the search.
+or an anchor that is dead, a page more than two clicks away from the first one (the menu does not
+count), and for words and lines of the log whose page is not among the first hits of the search.
 """
 
 import pathlib
@@ -34,8 +34,10 @@ for (const node of document.querySelectorAll("article table, article img, articl
 }
 return faults;
 """
+CLICKS = 2
 READ = """
-return {links: [...document.links].map(link => link.href), anchors: [...document.querySelectorAll("[id]")].map(node => node.id)};
+return {links: [...document.links].map(link => link.href),
+    text: [...document.querySelectorAll("article a[href]")].map(link => link.href), anchors: [...document.querySelectorAll("[id]")].map(node => node.id)};
 """
 SEARCH = "return [...document.querySelectorAll('#search-results li a')].map(link => link.getAttribute('href'));"
 
@@ -68,31 +70,29 @@ def take_pictures(driver, folder, pages):
 
 
 def follow_links(driver, folder, pages):
-    """Links that lead nowhere, and pages to which none leads."""
+    """Links that lead nowhere, and pages that are far from the first."""
     found = {}
     for page in pages:
         driver.get(page.as_uri())
         found[page] = driver.execute_script(READ)
-    reached, next_pages = set(), [folder / "html/index.html"]
-    while next_pages:
-        page = next_pages.pop()
-        if page in reached:
-            continue
-        reached.add(page)
-        for link in found[page]["links"]:
-            address = urllib.parse.urlsplit(link)
-            target = pathlib.Path(urllib.parse.unquote(address.path))
-            if address.scheme != "file":
-                continue
-            if not target.exists():
-                yield f"{page.name}: {link} leads nowhere"
-            elif target in found:
-                next_pages.append(target)
-                anchor = urllib.parse.unquote(address.fragment)
-                if anchor and anchor not in found[target]["anchors"]:
-                    yield f"{page.name}: {target.name} has no place {anchor}"
-    for page in set(pages) - reached:
-        yield f"{page.name}: no page leads to it"
+    for page in pages:
+        for address in map(urllib.parse.urlsplit, found[page]["links"]):
+            target = target_of(address)
+            anchor = urllib.parse.unquote(address.fragment)
+            if address.scheme == "file" and not target.exists():
+                yield f"{page.name}: {address.geturl()} leads nowhere"
+            elif target in found and anchor and anchor not in found[target]["anchors"]:
+                yield f"{page.name}: {target.name} has no place {anchor}"
+    near = {folder / "html/index.html"}
+    for _ in range(CLICKS):
+        near |= {target_of(urllib.parse.urlsplit(link)) for page in near if page in found
+                 for link in found[page]["text"]}
+    for page in set(pages) - near:
+        yield f"{page.name}: more than {CLICKS} clicks away from the first page"
+
+
+def target_of(address):
+    return pathlib.Path(urllib.parse.unquote(address.path))
 
 
 def hits(driver, folder, words):
