@@ -1,13 +1,13 @@
-// An operator new that throws when it is told to, and a watch over what the library hands to
+// An operator new that throws on demand, and a watch over what the library hands to
 // SQLite: an exception that left its callback would end the program.
 
 #include <cstdlib>
 #include <new>
 
-#include <dlfcn.h>
 #include <sqlite3.h>
 
 #include "Injector.h"
+#include "platform/Interposed.h"
 #include "Sweep.h"
 
 void* operator new(std::size_t size)
@@ -67,8 +67,7 @@ int withoutExceptions(void* call, int count, char** cells, char** names) noexcep
 extern "C" int sqlite3_exec(sqlite3* db, const char* sql, Callback callback, void* param,
                             char** error)
 {
-    static const auto real =
-        reinterpret_cast<decltype(&sqlite3_exec)>(dlsym(RTLD_NEXT, "sqlite3_exec"));
+    static const auto real = SQLW_REAL(sqlite3_exec);
     Call call = {callback, param};
     return real(db, sql, callback ? withoutExceptions : nullptr, &call, error);
 }

@@ -2,8 +2,9 @@
 
 #include <cstdlib>
 
-#include <dlfcn.h>
 #include <sqlite3.h>
+
+#include "platform/Interposed.h"
 
 namespace
 {
@@ -17,23 +18,9 @@ std::vector<Outcome> outcomes;
 // SQLite calls its own functions as well, which does not count.
 int depth = 0;
 
-class Within
-{
-public:
-    Within() { ++depth; }
-    ~Within() { --depth; }
-    Within(const Within&) = delete;
-    Within& operator=(const Within&) = delete;
-};
-
 bool counts(sqlite3* db)
 {
     return depth == 1 && db && db == watched;
-}
-
-template <typename Function> Function* real(Function*, const char* name)
-{
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
 // The library's own callback, and where its rows are kept.
@@ -69,8 +56,8 @@ extern "C" {
 
 int sqlite3_exec(sqlite3* db, const char* sql, Callback callback, void* param, char** errorText)
 {
-    const Within sqlite;
-    const auto exec = real(&sqlite3_exec, "sqlite3_exec");
+    const platform::Within sqlite(depth);
+    const auto exec = SQLW_REAL(sqlite3_exec);
     if (!counts(db))
         return exec(db, sql, callback, param, errorText);
     Outcome outcome;
@@ -85,19 +72,19 @@ int sqlite3_exec(sqlite3* db, const char* sql, Callback callback, void* param, c
 int sqlite3_prepare_v2(sqlite3* db, const char* sql, int length, sqlite3_stmt** stmt,
                        const char** tail)
 {
-    const Within sqlite;
+    const platform::Within sqlite(depth);
     if (counts(db)) {
         outcomes.emplace_back();
         outcomes.back().sql = sql;
     }
-    return real(&sqlite3_prepare_v2, "sqlite3_prepare_v2")(db, sql, length, stmt, tail);
+    return SQLW_REAL(sqlite3_prepare_v2)(db, sql, length, stmt, tail);
 }
 
 // The library steps once; what is no query succeeds when that ends it.
 int sqlite3_step(sqlite3_stmt* stmt)
 {
-    const Within sqlite;
-    const int rc = real(&sqlite3_step, "sqlite3_step")(stmt);
+    const platform::Within sqlite(depth);
+    const int rc = SQLW_REAL(sqlite3_step)(stmt);
     if (counts(sqlite3_db_handle(stmt))) {
         Outcome& outcome = outcomes.back();
         outcome.succeeded = rc == (sqlite3_column_count(stmt) > 0 ? SQLITE_ROW : SQLITE_DONE);

@@ -1,4 +1,4 @@
-// Stands between the library and SQLite, and keeps what SQLite makes of each statement: what the
+// Sits between the library and SQLite, and keeps what SQLite makes of each statement: what the
 // library makes of it can then be compared.
 
 #ifndef SQLW_TEST_SQLITE_WATCH_H

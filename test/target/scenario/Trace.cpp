@@ -4,25 +4,16 @@
 #include <cstdio>
 #include <ctime>
 
-#include <dlfcn.h>
 #include <sqlite3.h>
 
+#include "platform/Interposed.h"
 #include "platform/Platform.h"
 #include "platform/SystemLog.h"
 
 // SQLite calls its own functions as well, which does not count.
 static int sqliteDepth = 0;
 
-class WithinSqlite
-{
-public:
-    WithinSqlite() { ++sqliteDepth; }
-    ~WithinSqlite() { --sqliteDepth; }
-    WithinSqlite(const WithinSqlite&) = delete;
-    WithinSqlite& operator=(const WithinSqlite&) = delete;
-};
-
-// One event a line, also where a text has several.
+// One event per line, also where a text has several.
 static void writeEvent(const char* head, const sql::string& text)
 {
     std::printf("  %s ", head);
@@ -55,11 +46,6 @@ static void writeReport(const char* expression, const char* path, int line, cons
     std::printf("  assertion \"%s\" %s:%d \"%s\"\n", expression, path, line, function);
 }
 
-template <typename Function> static Function* real(Function*, const char* name)
-{
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
-
 extern "C" {
 
 time_t time(time_t* seconds) noexcept
@@ -73,23 +59,23 @@ time_t time(time_t* seconds) noexcept
 int sqlite3_exec(sqlite3* db, const char* sql, int (*callback)(void*, int, char**, char**),
                  void* param, char** errorText)
 {
-    const WithinSqlite scope;
+    const platform::Within sqlite(sqliteDepth);
     writeSql("sqlite3_exec", sql);
-    return real(&sqlite3_exec, "sqlite3_exec")(db, sql, callback, param, errorText);
+    return SQLW_REAL(sqlite3_exec)(db, sql, callback, param, errorText);
 }
 
 int sqlite3_prepare_v2(sqlite3* db, const char* sql, int length, sqlite3_stmt** stmt,
                        const char** tail)
 {
-    const WithinSqlite scope;
+    const platform::Within sqlite(sqliteDepth);
     writeSql("sqlite3_prepare_v2", sql);
-    return real(&sqlite3_prepare_v2, "sqlite3_prepare_v2")(db, sql, length, stmt, tail);
+    return SQLW_REAL(sqlite3_prepare_v2)(db, sql, length, stmt, tail);
 }
 
 int sqlite3_step(sqlite3_stmt* stmt)
 {
-    const WithinSqlite scope;
-    return real(&sqlite3_step, "sqlite3_step")(stmt);
+    const platform::Within sqlite(sqliteDepth);
+    return SQLW_REAL(sqlite3_step)(stmt);
 }
 
 } // extern "C"
@@ -122,61 +108,61 @@ void call(const char* text)
     std::printf("%s\n", text);
 }
 
-void answer(bool truth)
+void result(bool truth)
 {
     std::printf("  = %s\n", truth ? "true" : "false");
 }
 
-void answer(int number)
+void result(int number)
 {
     std::printf("  = %d\n", number);
 }
 
-void answer(sql::integer number)
+void result(sql::integer number)
 {
     std::printf("  = %lld\n", number);
 }
 
-void answer(double number)
+void result(double number)
 {
     std::printf("  = %.17g\n", number);
 }
 
-void answer(const char* text)
+void result(const char* text)
 {
-    answer(sql::string(text));
+    result(sql::string(text));
 }
 
-void answer(const sql::string& text)
+void result(const sql::string& text)
 {
     writeEvent("=", '"' + text + '"');
 }
 
-void answer(const std::vector<sql::string>& items)
+void result(const std::vector<sql::string>& items)
 {
     for (const sql::string& item : items)
-        answer(item);
+        result(item);
     std::printf("  = %d items\n", static_cast<int>(items.size()));
 }
 
-void answer(const sql::Field* field)
+void result(const sql::Field* field)
 {
-    answer(field ? field->dump() : "no field");
+    result(field ? field->dump() : "no field");
 }
 
-void answer(const sql::Value* value)
+void result(const sql::Value* value)
 {
-    answer(value ? value->dump(true) : "no value");
+    result(value ? value->dump(true) : "no value");
 }
 
-void answer(const sql::Record* record)
+void result(const sql::Record* record)
 {
-    answer(record ? record->dump(true) : "no record");
+    result(record ? record->dump(true) : "no record");
 }
 
-void answer(const void* pointer)
+void result(const void* pointer)
 {
-    answer(pointer ? "not null" : "null");
+    result(pointer ? "not null" : "null");
 }
 
 } // namespace scenario

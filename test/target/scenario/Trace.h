@@ -1,6 +1,6 @@
 // Writes down, on standard output, every call of the scenario, all that the library does to the
-// world meanwhile (log lines, assertion reports, SQL), and what the call answers. The clock stands
-// still, so that two runs write the same bytes.
+// world meanwhile (log lines, assertion reports, SQL), and what the call returns. The clock does
+// not move, so that two runs write the same bytes.
 
 #ifndef SQLW_SCENARIO_TRACE_H
 #define SQLW_SCENARIO_TRACE_H
@@ -10,13 +10,14 @@
 
 #include "Sql.h"
 
-// STEP runs a statement, ASK a call that answers: both are written as they stand in the source.
+// STEP runs a statement, ASK a call that returns something: both are written as the source has
+// them.
 #define STEP(...)                                                                                  \
     scenario::call(#__VA_ARGS__);                                                                  \
     __VA_ARGS__
 #define ASK(...)                                                                                   \
     scenario::call(#__VA_ARGS__);                                                                  \
-    scenario::answer(__VA_ARGS__)
+    scenario::result(__VA_ARGS__)
 
 namespace scenario
 {
@@ -30,17 +31,17 @@ void setTraceLevel(int level);
 void heading(const char* title);
 void call(const char* text);
 
-void answer(bool truth);
-void answer(int number);
-void answer(sql::integer number);
-void answer(double number);
-void answer(const char* text);
-void answer(const sql::string& text);
-void answer(const std::vector<sql::string>& items);
-void answer(const sql::Field* field);
-void answer(const sql::Value* value);
-void answer(const sql::Record* record);
-void answer(const void* pointer); // only whether it is null
+void result(bool truth);
+void result(int number);
+void result(sql::integer number);
+void result(double number);
+void result(const char* text);
+void result(const sql::string& text);
+void result(const std::vector<sql::string>& items);
+void result(const sql::Field* field);
+void result(const sql::Value* value);
+void result(const sql::Record* record);
+void result(const void* pointer); // only whether it is null
 
 void foundation();
 void times();

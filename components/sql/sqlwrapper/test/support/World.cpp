@@ -9,15 +9,17 @@
 #include <fstream>
 #include <new>
 
-#include <dlfcn.h>
 #include <sqlite3.h>
 #include <unistd.h>
 
+#include "platform/Interposed.h"
 #include "platform/Platform.h"
 #include "platform/SystemLog.h"
 
 namespace
 {
+
+using platform::Within;
 
 std::vector<std::string> events;
 sqltest::Faults theFaults;
@@ -25,18 +27,6 @@ bool recording = false;
 int recorderDepth = 0; // above 0 while the recorder itself is at work
 int sqliteDepth = 0;   // above 0 within SQLite, whose own calls of its functions do not count
 long allocationCount = 0;
-
-class Within
-{
-public:
-    explicit Within(int& depth) : _depth(depth) { ++_depth; }
-    ~Within() { --_depth; }
-    Within(const Within&) = delete;
-    Within& operator=(const Within&) = delete;
-
-private:
-    int& _depth;
-};
 
 void record(const std::string& event)
 {
@@ -61,12 +51,6 @@ bool faulty()
 {
     return recording && sqliteDepth == 1;
 }
-
-template <typename Function> Function* real(Function*, const char* name)
-{
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
-#define REAL(function) real(&function, #function)
 
 std::string sourceLine(const std::string& path, int wanted)
 {
@@ -232,7 +216,7 @@ extern "C" {
 
 time_t time(time_t* seconds) noexcept
 {
-    const time_t now = theFaults.clockFails ? static_cast<time_t>(-1) : REAL(time)(nullptr);
+    const time_t now = theFaults.clockFails ? static_cast<time_t>(-1) : SQLW_REAL(time)(nullptr);
     if (seconds)
         *seconds = now;
     return now;
@@ -240,13 +224,13 @@ time_t time(time_t* seconds) noexcept
 
 std::tm* localtime_r(const time_t* seconds, std::tm* local) noexcept
 {
-    return theFaults.localTimeFails ? nullptr : REAL(localtime_r)(seconds, local);
+    return theFaults.localTimeFails ? nullptr : SQLW_REAL(localtime_r)(seconds, local);
 }
 
 size_t strftime(char* text, size_t size, const char* pattern, const std::tm* local) noexcept
 {
     return theFaults.strftime ? theFaults.strftime(text, size)
-                              : REAL(strftime)(text, size, pattern, local);
+                              : SQLW_REAL(strftime)(text, size, pattern, local);
 }
 
 // SQLite
@@ -261,7 +245,7 @@ int sqlite3_open_v2(const char* path, sqlite3** db, int flags, const char* vfs)
         *db = nullptr;
         return SQLITE_OK;
     }
-    return REAL(sqlite3_open_v2)(path, db, flags, vfs);
+    return SQLW_REAL(sqlite3_open_v2)(path, db, flags, vfs);
 }
 
 int sqlite3_busy_timeout(sqlite3* db, int milliseconds)
@@ -269,14 +253,14 @@ int sqlite3_busy_timeout(sqlite3* db, int milliseconds)
     const Within sqlite(sqliteDepth);
     recordCall("busy_timeout", [=] { return std::to_string(milliseconds); });
     const int fault = faulty() ? theFaults.busyTimeoutResult : 0;
-    return fault ? fault : REAL(sqlite3_busy_timeout)(db, milliseconds);
+    return fault ? fault : SQLW_REAL(sqlite3_busy_timeout)(db, milliseconds);
 }
 
 int sqlite3_close(sqlite3* db)
 {
     const Within sqlite(sqliteDepth);
     recordCall("close");
-    return REAL(sqlite3_close)(db);
+    return SQLW_REAL(sqlite3_close)(db);
 }
 
 int sqlite3_exec(sqlite3* db, const char* sql, int (*callback)(void*, int, char**, char**),
@@ -284,9 +268,9 @@ int sqlite3_exec(sqlite3* db, const char* sql, int (*callback)(void*, int, char*
 {
     const Within sqlite(sqliteDepth);
     recordCall("exec", [=] { return std::string(sql); });
-    const int rc = REAL(sqlite3_exec)(db, sql, callback, param, errorText);
+    const int rc = SQLW_REAL(sqlite3_exec)(db, sql, callback, param, errorText);
     if (faulty() && theFaults.noErrorText && errorText && *errorText) {
-        REAL(sqlite3_free)(*errorText);
+        SQLW_REAL(sqlite3_free)(*errorText);
         *errorText = nullptr;
     }
     return faulty() && theFaults.execResult ? theFaults.execResult : rc;
@@ -299,49 +283,49 @@ int sqlite3_prepare_v2(sqlite3* db, const char* sql, int length, sqlite3_stmt** 
     recordCall("prepare_v2", [=] {
         return std::string(sql) + ", " + std::to_string(length) + (tail ? ", tail" : "");
     });
-    return REAL(sqlite3_prepare_v2)(db, sql, length, stmt, tail);
+    return SQLW_REAL(sqlite3_prepare_v2)(db, sql, length, stmt, tail);
 }
 
 int sqlite3_step(sqlite3_stmt* stmt)
 {
     const Within sqlite(sqliteDepth);
     recordCall("step");
-    return REAL(sqlite3_step)(stmt);
+    return SQLW_REAL(sqlite3_step)(stmt);
 }
 
 int sqlite3_column_count(sqlite3_stmt* stmt)
 {
     const Within sqlite(sqliteDepth);
     recordCall("column_count");
-    return REAL(sqlite3_column_count)(stmt);
+    return SQLW_REAL(sqlite3_column_count)(stmt);
 }
 
 int sqlite3_column_int(sqlite3_stmt* stmt, int column)
 {
     const Within sqlite(sqliteDepth);
     recordCall("column_int", [=] { return std::to_string(column); });
-    return REAL(sqlite3_column_int)(stmt, column);
+    return SQLW_REAL(sqlite3_column_int)(stmt, column);
 }
 
 int sqlite3_finalize(sqlite3_stmt* stmt)
 {
     const Within sqlite(sqliteDepth);
     recordCall("finalize");
-    return REAL(sqlite3_finalize)(stmt);
+    return SQLW_REAL(sqlite3_finalize)(stmt);
 }
 
 const char* sqlite3_errmsg(sqlite3* db)
 {
     const Within sqlite(sqliteDepth);
     recordCall("errmsg");
-    return REAL(sqlite3_errmsg)(db);
+    return SQLW_REAL(sqlite3_errmsg)(db);
 }
 
 void sqlite3_free(void* memory)
 {
     const Within sqlite(sqliteDepth);
     recordCall("free");
-    REAL(sqlite3_free)(memory);
+    SQLW_REAL(sqlite3_free)(memory);
 }
 
 } // extern "C"
