@@ -10,11 +10,11 @@
 namespace sql
 {
 
-// A number below this has at most seven digits before the point, so that eight decimals make at
-// most fifteen digits: as many as SQLite writes, and as many as a double keeps. Below the least,
-// SQLite writes an exponent.
-static const double tooLarge = 1e7;
-static const double least = 1e-4;
+// SQLite writes at most fifteen digits, new versions seventeen, which take off the last ones where
+// the number is plainly a shorter decimal. Between these bounds eight decimals make at most
+// thirteen digits, and every version writes just those.
+static const double tooLarge = 1e5;
+static const double least = 1e-3;
 
 StoredDouble::StoredDouble(double number) : _first(nullptr)
 {

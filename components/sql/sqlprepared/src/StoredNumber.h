@@ -14,7 +14,7 @@ class SQLW_INTERNAL StoredDouble
 public:
     explicit StoredDouble(double number);
 
-    /// Null when SQLite has to be asked: the number is not one of up to eight decimals and fifteen
+    /// Null when SQLite has to be asked: the number is not one of up to eight decimals and thirteen
     /// digits.
     const char* text() const { return _first; }
 

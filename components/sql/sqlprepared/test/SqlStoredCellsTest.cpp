@@ -589,9 +589,12 @@ TEST(StoredDoublesTest, AreReadWithTheTextOfSqlite)
         EXPECT_TRUE(reader.read(record));
         ASSERT_EQ(record.getValue(1)->asString(), record.getValue(0)->asString()) << number;
     };
-    for (double number :
-         {0.0, -0.0, 1.0, -1.0, 1e-4, 0.99999999e-4, 1.00000001e-4, 9999999.99999999, 1e7, 1e15,
-          1e16, 1e-5, 5e-324, 1e300, 0.1, 0.30000000000000004, 1.0 / 3})
+    for (double number : {0.0,        -0.0,           1.0,       -1.0,
+                          1e-4,       9.7658e-4,      9.9999e-4, 1e-3,
+                          1.00001e-3, 99999.99999999, 1e5,       9999999.99999999,
+                          1e7,        1e15,           1e16,      1e-5,
+                          5e-324,     1e300,          0.1,       0.30000000000000004,
+                          1.0 / 3})
         expectTextOf(number);
     std::mt19937 random(1);
     for (int i = 0; i < 20000; ++i) {
