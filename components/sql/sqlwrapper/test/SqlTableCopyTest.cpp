@@ -587,15 +587,12 @@ protected:
     {
         _stmt = stmt;
         _what = what;
-        sqlite3_trace_v2(
-            connection.db, SQLITE_TRACE_STMT,
-            [](unsigned, void* test, void*, void* text) {
-                auto& self = *static_cast<TableBackupWithWriterTest*>(test);
-                if (self._stmt == static_cast<const char*>(text))
-                    self.writer.run(self._what);
-                return 0;
-            },
-            this);
+        const auto writeOnce = [](void* test, const char* text) {
+            auto& self = *static_cast<TableBackupWithWriterTest*>(test);
+            if (self._stmt == text)
+                self.writer.run(self._what);
+        };
+        sqlite3_trace(connection.db, writeOnce, this); // which every SQLite has
     }
     static std::string throughCopy()
     {
