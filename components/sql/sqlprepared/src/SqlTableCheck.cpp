@@ -226,7 +226,7 @@ private:
     void findTable(sqlite3* db, string& name);
     bool readColumns(sqlite3* db, const char* pragma, const string& table);
     bool readIndexes(sqlite3* db, const string& table);
-    bool readIndex(sqlite3* db, const string& index, bool isOfKey);
+    bool readIndex(sqlite3* db, const string& index, const string& origin);
     bool hasRow(Statement& statement);
     bool prepare(Statement& statement, sqlite3* db, const char* pragma, const string& name);
 
@@ -405,13 +405,14 @@ bool Check::readIndexes(sqlite3* db, const string& table)
         return false;
     while (hasRow(statement))
         if (statement.getBool("unique") && !statement.getBool("partial") &&
-            !readIndex(db, statement.getString("name"), statement.getString("origin") == "pk"))
+            !readIndex(db, statement.getString("name"), statement.getString("origin")))
             return false;
     return !_error;
 }
 
-// An index of one column marks it. One of an expression has no name there.
-bool Check::readIndex(sqlite3* db, const string& index, bool isOfKey)
+// An index of one column marks it. One of an expression has no name there. Old versions of SQLite
+// do not know the origin of an index: one on the key is then taken for the key's own.
+bool Check::readIndex(sqlite3* db, const string& index, const string& origin)
 {
     Statement statement;
     if (!prepare(statement, db, "index_info", index))
@@ -423,6 +424,7 @@ bool Check::readIndex(sqlite3* db, const string& index, bool isOfKey)
     const int position = columns == 1 ? find(name) : -1;
     if (position >= 0) {
         Column& column = _columns[static_cast<std::size_t>(position)];
+        const bool isOfKey = origin.empty() ? column.isKey : origin == "pk";
         (isOfKey ? column.hasKeyIndex : column.isUnique) = true;
     }
     return !_error;

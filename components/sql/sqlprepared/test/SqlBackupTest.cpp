@@ -28,8 +28,11 @@ protected:
     BackupTest()
     {
         mine.run("create table item (id integer primary key, name text);"
-                 "insert into item with recursive n(i) as (select 1 union all select i + 1 from n "
-                 "where i < 1000) select i, hex(zeroblob(20)) from n");
+                 "create temp table digit (n);"
+                 "insert into digit values (0), (1), (2), (3), (4), (5), (6), (7), (8), (9);"
+                 "insert into item select 1 + a.n + 10 * b.n + 100 * c.n, hex(zeroblob(20))"
+                 " from digit a, digit b, digit c order by 1;"
+                 "drop table digit");
     }
 
     int pages(Connection& of) { return std::stoi(of.cell("pragma page_count")); }
