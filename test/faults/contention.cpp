@@ -4,8 +4,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <sqlite3.h>
+
 #include "Item.h"
 #include "Sql.h"
+#include "SqlPrepared.h"
 #include "Told.h"
 
 using faults::Point;
@@ -25,8 +28,19 @@ struct Result
     long added;
     long refused;
     long lines;
+    long locked; // how often an operation left a lock
 };
 
+bool holdsLock(sqlite3* db)
+{
+    for (sqlite3_stmt* each = sqlite3_next_stmt(db, nullptr); each;
+         each = sqlite3_next_stmt(db, each))
+        if (sqlite3_stmt_busy(each))
+            return true;
+    return !sqlite3_get_autocommit(db);
+}
+
+// Every other writer uses the companion.
 Result addRows(const std::string& path, int writer, long rows, int busyTimeout)
 {
     sql::Database database;
@@ -34,10 +48,14 @@ Result addRows(const std::string& path, int writer, long rows, int busyTimeout)
     sql::Table table(database.getHandle(), "rows", rowFields);
     sql::Record record(table.fields());
     record.setInteger("writer", writer);
-    Result result = {0, 0, 0};
+    sql::TableWriter cells(table);
+    cells.setInteger("writer", writer);
+    Result result = {0, 0, 0, 0};
     const long before = faults::told.errors;
-    for (long i = 0; i < rows; ++i)
-        ++(table.addRecord(record) ? result.added : result.refused);
+    for (long i = 0; i < rows; ++i) {
+        ++((writer % 2 ? cells.insert() : table.addRecord(record)) ? result.added : result.refused);
+        result.locked += holdsLock(database.getHandle()) ? 1 : 0;
+    }
     result.lines = faults::told.errors - before;
     return result;
 }
@@ -105,7 +123,7 @@ private:
         sql::Database database;
         database.open(path, sql::Database::read_write, false, 0);
         sql::Table table(database.getHandle(), "rows", rowFields);
-        Result all = {0, 0, 0};
+        Result all = {0, 0, 0, 0};
         for (int writer = 0; writer < writers; ++writer) {
             const Result& result = results[writer];
             all.added += result.added;
@@ -114,6 +132,7 @@ private:
             point.expect(result.lines == 2 * result.refused,
                          std::to_string(result.refused) + " refusals, but " +
                              std::to_string(result.lines) + " lines");
+            point.expect(result.locked == 0, "an operation left a lock");
             table.open("writer = " + std::to_string(writer));
             point.expect(table.recordCount() == result.added,
                          std::to_string(result.added) + " were answered true, " +

@@ -3,11 +3,13 @@
 #include <csignal>
 
 #include <sched.h>
+#include <sqlite3.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
 
 #include "Item.h"
 #include "Sql.h"
+#include "SqlPrepared.h"
 #include "Told.h"
 
 using faults::Point;
@@ -21,15 +23,63 @@ const sql::Field rowFields[] = {
     sql::Field(),
 };
 
-// Adds rows until one is refused, and looks at how that was told. Returns how many were added.
-sql::integer fill(const Point& point, sql::Table& table, sql::integer first, const char* expected)
+// An application that writes rows in either way.
+class Application
 {
-    sql::Record record(table.fields());
-    record.setString("text", std::string(2000, 'x'));
-    for (sql::integer id = first;; ++id) {
+public:
+    explicit Application(const Point& point, const std::string& path)
+        : _point(point), _table("rows"), _writer(_table)
+    {
+        database.open(path, sql::Database::read_write_create, false, 0);
+        _table.initTable(database.getHandle(), rowFields);
+        _table.create();
+    }
+
+    bool addByTable(sql::integer id)
+    {
+        sql::Record record(_table.fields());
         record.setInteger("id", id);
+        record.setString("text", _text);
+        return _table.addRecord(record);
+    }
+    bool addByWriter(sql::integer id)
+    {
+        _writer.setInteger(0, id);
+        _writer.setString(1, _text);
+        const bool added = _writer.insert();
+        _point.expect(added != bool(_writer.error()), "the writer has an error when it failed");
+        return added;
+    }
+
+    void expectRows(sql::integer count)
+    {
+        _point.expect(_table.totalRecordCount() == count, "no row is missing, and none too many");
+        _point.expect(_table.query("pragma integrity_check") && _table.recordCount() == 1 &&
+                          _table.getTopRecord()->getValue(0)->asString() == "ok",
+                      "the file is whole");
+    }
+
+    sqlite3* db() { return database.getHandle(); }
+
+    sql::Database database;
+
+private:
+    const Point& _point;
+    const std::string _text = std::string(2000, 'x');
+    sql::Table _table;
+    sql::TableWriter _writer;
+};
+
+using Add = bool (Application::*)(sql::integer id);
+using MakeRoom = std::function<bool()>;
+
+// Adds rows until one is refused, and looks at how that was reported. Returns how many were added.
+sql::integer fill(const Point& point, Application& application, Add add, sql::integer first,
+                  const char* expected)
+{
+    for (sql::integer id = first;; ++id) {
         const long before = faults::told.errors;
-        if (table.addRecord(record))
+        if ((application.*add)(id))
             continue;
         point.expect(faults::told.errors == before + 2, "a refusal takes two ERROR lines");
         point.expect(faults::lastLineHas(expected), std::string("the last line has ") + expected);
@@ -38,29 +88,81 @@ sql::integer fill(const Point& point, sql::Table& table, sql::integer first, con
 }
 
 // Fills what there is, makes room, and fills that.
-void fillTwice(const Point& point, const std::string& path, const char* expected,
-               const std::function<bool()>& makeRoom)
+void fillTwice(const Point& point, const std::string& path, Add add, const char* expected,
+               const MakeRoom& makeRoom)
 {
-    sql::Database database;
-    database.open(path, sql::Database::read_write_create, false, 0);
-    sql::Table table(database.getHandle(), "rows", rowFields);
-    table.create();
-    const auto expectRows = [&](sql::integer count) {
-        point.expect(table.totalRecordCount() == count, "no row is missing");
-        point.expect(table.query("pragma integrity_check") && table.recordCount() == 1 &&
-                         table.getTopRecord()->getValue(0)->asString() == "ok",
-                     "the file is whole");
-    };
-    const sql::integer added = fill(point, table, 1, expected);
+    Application application(point, path);
+    const sql::integer added = fill(point, application, add, 1, expected);
     point.expect(added > 100, "more than 100 rows fit");
-    expectRows(added);
+    application.expectRows(added);
     point.expect(makeRoom(), "there is more room");
-    const sql::integer more = fill(point, table, added + 1, expected);
+    const sql::integer more = fill(point, application, add, added + 1, expected);
     point.expect(more > 100, "more than 100 rows fit in what was added");
-    expectRows(added + more);
+    application.expectRows(added + more);
 }
 
-void smallDisk(const Point& point)
+void addInTransaction(const Point& point, Application& application, sql::integer first, int rows)
+{
+    sql::Transaction transaction(application.db());
+    for (sql::integer id = first; id < first + rows; ++id)
+        point.expect(application.addByWriter(id), "a row is added");
+    point.expect(transaction.commit(), "a transaction is committed where there is room");
+}
+
+// When the disk is full SQLite rolls back by itself, in the midst of the transaction where its
+// cache is small, otherwise at the commit. The guard must not take that for an open transaction.
+void fillTransaction(const Point& point, const std::string& path, int pagesOfCache,
+                     const MakeRoom& makeRoom)
+{
+    Application application(point, path);
+    sql::RecordSet(application.db()).query("pragma cache_size = " + sql::intToStr(pagesOfCache));
+    addInTransaction(point, application, 1, 10);
+    {
+        sql::Transaction transaction(application.db());
+        point.expect(transaction.isOpen(), "a transaction begins");
+        const sql::integer beyond = 1000;
+        sql::integer id = 11;
+        while (id < beyond && application.addByWriter(id))
+            ++id;
+        point.expect(transaction.isOpen() == (id == beyond), "it ends at the first refusal");
+        point.expect(!transaction.commit() && transaction.error(), "it cannot be committed");
+        point.expect(id < beyond || transaction.error().code() == SQLITE_FULL, "the disk is full");
+        point.expect(!transaction.isOpen() && sqlite3_get_autocommit(application.db()),
+                     "SQLite has rolled it back, and the guard knows");
+        point.expect(transaction.rollback(), "it is rolled back");
+        application.expectRows(10);
+    }
+    point.expect(makeRoom(), "there is more room");
+    addInTransaction(point, application, 11, 100);
+    application.expectRows(110);
+}
+
+// A copy that finds no room leaves what was there.
+void fillByBackup(const Point& point, const std::string& path, const MakeRoom& makeRoom)
+{
+    Application source(point, ":memory:");
+    addInTransaction(point, source, 1, 600);
+    Application copy(point, path);
+    addInTransaction(point, copy, 1, 10);
+    const auto backUp = [&] {
+        sql::Backup backup(copy.db(), source.db());
+        while (backup.step(20)) {
+        }
+        point.expect(backup.isDone() || backup.error().code() == SQLITE_FULL, "the disk is full");
+        point.expect(backup.isDone() || faults::lastLineHas("rc=13=SQLITE_FULL"),
+                     "and that is reported");
+        return backup.isDone();
+    };
+    point.expect(!backUp(), "the copy does not fit");
+    copy.expectRows(10);
+    point.expect(makeRoom(), "there is more room");
+    point.expect(backUp(), "the copy fits");
+    copy.expectRows(600);
+}
+
+// A disk of a megabyte, on which `use` gets the path of a file and a way to make twice the room.
+void onSmallDisk(const Point& point,
+                 const std::function<void(const std::string&, const MakeRoom&)>& use)
 {
     const faults::Folder folder("/tmp");
     const char* const path = folder.path.c_str();
@@ -70,8 +172,29 @@ void smallDisk(const Point& point)
                              mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
                              mount("tmpfs", path, "tmpfs", 0, "size=1m") == 0,
                          "a tmpfs can be mounted, for which this item needs to be root"))
-            fillTwice(point, folder.path + "/full.db", "rc=13=SQLITE_FULL",
-                      [&] { return mount("none", path, "tmpfs", MS_REMOUNT, "size=2m") == 0; });
+            use(folder.path + "/full.db",
+                [&] { return mount("none", path, "tmpfs", MS_REMOUNT, "size=2m") == 0; });
+    });
+}
+
+void smallDisk(const Point& point, Add add)
+{
+    onSmallDisk(point, [&](const std::string& path, const MakeRoom& makeRoom) {
+        fillTwice(point, path, add, "rc=13=SQLITE_FULL", makeRoom);
+    });
+}
+
+void smallDiskInTransaction(const Point& point, int pagesOfCache)
+{
+    onSmallDisk(point, [&](const std::string& path, const MakeRoom& makeRoom) {
+        fillTransaction(point, path, pagesOfCache, makeRoom);
+    });
+}
+
+void smallDiskByBackup(const Point& point)
+{
+    onSmallDisk(point, [&](const std::string& path, const MakeRoom& makeRoom) {
+        fillByBackup(point, path, makeRoom);
     });
 }
 
@@ -82,13 +205,13 @@ bool limitFiles(rlim_t kilobytes)
 }
 
 // SQLite takes only ENOSPC for a full disk; a file at its limit is EFBIG, and an I/O error.
-void limitedFiles(const Point& point)
+void limitedFiles(const Point& point, Add add)
 {
     const faults::Folder folder("/tmp");
     point.inChild([&] {
         std::signal(SIGXFSZ, SIG_IGN);
         point.expect(limitFiles(500), "files can be limited");
-        fillTwice(point, folder.path + "/limited.db", "rc=10=SQLITE_IOERR",
+        fillTwice(point, folder.path + "/limited.db", add, "rc=10=SQLITE_IOERR",
                   [] { return limitFiles(1000); });
     });
 }
@@ -97,5 +220,18 @@ void limitedFiles(const Point& point)
 
 int main(int argc, char** argv)
 {
-    return faults::run(argc, argv, {{"tmpfs", smallDisk}, {"rlimit", limitedFiles}});
+    const auto by = [](void (*fill)(const Point&, Add), Add add) {
+        return [=](const Point& point) { fill(point, add); };
+    };
+    const auto inTransaction = [](int pagesOfCache) {
+        return [=](const Point& point) { smallDiskInTransaction(point, pagesOfCache); };
+    };
+    return faults::run(argc, argv,
+                       {{"tmpfs", by(smallDisk, &Application::addByTable)},
+                        {"tmpfs-writer", by(smallDisk, &Application::addByWriter)},
+                        {"tmpfs-transaction", inTransaction(10)},
+                        {"tmpfs-commit", inTransaction(2000)},
+                        {"tmpfs-backup", smallDiskByBackup},
+                        {"rlimit", by(limitedFiles, &Application::addByTable)},
+                        {"rlimit-writer", by(limitedFiles, &Application::addByWriter)}});
 }

@@ -1,4 +1,5 @@
-// A writer killed at random moments: what it committed is there, whole transactions only.
+// Writers of every kind, killed at random moments: what they committed is there, whole transactions
+// only.
 
 #include <csignal>
 #include <cstdlib>
@@ -11,6 +12,7 @@
 
 #include "Item.h"
 #include "Sql.h"
+#include "SqlPrepared.h"
 
 using faults::Point;
 
@@ -18,6 +20,7 @@ namespace
 {
 
 const int rowsPerTransaction = 50;
+const char* const rowText = "a row of this batch, long enough to fill pages soon enough";
 
 const sql::Field rowFields[] = {
     sql::Field("id", sql::type_int, sql::flag_primary_key),
@@ -26,26 +29,63 @@ const sql::Field rowFields[] = {
     sql::Field(),
 };
 
+bool commitByTable(sql::Database& database, sql::integer batch)
+{
+    sql::Table table(database.getHandle(), "rows", rowFields);
+    sql::Record record(table.fields());
+    record.setInteger("batch", batch);
+    record.setString("text", rowText);
+    bool ok = database.transactionBegin();
+    for (int i = 0; ok && i < rowsPerTransaction; ++i)
+        ok = table.addRecord(record);
+    return ok && database.transactionCommit();
+}
+
+bool commitByWriter(sql::Database& database, sql::integer batch)
+{
+    sql::Table table(database.getHandle(), "rows", rowFields);
+    sql::Transaction transaction(database.getHandle());
+    sql::TableWriter writer(table);
+    writer.setInteger("batch", batch);
+    writer.setString("text", rowText);
+    for (int i = 0; i < rowsPerTransaction; ++i)
+        if (!writer.insert())
+            return false;
+    return transaction.commit();
+}
+
+// Puts a copy in the place of the file, page by page.
+bool commitByBackup(sql::Database& database, sql::integer batch)
+{
+    static sql::Database source;
+    if (!source.isOpen()) {
+        source.open(":memory:", sql::Database::read_write_create, false, 0);
+        sql::Table(source.getHandle(), "rows", rowFields).create();
+    }
+    if (!commitByWriter(source, batch))
+        return false;
+    sql::Backup backup(database.getHandle(), source.getHandle());
+    while (backup.step(1)) {
+    }
+    return backup.isDone();
+}
+
+const struct
+{
+    const char* name;
+    bool (*commit)(sql::Database& database, sql::integer batch);
+} writers[] = {{"table", commitByTable}, {"writer", commitByWriter}, {"backup", commitByBackup}};
+const std::size_t writerCount = sizeof(writers) / sizeof(writers[0]);
+
 // Commits transactions until it is killed, and writes a byte to the pipe after each.
-[[noreturn]] void writeForEver(const std::string& path, int pipeEnd, sql::integer batch)
+[[noreturn]] void writeForEver(const std::string& path, int pipeEnd, sql::integer batch,
+                               std::size_t writer)
 {
     sql::Database database;
     database.open(path, sql::Database::read_write, false, 1000);
-    sql::Table table(database.getHandle(), "rows", rowFields);
-    sql::Record record(table.fields());
-    for (;; ++batch) {
-        bool ok = database.transactionBegin();
-        for (int i = 0; ok && i < rowsPerTransaction; ++i) {
-            record.setNull("id");
-            record.setInteger("batch", batch);
-            record.setString("text", "a row of this batch, long enough to fill pages soon enough");
-            ok = table.addRecord(record);
-        }
-        if (!ok || !database.transactionCommit())
+    for (;; ++batch)
+        if (!writers[writer].commit(database, batch) || write(pipeEnd, "c", 1) != 1)
             _exit(1);
-        if (write(pipeEnd, "c", 1) != 1)
-            _exit(1);
-    }
 }
 
 long number(sqlite3* db, const std::string& query)
@@ -64,24 +104,29 @@ class Kills : public faults::Item
 public:
     Kills() { renew(); }
 
-    std::string points() const override { return "the seeds of random numbers"; }
+    std::string points() const override { return "table:SEED, writer:SEED and backup:SEED"; }
 
     void tryAll(bool quick) override
     {
         const long count = quick ? 300 : 10000;
         for (long seed = 1; seed <= count; ++seed)
-            killWriter(Point(std::to_string(seed)), static_cast<unsigned>(seed));
+            killWriter(static_cast<std::size_t>(seed) % writerCount, static_cast<unsigned>(seed));
         faults::figure("%ld of %ld kills left a journal behind", _journals, count);
         Point("-").expect(_journals * 2 >= count, "most kills hit a transaction");
     }
 
     bool tryOne(const std::string& name) override
     {
+        const std::vector<std::string> said = faults::parts(name);
         long seed = 0;
-        if (!faults::isNumber(name, seed))
+        if (said.size() != 2 || !faults::isNumber(said[1], seed))
             return false;
-        killWriter(Point(name), static_cast<unsigned>(seed));
-        return true;
+        for (std::size_t writer = 0; writer < writerCount; ++writer)
+            if (said[0] == writers[writer].name) {
+                killWriter(writer, static_cast<unsigned>(seed));
+                return true;
+            }
+        return false;
     }
 
 private:
@@ -97,8 +142,9 @@ private:
             std::abort();
     }
 
-    void killWriter(const Point& point, unsigned seed)
+    void killWriter(std::size_t writer, unsigned seed)
     {
+        const Point point(std::string(writers[writer].name) + ":" + std::to_string(seed));
         std::mt19937 random(seed);
         int ends[2];
         if (pipe(ends) != 0)
@@ -107,7 +153,7 @@ private:
         const pid_t child = fork();
         if (child == 0) {
             close(ends[0]);
-            writeForEver(path(), ends[1], batch);
+            writeForEver(path(), ends[1], batch, writer);
         }
         close(ends[1]);
         char byte = 0;
