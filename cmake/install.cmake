@@ -8,7 +8,7 @@ set(headers_folder ${CMAKE_INSTALL_INCLUDEDIR}/sqlwrapper)
 set(config_folder ${CMAKE_INSTALL_LIBDIR}/cmake/sqlwrapper)
 set(pkgconfig_folder ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-# A shared and a static library can stand side by side: each is installed by a build of its own. What
+# A shared and a static library can be side by side: each is installed by a build of its own. What
 # both install is the same.
 if(BUILD_SHARED_LIBS)
   set(kind Shared)

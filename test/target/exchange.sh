@@ -13,7 +13,7 @@ on_host() { "$host_examples/$1/$1" "${@:2}"; }
 on_target() { "${emulator[@]}" "$target_examples/$1/$1" "${@:2}"; }
 
 # inventory SIDE FILE STATUS: brings the file up to date, and prints the report but for the line that
-# tells how long that took.
+# says how long that took.
 inventory() {
     "on_$1" package-inventory --database "$2" --info info --top 100 "$3" | sed '/^Written to /d'
 }
