@@ -125,7 +125,7 @@ std::string Changes::take()
     int size = 0;
     void* bytes = nullptr;
     check(sqlite3session_changeset(_session, &size, &bytes), "the changes cannot be recorded");
-    const std::string changeset(static_cast<const char*>(bytes), static_cast<std::size_t>(size));
+    std::string changeset(static_cast<const char*>(bytes), static_cast<std::size_t>(size));
     sqlite3_free(bytes);
     return changeset;
 }

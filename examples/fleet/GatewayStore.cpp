@@ -146,7 +146,7 @@ std::string GatewayStore::take(const Message& message)
     const Received known = received(message.board);
     if (isKnown(message, known))
         return std::string();
-    const std::string why = objection(message, known);
+    std::string why = objection(message, known);
     if (!why.empty())
         noteEvent(message.board, "refused: " + why);
     else if (message.kind == Message::snapshot)

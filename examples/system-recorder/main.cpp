@@ -229,7 +229,7 @@ Span spanOf(Recording& recording, const Request& request)
 /// The counters that the names from `first` on mean.
 Counters countersOf(const Recording& recording, const Request& request, std::size_t first)
 {
-    const Counters all = recording.counters();
+    Counters all = recording.counters();
     if (request.names.size() == first)
         return all;
     Counters chosen;

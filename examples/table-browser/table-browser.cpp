@@ -166,6 +166,7 @@ std::vector<std::string> columnsOf(sql::Database& database, const Request& reque
             break;
     }
     std::vector<std::string> names;
+    names.reserve(static_cast<std::size_t>(columns.count()));
     for (int i = 0; i < columns.count(); ++i)
         names.push_back(columns.getRecord(i)->getValue(1)->asString());
     return names;

@@ -24,9 +24,10 @@ StoredDouble::StoredDouble(double number) : _first(nullptr)
         return;
 
     const double unit = 1e8; // eight decimals
-    const integer shifted = static_cast<integer>(magnitude * unit + 0.5);
-    if (static_cast<double>(shifted) / unit !=
-        magnitude) // rounded once, so that equal means nearest
+    const integer shifted =
+        static_cast<integer>(magnitude * unit + 0.5); // NOLINT(bugprone-incorrect-roundings)
+    // Rounded once, so that equal means nearest, whichever way the sum above was rounded.
+    if (static_cast<double>(shifted) / unit != magnitude)
         return;
 
     const int decimals = 8;
