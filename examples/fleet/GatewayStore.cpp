@@ -69,18 +69,21 @@ void GatewayStore::makeOwnTables()
 
 void GatewayStore::begin()
 {
+    if (_transaction && !_transaction->isOpen())
+        throw support::Failure{"nothing was kept: SQLite has rolled it back"};
     if (_transaction)
         return;
-    _transaction = std::make_unique<sql::Transaction>(db());
-    if (!_transaction->isOpen())
-        fail("the gateway's database cannot be written", _transaction->error());
+    auto transaction = std::make_unique<sql::Transaction>(db());
+    if (!transaction->isOpen())
+        fail("the gateway's database cannot be written", transaction->error());
+    _transaction = std::move(transaction);
 }
 
 void GatewayStore::commit()
 {
-    if (_transaction && !_transaction->commit())
-        fail("nothing was kept", _transaction->error());
-    _transaction.reset();
+    const std::unique_ptr<sql::Transaction> ended = std::move(_transaction);
+    if (ended && !ended->commit())
+        fail("nothing was kept", ended->error());
 }
 
 GatewayStore::Received GatewayStore::received(std::uint64_t board)
@@ -146,6 +149,7 @@ std::string GatewayStore::take(const Message& message)
     const Received known = received(message.board);
     if (isKnown(message, known))
         return std::string();
+    sql::Transaction one(db()); // within that of all which was taken
     std::string why = objection(message, known);
     if (!why.empty())
         noteEvent(message.board, "refused: " + why);
@@ -155,6 +159,8 @@ std::string GatewayStore::take(const Message& message)
         apply(message);
     if (why.empty())
         note(message);
+    if (!one.commit())
+        fail("a changeset cannot be kept", one.error());
     return why;
 }
 

@@ -16,8 +16,9 @@ namespace fleet
 {
 
 /// Takes each changeset once, in the order of its line, and notes its number in the transaction
-/// that applies it. Owns the connection. Throws `support::Failure` when the database refuses; what
-/// was not committed is rolled back then.
+/// that applies it. Owns the connection. Throws `support::Failure` when the database refuses:
+/// `take` leaves what was taken before as it is, unless SQLite itself rolled back, of which
+/// `commit` throws.
 class GatewayStore
 {
 public:
@@ -32,7 +33,7 @@ public:
     /// @return why it was refused; the empty text when it was not.
     std::string take(const Message& message);
 
-    /// Keeps what was taken.
+    /// Keeps what was taken, or none of it.
     void commit();
 
 private:

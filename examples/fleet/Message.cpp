@@ -1,5 +1,6 @@
 #include "Message.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -17,7 +18,7 @@ namespace
 const char magic[] = "fleet-1";
 const std::size_t headSize = 8 + 8 + 5 * 8 + 8 + 8; // magic, kind, numbers, size, checksum
 const std::uint64_t longest = 64 << 20;
-const int waitMs = 30000;
+const std::size_t pieceSize = 64 << 10;
 
 void put(std::string& bytes, std::uint64_t number)
 {
@@ -46,17 +47,6 @@ std::string headOf(const Message& message)
           message.hash, std::uint64_t(message.bytes.size())})
         put(head, number);
     return head;
-}
-
-// Waits for the other end.
-bool isReady(int descriptor, short events)
-{
-    pollfd waited = {descriptor, events, 0};
-    int ready = 0;
-    do
-        ready = poll(&waited, 1, waitMs);
-    while (ready < 0 && errno == EINTR);
-    return ready > 0;
 }
 
 } // namespace
@@ -89,47 +79,67 @@ void Channel::send(const Message& message)
     }
 }
 
-bool Channel::read(std::string& bytes, std::size_t size)
+bool Channel::isReady(int descriptor, short events) const
 {
-    bytes.resize(size);
-    for (std::size_t held = 0; held < size;) {
-        if (!isReady(_input, POLLIN))
-            throw support::Failure{"the other end is silent"};
-        const ssize_t count = ::read(_input, &bytes[held], size - held);
-        if (count == 0 && held == 0)
-            return false;
-        if (count == 0)
-            throw support::Failure{"a message is cut off"};
-        if (count < 0 && errno != EINTR)
-            throw support::Failure{std::string("nothing can be read: ") + std::strerror(errno)};
-        held += count > 0 ? static_cast<std::size_t>(count) : 0;
-    }
-    return true;
+    pollfd waited = {descriptor, events, 0};
+    int ready = 0;
+    do
+        ready = poll(&waited, 1, _waitMs);
+    while (ready < 0 && errno == EINTR);
+    return ready > 0;
 }
 
 bool Channel::receive(Message& message)
 {
-    std::string head;
-    if (!read(head, headSize))
+    while (!next(message))
+        if (!fill())
+            return false;
+    return true;
+}
+
+bool Channel::fill()
+{
+    if (!isReady(_input, POLLIN))
+        throw support::Failure{"the other end is silent"};
+    _bytes.erase(0, _taken);
+    _taken = 0;
+    const std::size_t held = _bytes.size();
+    _bytes.resize(held + pieceSize);
+    ssize_t count = 0;
+    do
+        count = ::read(_input, &_bytes[held], pieceSize);
+    while (count < 0 && errno == EINTR);
+    _bytes.resize(held + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    if (count < 0)
+        throw support::Failure{std::string("nothing can be read: ") + std::strerror(errno)};
+    if (count == 0 && held > 0)
+        throw support::Failure{"a message is cut off"};
+    return count > 0;
+}
+
+bool Channel::next(Message& message)
+{
+    if (_bytes.size() - _taken < headSize)
         return false;
-    if (head.compare(0, sizeof(magic), magic, sizeof(magic)) != 0)
+    if (_bytes.compare(_taken, sizeof(magic), magic, sizeof(magic)) != 0)
         throw support::Failure{"what comes is no message of a board or a gateway"};
-    std::size_t position = sizeof(magic);
-    message.kind = static_cast<Message::Kind>(get(head, position));
+    std::size_t position = _taken + sizeof(magic);
+    message.kind = static_cast<Message::Kind>(get(_bytes, position));
     for (std::uint64_t* field :
          {&message.board, &message.line, &message.number, &message.version, &message.hash})
-        *field = get(head, position);
-    const std::uint64_t size = get(head, position);
-    const std::uint64_t sum = get(head, position);
-    head.resize(headSize - 8);
+        *field = get(_bytes, position);
+    const std::uint64_t size = get(_bytes, position);
+    const std::string head = _bytes.substr(_taken, position - _taken);
+    const std::uint64_t sum = get(_bytes, position);
     if (size > longest)
         throw support::Failure{"a message is damaged"};
-    if (size > 0 && !read(message.bytes, size))
-        throw support::Failure{"a message is cut off"};
-    if (size == 0)
-        message.bytes.clear();
+    const auto length = static_cast<std::size_t>(size);
+    if (_bytes.size() - position < length)
+        return false;
+    message.bytes = _bytes.substr(position, length);
     if (checksum(head, message.bytes) != sum)
         throw support::Failure{"a message is damaged"};
+    _taken = position + length;
     return true;
 }
 

@@ -34,24 +34,36 @@ struct Message
 /// The hash of a line after one more changeset.
 std::uint64_t hashAfter(std::uint64_t hash, const std::string& changeset);
 
-/// Sends and receives messages. Owns no descriptor.
+/// Sends and receives messages. Owns no descriptor. Throws `support::Failure` for a message that is
+/// cut off, damaged or no message.
 class Channel
 {
 public:
-    /// What can be read and written; the same one for a socket.
-    Channel(int input, int output) : _input(input), _output(output) {}
+    /// What can be read and written; the same one for a socket. The other end gets `waitMs` to send
+    /// something, and to take what is sent.
+    Channel(int input, int output, int waitMs = 30000)
+        : _input(input), _output(output), _waitMs(waitMs)
+    {}
 
-    /// Throws `support::Failure` when the other end is gone or does not take it within 30 seconds.
+    /// Throws `support::Failure` when the other end is gone or does not take it in time.
     void send(const Message& message);
-    /// False when the other end has closed between two messages. Throws `support::Failure` for a
-    /// message that is cut, damaged or no message, and when none comes within 30 seconds.
+    /// False when the other end has closed between two messages. Throws when none comes in time.
     bool receive(Message& message);
 
+    /// The two halves of `receive`: waits for something to come and reads it, and takes a whole
+    /// message out of what was read. `fill` is false when the other end has closed, `next` when the
+    /// rest of the message is still to come.
+    bool fill();
+    bool next(Message& message);
+
 private:
-    bool read(std::string& bytes, std::size_t size);
+    bool isReady(int descriptor, short events) const;
 
     int _input;
     int _output;
+    int _waitMs;
+    std::string _bytes;     // that were read
+    std::size_t _taken = 0; // of them, as messages
 };
 
 } // namespace fleet

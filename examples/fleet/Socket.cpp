@@ -31,9 +31,9 @@ Addresses addressesOf(const std::string& host, const std::string& port)
     return Addresses(found, freeaddrinfo);
 }
 
-Socket made()
+Socket made(int flags)
 {
-    Socket socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    Socket socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | flags, 0));
     if (socket.descriptor() < 0)
         throw support::Failure{std::string("no socket can be made: ") + std::strerror(errno)};
     return socket;
@@ -50,7 +50,7 @@ Socket::~Socket()
 Socket Socket::connectedTo(const std::string& host, const std::string& port)
 {
     const Addresses address = addressesOf(host, port);
-    Socket socket = made();
+    Socket socket = made(0);
     if (connect(socket.descriptor(), address->ai_addr, address->ai_addrlen) != 0)
         throw support::Failure{host + " port " + port +
                                " cannot be reached: " + std::strerror(errno)};
@@ -60,7 +60,7 @@ Socket Socket::connectedTo(const std::string& host, const std::string& port)
 Socket Socket::listeningAt(const std::string& port)
 {
     const Addresses address = addressesOf("127.0.0.1", port);
-    Socket socket = made();
+    Socket socket = made(SOCK_NONBLOCK);
     const int on = 1;
     setsockopt(socket.descriptor(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
     if (bind(socket.descriptor(), address->ai_addr, address->ai_addrlen) != 0 ||

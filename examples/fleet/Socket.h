@@ -26,7 +26,7 @@ public:
     int descriptor() const { return _descriptor; }
     /// The port that it listens at, also when the system chose it ("0").
     int port() const;
-    /// Waits for the next one who connects; an invalid one when a signal ended the wait.
+    /// The next one who has connected; an invalid one when there is none.
     Socket accepted() const;
 
 private:

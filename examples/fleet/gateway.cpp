@@ -1,14 +1,12 @@
 // The gateway of a fleet: has the rows of all boards.
 
-#include <csignal>
-#include <iostream>
-
 #include <fcntl.h>
 #include <unistd.h>
 
 #include "GatewayStore.h"
 #include "Program.h"
 #include "Report.h"
+#include "Service.h"
 #include "Socket.h"
 
 namespace
@@ -30,67 +28,6 @@ const char usage[] =
     "interface; 0 takes a free one, and prints it.\n"
     "\n"
     "Exit status: 0 on success, 1 on failure, 2 for wrong usage.\n";
-
-volatile std::sig_atomic_t isEnded = 0;
-
-void end(int)
-{
-    isEnded = 1;
-}
-
-Message refusal(const Message& message, const std::string& why)
-{
-    Message reply = message;
-    reply.kind = Message::refused;
-    reply.bytes = why;
-    return reply;
-}
-
-// One shipper, from its first message to its last. What it sends is kept at each `end`.
-void serve(GatewayStore& store, Channel& channel)
-{
-    Message message;
-    std::string why;
-    while (channel.receive(message)) {
-        if (message.kind == Message::hello) {
-            channel.send(store.have(message.board));
-        } else if (message.kind == Message::end) {
-            store.commit();
-            channel.send(why.empty() ? store.have(message.board) : refusal(message, why));
-            why.clear();
-        } else if (why.empty()) {
-            why = store.take(message);
-        }
-    }
-}
-
-// A shipper that fails ends alone: what it sent since its last `end` comes again.
-void serveOne(const std::string& file, const Socket& socket)
-{
-    try {
-        GatewayStore store(file);
-        Channel channel(socket.descriptor(), socket.descriptor());
-        serve(store, channel);
-    } catch (const Failure& failure) {
-        std::cerr << "gateway: " << failure.message << "\n";
-    }
-}
-
-void listen(const std::string& file, const std::string& port)
-{
-    struct sigaction action = {};
-    action.sa_handler = end; // without SA_RESTART: it ends the wait
-    sigaction(SIGTERM, &action, nullptr);
-    sigaction(SIGINT, &action, nullptr);
-    GatewayStore(file).commit(); // makes it, or says why not, before the first board comes
-    const Socket socket = Socket::listeningAt(port);
-    std::cout << socket.port() << std::endl;
-    while (!isEnded) {
-        const Socket shipper = socket.accepted();
-        if (shipper.descriptor() >= 0)
-            serveOne(file, shipper);
-    }
-}
 
 void apply(GatewayStore& store, const std::string& name)
 {
@@ -118,8 +55,7 @@ void run(const Arguments& arguments)
         listen(file, arguments[2]);
     } else if (command == "pipe" && arguments.size() == 2) {
         GatewayStore store(file);
-        Channel channel(STDIN_FILENO, STDOUT_FILENO);
-        serve(store, channel);
+        serve(store, STDIN_FILENO, STDOUT_FILENO);
     } else if (command == "apply" && arguments.size() > 2) {
         GatewayStore store(file);
         for (std::size_t i = 2; i < arguments.size(); ++i)

@@ -1,5 +1,6 @@
 """Boards, their shippers and a gateway, as processes, in a folder of their own."""
 
+import os
 import pathlib
 import random
 import signal
@@ -43,8 +44,9 @@ class Fleet:
     def start(self, program, *arguments, **options):
         programs, emulator = self.elsewhere.get(options.pop("board", None), self.here)
         command = [*emulator, str(programs / program), *map(str, arguments)]
-        return subprocess.Popen(command, stdin=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True,
-                                stdout=options.pop("stdout", subprocess.PIPE), **options)
+        return subprocess.Popen(command, stdin=options.pop("stdin", subprocess.DEVNULL), text=True,
+                                stdout=options.pop("stdout", subprocess.PIPE),
+                                stderr=subprocess.PIPE, **options)
 
     def run(self, program, *arguments, **options):
         """The exit status and the last line of the errors."""
@@ -59,8 +61,8 @@ class Fleet:
         return self.run("board", self.file(number), number, "--replay", samples, *options,
                         board=number)
 
-    def listen(self):
-        self.listener = self.start("gateway", self.gateway_file, "listen", 0)
+    def listen(self, **options):
+        self.listener = self.start("gateway", self.gateway_file, "listen", 0, **options)
         self.port = self.listener.stdout.readline().strip()
 
     def stop_listening(self, how=signal.SIGKILL):
@@ -73,6 +75,15 @@ class Fleet:
         return self.run("ship", self.file(number), "to", "127.0.0.1", self.port, board=number,
                         **options)
 
+    def pipe(self, number):
+        """Ships through two pipes, as through ssh. The exit statuses of both ends."""
+        (from_board, to_gateway), (from_gateway, to_board) = os.pipe(), os.pipe()
+        board = self.start("ship", self.file(number), "pipe", stdin=from_gateway, stdout=to_gateway)
+        gateway = self.start("gateway", self.gateway_file, "pipe", stdin=from_board, stdout=to_board)
+        for end in from_board, to_gateway, from_gateway, to_board:
+            os.close(end)
+        return [end.communicate(timeout=60) and end.returncode for end in (board, gateway)]
+
     def write(self, number, name, *after):
         return self.run("ship", self.file(number), "write", self.folder / name, *after)
 
@@ -80,18 +91,21 @@ class Fleet:
         files = [self.folder / name for name in names]
         return self.run("gateway", self.gateway_file, "apply", *files, **options)
 
-    def rows(self, path, table, number):
-        """Those of a board, with the types of their cells."""
+    def rows(self, path, table, number, after=0):
+        """Those of a board beyond the first `after`, with the types of their cells."""
         with sqlite3.connect(path) as database:
             columns = [row[1] for row in database.execute(f"PRAGMA table_info({table})")]
             cells = ", ".join(f"quote({column})" for column in columns)
-            return set(database.execute(f"SELECT {cells} FROM {table} WHERE id >> 32 = {number}"))
+            first = number << 32
+            return set(database.execute(f"SELECT {cells} FROM {table} WHERE id BETWEEN ? AND ?",
+                                        (first + after, first + (1 << 32) - 1)))
 
-    def differences(self, number):
+    def differences(self, number, after=0):
         """What the gateway has otherwise than the board; None for nothing."""
         for table in TABLES:
-            mine = self.rows(self.file(number), table, number)
-            theirs = self.rows(self.gateway_file, table, number)
+            beyond = after if table == "reading" else 0
+            mine = self.rows(self.file(number), table, number, beyond)
+            theirs = self.rows(self.gateway_file, table, number, beyond)
             if mine != theirs:
                 return (f"board {number}: {len(mine - theirs)} rows of {table} are missing at the "
                         f"gateway, {len(theirs - mine)} are only there")

@@ -1,12 +1,16 @@
 #!/usr/bin/env python3
 """What a fleet does when all goes well, and when not: fleet_test.py PROGRAMS [EMULATOR...]"""
 
+import contextlib
 import resource
 import shutil
 import signal
+import socket
 import sqlite3
 import sys
+import time
 import unittest
+from concurrent.futures import ThreadPoolExecutor
 
 from fleet import Fleet
 
@@ -117,6 +121,44 @@ class FleetTest(unittest.TestCase):
         self.same(1)
         self.assertEqual("refused: number 4 comes where 1 is expected", self.fleet.events(1)[0])
 
+    def test_a_board_that_hangs_keeps_no_other_waiting(self):
+        self.fleet.listen()
+        self.fleet.sample(1)
+        self.fleet.write(1, "one")
+        half = (self.fleet.folder / "one").read_bytes()[:-20]
+        with contextlib.ExitStack() as hanging:
+            for sent in b"", half[:30], half:
+                connection = socket.create_connection(("127.0.0.1", int(self.fleet.port)))
+                hanging.enter_context(connection).sendall(sent)
+            begin = time.monotonic()
+            for board in 2, 3:
+                self.fleet.sample(board)
+                self.good(self.fleet.ship(board))
+            self.assertLess(time.monotonic() - begin, 20)
+        self.good(self.fleet.ship(1))
+        self.same(1, 2, 3)
+
+    def test_boards_that_ship_at_once(self):
+        self.fleet.listen()
+        boards = range(1, 13)
+        for board in boards:
+            self.fleet.sample(board, 5)
+        with ThreadPoolExecutor(len(boards)) as shippers:
+            for outcome in shippers.map(self.fleet.ship, boards):
+                self.good(outcome)
+        self.same(*boards)
+
+    def test_one_that_sends_nonsense_disturbs_no_other(self):
+        self.fleet.listen()
+        self.fleet.sample(1, 200)
+        shipper = self.fleet.start("ship", self.fleet.file(1), "to", "127.0.0.1", self.fleet.port)
+        for _ in range(20):
+            with socket.create_connection(("127.0.0.1", int(self.fleet.port))) as connection:
+                connection.sendall(b"GET / HTTP/1.1\r\n" * 20)
+        _, errors = shipper.communicate(timeout=60)
+        self.assertEqual((0, ""), (shipper.returncode, errors))
+        self.same(1)
+
     def test_an_old_snapshot_is_refused(self):
         self.fleet.sample(1, 3)
         self.fleet.run("ship", self.fleet.file(1), "snapshot", self.fleet.folder / "old")
@@ -173,6 +215,16 @@ class FleetTest(unittest.TestCase):
         self.good(self.fleet.ship(2))
         self.same(1, 2)
 
+    def test_a_board_that_was_wiped_before_its_update(self):
+        self.fleet.listen()
+        for _ in range(2):
+            self.fleet.file(1).unlink(missing_ok=True)
+            self.good(self.fleet.sample(1, 2, None, "--version", "1"))
+            self.assertEqual(0, self.fleet.ship(1)[0])
+        self.good(self.fleet.sample(1))
+        self.good(self.fleet.ship(1))
+        self.same(1)
+
     def test_a_newer_board_waits_for_its_gateway(self):
         self.fleet.listen()
         self.fleet.sample(1)
@@ -205,6 +257,26 @@ class FleetTest(unittest.TestCase):
         outcome = self.fleet.apply("all", preexec_fn=without_disk)
         self.refused(outcome, "gateway", "")
         self.good(self.fleet.apply("all"))
+        self.same(1)
+
+    def test_a_full_disk_of_a_gateway_that_listens(self):
+        for board in 1, 2:
+            self.fleet.sample(board, 300)
+        self.fleet.listen(preexec_fn=without_disk)
+        for board in 1, 2, 1:
+            self.refused(self.fleet.ship(board), "ship", "the gateway is gone")
+        self.assertIsNone(self.fleet.listener.poll())
+        self.fleet.stop_listening(signal.SIGTERM)
+        self.fleet.listen()
+        for board in 1, 2:
+            self.good(self.fleet.ship(board))
+        self.same(1, 2)
+
+    def test_pipes(self):
+        self.fleet.sample(1, 100)
+        self.assertEqual([0, 0], self.fleet.pipe(1))
+        self.fleet.sample(1, 3)
+        self.assertEqual([0, 0], self.fleet.pipe(1))
         self.same(1)
 
     def test_bad_usage_is_one_line(self):
