@@ -11,7 +11,6 @@ root = pathlib.Path(__file__).resolve().parent.parent
 build = (root / "CMakeLists.txt").read_text(encoding="utf-8")
 project = "sqlwrapper"
 version = release = re.search(r"project\(\w+ VERSION (\S+)", build)[1]
-brief = re.search(r'DESCRIPTION "([^"]*)"', build)[1]
 
 extensions = ["breathe", "myst_parser", "sphinx.ext.graphviz", "sphinx_copybutton"]
 highlight_language = "text"
@@ -32,11 +31,17 @@ html_theme_options = {"dark_css_variables": dict(dark)}
 html_static_path = ["/usr/share/javascript/normalize.css/normalize.min.css", "print.css"]
 html_css_files = [("normalize.min.css", {"priority": 100}), "print.css"]
 
-classes = ["Database", "Table", "Record", "RecordSet", "FieldSet", "Field", "Value", "Time"]
+# A page of the manual for each header: its name, and the sentence that describes the header.
 man_make_section_directory = True
 man_show_urls = False
-man_pages = [(f"reference/{name}", f"sql::{name}", f"{brief}: {name}", "", 3) for name in classes]
-man_pages += [("reference/functions", "sqlwrapper", f"{brief}: functions", "", 3)]
+man_pages = []
+for header in sorted(root.glob("components/sql/*/include/Sql?*.h")):
+    name = header.stem.removeprefix("Sql")
+    page, title = {"Common": ("functions", "sqlwrapper"), "TableCheck": ("checkTable", "sql::checkTable")
+                   }.get(name, (name, f"sql::{name}"))
+    if (root / f"docs/reference/{page}.md").exists():
+        brief = re.search(r"/// @file\n/// (.+?)\.", header.read_text(encoding="utf-8"))[1]
+        man_pages.append((f"reference/{page}", title, brief[0].lower() + brief[1:].replace("`", ""), "", 3))
 
 # Documents of the project that lie elsewhere, and the pages that consist of them.
 elsewhere = {}

@@ -46,13 +46,19 @@ def code(cell):
 def links(path):
     """The targets of links: (number of the line, target)."""
     for number, line in prose(path):
-        for target in re.findall(r"\]\(([^)\s]+)\)", line):
+        for target in targets(line):
             yield number, target
 
 
+def targets(line):
+    return re.findall(r"\]\(([^)\s]+)\)", line)
+
+
 def anchors(path):
-    """The names by which links reach the headings."""
+    """The names by which links reach the headings; one that is there already is numbered."""
+    counts = {}
     for _, line in prose(path):
         if line.startswith("#"):
-            kept = re.sub(r"[^\w\- ]", "", line.lstrip("#").strip().lower())
-            yield kept.replace(" ", "-")
+            kept = re.sub(r"[^\w\- ]", "", line.lstrip("#").strip().lower()).replace(" ", "-")
+            counts[kept] = count = counts.get(kept, -1) + 1
+            yield f"{kept}-{count}" if count else kept

@@ -1,10 +1,13 @@
 #!/usr/bin/env python3
-"""The reference and the manual have every function that the library exports: pages_test.py ROOT FOLDER"""
+"""The reference and the manual have every function that both libraries export: pages_test.py ROOT FOLDER"""
 
 import html
 import pathlib
 import re
 import sys
+
+# The packages, and the page of the functions that belong to no class, on the web and in the manual.
+FUNCTIONS = {"libsqlwrapper1": ("functions", "sqlwrapper"), "libsqlprepared1": ("checkTable", "sql::checkTable")}
 
 
 def exported(symbols):
@@ -14,22 +17,27 @@ def exported(symbols):
             yield scope, name
 
 
-def missing(names, folder):
+def missing(names, functions, folder):
     for scope, name in sorted(names):
-        page = folder / f"html/reference/{scope or 'functions'}.html"
-        manual = folder / f"man/man3/{f'sql::{scope}' if scope else 'sqlwrapper'}.3"
+        pattern = r"(?<!\w)" + re.escape(name).replace(r"\ ", r"\s+")
+        page = folder / f"html/reference/{scope or functions[0]}.html"
+        manual = folder / f"man/man3/{f'sql::{scope}' if scope else functions[1]}.3"
         text = html.unescape(re.sub(r"<[^>]*>", "", page.read_text(encoding="utf-8")))
-        if not re.search(rf"(?<!\w){re.escape(name)}\s*\(", text):
+        if not re.search(pattern + r"\s*\(", text):
             yield f"{page}: {name} is missing"
-        if not re.search(rf"(?<!\w){re.escape(name)}\\?(fP)?\s*\(", manual.read_text(encoding="utf-8")):
+        if not re.search(pattern + r"\\?(fP)?\s*\(", manual.read_text(encoding="utf-8")):
             yield f"{manual}: {name} is missing"
 
 
 def main(root, folder):
-    names = set(exported((root / "debian/libsqlwrapper1.symbols").read_text(encoding="utf-8")))
-    faults = list(missing(names, folder))
-    print("\n".join(faults) if faults else f"passed: the reference and the manual have all {len(names)} names")
-    return 1 if faults or not names else 0
+    count, faults = 0, []
+    for package, functions in FUNCTIONS.items():
+        symbols = (root / f"debian/{package}.symbols").read_text(encoding="utf-8")
+        names = set(exported(symbols))
+        count += len(names)
+        faults += missing(names, functions, folder)
+    print("\n".join(faults) if faults else f"passed: the reference and the manual have all {count} names")
+    return 1 if faults or not count else 0
 
 
 if __name__ == "__main__":

@@ -10,6 +10,7 @@
 #include <string>
 
 #include <Sql.h>
+#include <SqlPrepared.h>
 
 static int failures = 0;
 

@@ -1,6 +1,6 @@
 /// @file
-/// The common ground of the library: its text and number types, the types of columns, functions
-/// that run one statement, helpers for texts and numbers, and the diagnostics of every source file.
+/// Types of columns, single statements, and helpers for texts and numbers. The macros for the log
+/// lines and assertions of every source file are at the end.
 ///
 /// The library throws nothing of its own; `std::bad_alloc` passes to the caller, except where a
 /// `RecordSet` collects rows.

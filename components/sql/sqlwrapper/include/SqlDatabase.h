@@ -60,6 +60,7 @@ public:
     /// pairing and what a failure undoes are left to SQLite.
     /// @return false as by `RecordSet::query`, which logs and reports.
     /// @{
+
     /// Begins a transaction. It takes its locks as its statements need them.
     bool transactionBegin();
     /// Ends the transaction and keeps what it wrote. While another connection is in the way, it

@@ -12,6 +12,7 @@ namespace sql
 /// @name Constraints of a column
 /// Joined by `|`; 0 for none. Other bits are kept but mean nothing.
 /// @{
+
 enum : int {
     flag_not_null = 1,    ///< may not hold NULL
     flag_primary_key = 2, ///< is the key of the table, or part of it

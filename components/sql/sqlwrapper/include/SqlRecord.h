@@ -47,6 +47,7 @@ public:
     /// @name A cell
     /// Null when there is no such column. The record owns the value.
     /// @{
+
     /// The cell at `index`, from 0.
     Value* getValue(int index);
     const Value* getValue(int index) const;
@@ -68,6 +69,7 @@ public:
     /// They store as the `Value` operation of the same name does, whatever the column's type, and
     /// change nothing when there is no such column.
     /// @{
+
     /// Makes the cell NULL.
     void setNull(int index);
     void setNull(const string& name);

@@ -71,6 +71,7 @@ public:
     /// @name Reading
     /// They replace the rows held. An empty condition or order counts as none.
     /// @{
+
     /// Reads every row.
     bool open();
     /// Reads the rows that match a condition, which is SQL: "price > 2".
@@ -84,6 +85,7 @@ public:
     /// @name The rows held
     /// Null when there is none, and nothing is logged.
     /// @{
+
     /// Their number.
     int recordCount() const;
     /// The row at `index`, from 0.

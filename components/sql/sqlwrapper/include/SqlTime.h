@@ -58,6 +58,7 @@ public:
     /// @name Shifting
     /// Argument, product and sum are cut to `time_t`: they wrap around where it does.
     /// @{
+
     /// Goes on by `seconds`; back where they are negative, here and below.
     void addValue(integer seconds);
     /// Goes on by `minutes` of 60 seconds.

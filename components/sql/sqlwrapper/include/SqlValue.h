@@ -28,6 +28,7 @@ public:
     /// @name Setters that keep the type
     /// Whatever is stored, the value is still read as the type that it was made with.
     /// @{
+
     /// Stores NULL.
     void setNull();
     /// Stores a copy of the text, unchecked.
