@@ -9,6 +9,7 @@
 
 #include <sqlite3.h>
 
+#include "CompanionDamage.h"
 #include "Item.h"
 #include "platform/SqliteWatch.h"
 #include "Sql.h"
@@ -211,7 +212,8 @@ private:
         sql::Table another(file.database.getHandle(), "a_copy", from.fields);
         file.read(table);
         file.write(table, another);
-        _refused += file.refused();
+        _refused +=
+            file.refused() + faults::compareCompanion(point, bytes, from.table, from.fields);
         _interrupted += file.interrupted() ? 1 : 0;
     }
 

@@ -1,9 +1,11 @@
-// Rounds of open, add, read and close: memory and descriptors stay level after the warm-up.
+// Rounds of open, add, read and close with library and companion: memory and descriptors stay level
+// after the warm-up.
 
 #include <fstream>
 
 #include "Item.h"
 #include "Sql.h"
+#include "SqlPrepared.h"
 
 using faults::Point;
 
@@ -15,6 +17,47 @@ const sql::Field rowFields[] = {
     sql::Field("text", sql::type_text, 0),
     sql::Field(),
 };
+
+bool useTable(sql::Table& table, const sql::Record& record, sql::integer id)
+{
+    if (!table.deleteRecord(id) || !table.addRecord(record) || !table.open())
+        return false;
+    const sql::Record* read = table.getRecordByKeyId(id);
+    return read && read->equalsValues(&record);
+}
+
+bool backUp(sqlite3* db)
+{
+    sql::Database memory;
+    memory.open(":memory:", sql::Database::read_write_create, false, 0);
+    sql::Backup backup(memory.getHandle(), db);
+    while (backup.step(5)) {
+    }
+    return backup.isDone();
+}
+
+bool useCompanion(sqlite3* db, sql::Table& table, const sql::Record& record, sql::integer id)
+{
+    sql::TableWriter writer(table);
+    {
+        sql::Transaction transaction(db);
+        if (!writer.erase(id) || !writer.insert(record) || !writer.upsert(record) ||
+            !transaction.commit())
+            return false;
+        const sql::Transaction undone(db);
+        if (!undone.isOpen() || !writer.erase(id))
+            return false;
+    }
+    sql::Statement rows, row;
+    sql::Record read(table.fields());
+    bool found = false;
+    if (!rows.select(table) || !row.selectByKey(table) || !row.find(id, read))
+        return false;
+    while (rows.next())
+        found = found || rows.getString(1) == read.getValue(1)->asString();
+    return found && !rows.error() && read.equalsValues(&record) && sql::checkTable(table).empty() &&
+           backUp(db);
+}
 
 bool round(const std::string& path, sql::integer number)
 {
@@ -28,10 +71,10 @@ bool round(const std::string& path, sql::integer number)
     record.setInteger("id", id);
     record.setString("text",
                      "a text too long to stand inside of a string " + sql::intToStr(number));
-    if (!table.create() || !table.deleteRecord(id) || !table.addRecord(record) || !table.open())
+    if (!table.create())
         return false;
-    const sql::Record* read = table.getRecordByKeyId(id);
-    return read && read->equalsValues(&record);
+    return number % 2 ? useCompanion(database.getHandle(), table, record, id)
+                      : useTable(table, record, id);
 }
 
 long residentKilobytes()

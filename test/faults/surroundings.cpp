@@ -8,11 +8,13 @@
 #include <locale>
 
 #include <fcntl.h>
+#include <sqlite3.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include "Item.h"
 #include "Sql.h"
+#include "SqlPrepared.h"
 #include "Told.h"
 
 using faults::lastLineHas;
@@ -36,6 +38,36 @@ struct Grouping : std::numpunct<char>
     std::string do_grouping() const override { return "\3"; }
 };
 
+std::string bitsOf(double number) // for printing a double would go by the locale
+{
+    unsigned long long bits = 0;
+    std::memcpy(&bits, &number, sizeof(bits));
+    return std::to_string(bits);
+}
+
+// What the companion writes, from cells and from texts, and what it reads of all rows.
+std::string textsOfCompanion(sql::Table& table)
+{
+    sql::TableWriter writer(table);
+    sql::Record record(table.fields());
+    record.setInteger("id", 1000);
+    record.setString("price", "1234.5");
+    writer.insert(record);
+    record.setInteger("id", 1001);
+    record.setString("price", "1234,5");
+    std::string texts = writer.insert(record) ? "taken" : "refused " + writer.error().text();
+    writer.setInteger(0, 1002);
+    writer.setDouble(2, 1234567.25);
+    writer.insert();
+    sql::Statement statement;
+    for (statement.select(table, "", "id"); statement.next();)
+        texts += bitsOf(statement.getDouble(2)) + " " + statement.getString(2) + " " +
+                 (statement.read(record) ? record.toSql() : "unread") + "\n";
+    for (const sql::Finding& finding : sql::checkTable(table))
+        texts += finding.text;
+    return texts;
+}
+
 // Everything that holds a number or a text with one, written and read back.
 std::string allTexts()
 {
@@ -58,12 +90,10 @@ std::string allTexts()
     table.open("id > 1000000", "id");
     for (int i = 0; i < table.recordCount(); ++i) {
         const sql::Record* record = table.getRecord(i);
-        const double price = record->getValue("price")->asDouble();
-        unsigned long long bits = 0; // for printing a double would go by the locale
-        std::memcpy(&bits, &price, sizeof(bits));
-        texts += record->toSql() + " " + std::to_string(bits) + "\n";
+        texts += record->toSql() + " " + bitsOf(record->getValue("price")->asDouble()) + "\n";
     }
-    return texts + sql::intToStr(1234567) + table.toString() + table.fields().dump();
+    texts += sql::intToStr(1234567) + table.toString() + table.fields().dump();
+    return texts + textsOfCompanion(table);
 }
 
 void locale(const Point& point)
@@ -78,6 +108,21 @@ void locale(const Point& point)
     point.expect(allTexts() == expected, "also when streams group digits");
     std::locale::global(std::locale::classic());
     std::setlocale(LC_ALL, "C");
+}
+
+// How a time shows that was bound and read.
+std::string throughCompanion(long moment)
+{
+    sql::Database database;
+    database.open(":memory:", sql::Database::read_write_create, false, 0);
+    sql::Statement statement;
+    statement.prepare(database.getHandle(), "select ?1");
+    statement.bindTime(1, sql::Time(moment));
+    if (!statement.next() || statement.getInteger(0) != moment)
+        return "nothing";
+    sql::Value value(sql::type_time);
+    value.setTime(statement.getTime(0));
+    return value.asString();
 }
 
 void zone(const Point& point)
@@ -101,6 +146,7 @@ void zone(const Point& point)
         point.expect(value.toSql(sql::type_time) ==
                          sql::intToStr(static_cast<sql::integer>(moment)),
                      "and is kept without it");
+        point.expect(throughCompanion(moment) == expected, "by the companion as well");
     }
     unsetenv("TZ");
     tzset();
@@ -134,9 +180,16 @@ void noDescriptors(const Point& point)
         point.expect(lastLineHas("rc=14=SQLITE_CANTOPEN"), "and that is reported");
         point.expect(!table.addRecord(record), "nor can a journal");
         point.expect(lastLineHas("rc=14=SQLITE_CANTOPEN"), "and that is reported");
+        sql::TableWriter writer(table);
+        writer.setInteger(0, 2);
+        point.expect(!writer.insert() && writer.error().code() == SQLITE_CANTOPEN,
+                     "nor by the companion");
+        sql::Transaction transaction(database.getHandle());
+        point.expect(!writer.insert() && !lastLineHas("=SQLITE_OK"), "nor within a transaction");
+        point.expect(transaction.rollback(), "which ends nevertheless");
         for (const int fd : taken)
             close(fd);
-        point.expect(table.addRecord(record) && table.totalRecordCount() == 1,
+        point.expect(table.addRecord(record) && writer.insert() && table.totalRecordCount() == 2,
                      "all is well when there are some again");
     });
 }
@@ -153,6 +206,9 @@ void folderGone(const Point& point)
     record.setInteger("id", 1);
     point.expect(!table.addRecord(record), "a row cannot be added");
     point.expect(lastLineHas("=SQLITE_"), "and that is reported");
+    sql::TableWriter writer(table);
+    writer.setInteger(0, 1);
+    point.expect(!writer.insert() && writer.error(), "nor by the companion");
     point.expect(table.open(), "what is open can still be read");
 }
 

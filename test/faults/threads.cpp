@@ -1,4 +1,5 @@
-// One database per thread, all at work at once, at the trace levels that differ; built under
+// One database per thread, all at work at once, every other one with the companion, at the trace
+// levels that differ; built under
 // ThreadSanitizer.
 
 #include <cstring>
@@ -9,6 +10,7 @@
 #include "Item.h"
 #include "platform/Platform.h"
 #include "Sql.h"
+#include "SqlPrepared.h"
 
 using faults::Point;
 
@@ -85,24 +87,53 @@ const sql::Field rowFields[] = {
     sql::Field(),
 };
 
-void work(long rows, long* read)
+void fill(sql::Record& record, long i)
 {
-    sql::Database database;
-    database.open(":memory:", sql::Database::read_write_create, false, 0);
-    sql::Table table(database.getHandle(), "rows", rowFields);
-    table.create();
+    record.setInteger("id", i);
+    record.setString("text", "a text of row " + std::to_string(i));
+    record.setDouble("price", static_cast<double>(i) / 3);
+    record.setTime("created", sql::Time(i));
+}
+
+void useTable(sql::Table& table, long rows, long* read)
+{
     sql::Record record(table.fields());
     for (long i = 0; i < rows; ++i) {
-        record.setInteger("id", i);
-        record.setString("text", "a text of row " + std::to_string(i));
-        record.setDouble("price", static_cast<double>(i) / 3);
-        record.setTime("created", sql::Time(i));
+        fill(record, i);
         table.addOrUpdateRecord(i, record);
     }
     table.query("no statement"); // failures are reported on every thread as well
     if (table.open("id >= 0", "id desc"))
         for (int i = 0; i < table.recordCount(); ++i)
             *read += table.getRecord(i)->getValue("created")->asString().empty() ? 0 : 1;
+}
+
+void useCompanion(sql::Table& table, long rows, long* read)
+{
+    sql::Record record(table.fields());
+    sql::TableWriter writer(table);
+    sql::Transaction transaction(table.getHandle());
+    for (long i = 0; i < rows; ++i) {
+        fill(record, i);
+        writer.upsert(record);
+    }
+    transaction.commit();
+    sql::Statement statement;
+    statement.prepare(table.getHandle(), "no statement");
+    if (!sql::checkTable(table).empty())
+        return;
+    statement.select(table, "id >= 0", "id desc");
+    while (statement.next())
+        *read += statement.read(record) && !statement.getTime(3).asString().empty() ? 1 : 0;
+}
+
+void work(bool withCompanion, long rows, long* read)
+{
+    sql::Database database;
+    database.open(":memory:", sql::Database::read_write_create, false, 0);
+    sql::Table table(database.getHandle(), "rows", rowFields);
+    table.create();
+    (withCompanion ? useCompanion : useTable)(table, rows, read);
 }
 
 const std::size_t threadCount = 8;
@@ -136,7 +167,7 @@ private:
         std::vector<long> read(threadCount);
         std::vector<std::thread> threads;
         for (std::size_t i = 0; i < threadCount; ++i)
-            threads.emplace_back(work, rows, &read[i]);
+            threads.emplace_back(work, i % 2 == 1, rows, &read[i]);
         for (std::thread& thread : threads)
             thread.join();
         for (const long each : read)
