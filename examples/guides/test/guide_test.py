@@ -2,7 +2,7 @@
 """A guide quotes its program and the output as they are: guide_test.py ROOT GUIDE COMMAND...
 
 Each C++ block of docs/guides/GUIDE.md is in examples/guides/GUIDE.cpp or in a header of that folder
-which it includes. The program, run in an empty folder, prints the text blocks, one after the other.
+which it includes, or in a program of test/GUIDE. The program, run in an empty folder, prints the text blocks, one after the other.
 Lines of sources move: the guides write N for their numbers.
 """
 
@@ -23,10 +23,11 @@ def unindented(text):
 
 
 def sources(folder, guide):
-    """The program of a guide, and the headers that are its own."""
+    """The program of a guide, the headers that are its own, and what it is compared with."""
     program = (folder / f"{guide}.cpp").read_text(encoding="utf-8")
     headers = re.findall(r'^#include "(\w+\.h)"', program, re.MULTILINE)
-    return [program, *((folder / header).read_text(encoding="utf-8") for header in headers)]
+    others = [*(folder / header for header in headers), *folder.glob(f"test/{guide}/*.cpp")]
+    return [program, *(other.read_text(encoding="utf-8") for other in others)]
 
 
 def is_in(block, program):
