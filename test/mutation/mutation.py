@@ -42,17 +42,21 @@ class Equivalents:
                 self.add(*block.strip("\n").splitlines())
 
     def add(self, place, *lines):
-        """A block: the file, and the function if it is in one; any number of changes, a line that
-        starts with - and one with + for each; and then the reason. A + with an asterisk stands for
-        every change of that line."""
+        """A block: the file, and the function if it is in one; any number of lines that start with -,
+        each with its changes, which start with +; and then the reason. A + with an asterisk stands
+        for every change of that line."""
         file, _, function = place.partition(" ")
-        changed = [line for line in lines if line[0] in "-+"]
         reason = " ".join(line for line in lines if line[0] not in "-+")
-        pairs = list(zip(changed[::2], changed[1::2]))
-        if not reason or not pairs or not all(a[0] == "-" and b[0] == "+" for a, b in pairs):
+        pairs, before = [], None
+        for line in lines:
+            if line[0] == "-":
+                before = line[1:].strip()
+            elif line[0] == "+":
+                pairs.append((before, line[1:].strip()))
+        if not reason or not pairs or None in pairs[0]:
             sys.exit(f"mutation: {EQUIVALENT.name}: not a place, changes and a reason:\n{place}")
         for before, after in pairs:
-            self.reasons[file, function, before[1:].strip(), after[1:].strip()].append(reason)
+            self.reasons[file, function, before, after].append(reason)
 
     def take(self, mutant):
         """The reason why a mutant survived. Each entry is good for one of them."""
