@@ -41,7 +41,8 @@ usage() {
 }
 
 # run_tests POINT FOLDER TEST... -- [PREFIX...]: runs class tests that were built in a folder. Those
-# that fail must be listed in test/faults/differences, and those that are listed must fail.
+# that fail must be listed in test/faults/differences, and those that are listed must fail, which quick
+# does not look at: it does not run all of them.
 run_tests() {
     local point=$1 folder=$root/$2 log=$root/build/faults/$1.log test tests=() output ran
     shift 2
@@ -71,7 +72,7 @@ compare() { # POINT LOG
         [[ -z $test ]] || fails "$1" "$test differs, which is not listed; see $2"
     done < <(comm -13 <(echo "$listed") <(echo "$failed"))
     while read -r test; do
-        [[ -z $test ]] || fails "$1" "$test is listed to differ and does not"
+        [[ -z $test || $quick ]] || fails "$1" "$test is listed to differ and does not"
     done < <(comm -23 <(echo "$listed") <(echo "$failed"))
     differences=$(grep -c . <<<"$listed" || true)
 }
