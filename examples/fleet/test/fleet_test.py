@@ -2,11 +2,15 @@
 """What a fleet does when all goes well, and when not: fleet_test.py PROGRAMS [EMULATOR...]"""
 
 import contextlib
+import pathlib
+import re
 import resource
+import shlex
 import shutil
 import signal
 import socket
 import sqlite3
+import subprocess
 import sys
 import time
 import unittest
@@ -278,6 +282,22 @@ class FleetTest(unittest.TestCase):
         self.fleet.sample(1, 3)
         self.assertEqual([0, 0], self.fleet.pipe(1))
         self.same(1)
+
+    def test_the_steps_of_the_guide(self):
+        guide = pathlib.Path(__file__).resolve().parents[3] / "docs/guides/more-than-one-machine.md"
+        text = guide.read_text().split("## Boards and their gateway")[1].split("\n### ")[0]
+        listen, *steps = re.findall(r"^ *```sh\n(.*?)^ *```$", text, re.MULTILINE | re.DOTALL)
+        self.assertEqual(["gateway", "all.db", "listen", "9000"], listen.split())
+        self.fleet.gateway_file = self.fleet.folder / "all.db"
+        self.fleet.listen()
+        script = "set -e\n" + "".join(steps).replace("9000", self.fleet.port)
+        for program in "board", "ship", "gateway":  # in the emulator, where there is one
+            script = script.replace(program + " ", shlex.join([*EMULATOR, f"{PROGRAMS}/{program}"]) + " ")
+        done = subprocess.run(["sh", "-c", script], cwd=self.fleet.folder, capture_output=True,
+                              text=True, timeout=120)
+        self.assertEqual((0, ""), (done.returncode, done.stderr))
+        self.assertRegex(done.stdout, r"\n7\t3\t\d+\t")
+        self.same(7)
 
     def test_bad_usage_is_one_line(self):
         for program, *arguments in (("board", "x"), ("board", "x.db", "0"), ("ship",), ("gateway", "x"),

@@ -3,7 +3,8 @@
 
 Boards keep samples, and ship them all at once to a gateway on the loopback interface. What each line
 shows: the boards; changesets and rows per second, from the first shipper's start until the last one's
-end; changesets per second of processor time of the gateway; bytes per row on the wire.
+end; changesets per second of processor time of the gateway; bytes per row on the wire; bytes per row
+that is added in the gateway's file.
 """
 
 import argparse
@@ -54,9 +55,10 @@ def measure(programs, boards, changesets, rows):
         differences = filter(None, map(fleet.differences, range(1, boards + 1)))
         for difference in differences:
             sys.exit(difference)
-    done = boards * each
-    return (boards, done / seconds, 2 * rows * done / seconds, done / max(gateway, 0.01),
-            size / (2 * rows * each))
+        done = boards * each
+        kept = fleet.gateway_file.stat().st_size
+        return (boards, done / seconds, 2 * rows * done / seconds, done / max(gateway, 0.01),
+                size / (2 * rows * each), kept / (rows * done))
 
 
 def main():
@@ -67,9 +69,9 @@ def main():
     parser.add_argument("--changesets", type=int, default=4000, help="of all boards (4000)")
     parser.add_argument("--rows", type=int, default=10, help="that a changeset adds, and changes (10)")
     chosen = parser.parse_args()
-    print("boards  changesets/s  rows/s  changesets/s of processor  bytes/row")
+    print("boards  changesets/s  rows/s  changesets/s of processor  bytes/row  kept")
     for boards in chosen.boards:
-        print("{:6}  {:12,.0f}  {:6,.0f}  {:25,.0f}  {:9.0f}".format(
+        print("{:6}  {:12,.0f}  {:6,.0f}  {:25,.0f}  {:9.0f}  {:4.0f}".format(
             *measure(chosen.programs, boards, chosen.changesets, chosen.rows)), flush=True)
 
 
