@@ -30,6 +30,7 @@ dark = re.findall(r"--([\w-]+): ([^;]+);", colours.read_text().partition("@mixin
 html_theme_options = {"dark_css_variables": dict(dark)}
 html_static_path = ["/usr/share/javascript/normalize.css/normalize.min.css", "print.css"]
 html_css_files = [("normalize.min.css", {"priority": 100}), "print.css"]
+html_search_scorer = str(root / "docs/scorer.js")
 
 # A page of the manual for each header: its name, and the sentence that describes the header.
 man_make_section_directory = True
