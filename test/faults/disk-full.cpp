@@ -33,6 +33,7 @@ public:
         database.open(path, sql::Database::read_write_create, false, 0);
         _table.initTable(database.getHandle(), rowFields);
         _table.create();
+        _table.query("pragma synchronous = off"); // the disk stays up
     }
 
     bool addByTable(sql::integer id)

@@ -183,6 +183,7 @@ TEST_F(TableCheckTest, FindsTheFirstColumnThatIsNotNumbered)
               describe(twice));
 }
 
+#if SQLITE_VERSION_NUMBER >= 3024000 // which lists its words
 /// Whether SQLite takes a word as the name of a column, or of a table, in each kind of statement.
 bool isTaken(const std::vector<std::string>& statements)
 {
@@ -211,7 +212,6 @@ bool isTakenForTable(const std::string& word)
                     "drop table " + word});
 }
 
-#if SQLITE_VERSION_NUMBER >= 3024000 // which lists its words
 TEST_F(TableCheckTest, FindsTheWordsThatSQLiteRefusesAndNoOthers)
 {
     int refused = 0;
