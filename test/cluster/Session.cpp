@@ -9,6 +9,7 @@
 //   NUMBER append N ROWS     N transactions of ROWS rows; prints the number of rows after each
 //   fork                     does what follows in a child
 
+#include <csignal>
 #include <iostream>
 #include <map>
 #include <sstream>
@@ -16,6 +17,7 @@
 #include <vector>
 
 #include <sqlite3.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -136,6 +138,7 @@ int main()
         } else if (word == "fork") {
             if (fork() != 0)
                 return wait(nullptr) < 0;
+            prctl(PR_SET_PDEATHSIG, SIGKILL); // a child does not inherit it
             print("forked");
         } else {
             const std::string what = takeWord(line);

@@ -119,7 +119,7 @@ class KillsTest(ClusterCase):
     def wait_for(self, writer, what):
         """It goes on once the cluster is back. When its lock has expired by then, it fails."""
         begin = time.monotonic()
-        reply = writer.hear()
+        reply = writer.hear(120)
         self.assertIsNotNone(reply)
         if reply.isdigit():
             writer.last = int(reply)
@@ -129,7 +129,7 @@ class KillsTest(ClusterCase):
 
     def impatient(self, name):
         """A writer in a transaction, with time-outs for what Ceph does without any."""
-        writer = self.session(name, arguments="--rados_osd_op_timeout=3 --rados_mon_op_timeout=3")
+        writer = self.session(name, arguments="--rados_osd_op_timeout=5 --rados_mon_op_timeout=5")
         writer.append(1, 1)
         writer.good("1 run BEGIN IMMEDIATE")
         writer.good("1 run INSERT INTO row VALUES (2, 'x')")

@@ -55,7 +55,7 @@ def arguments():
 
 def main():
     options = arguments()
-    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))  # stops the cluster, as an interrupt does
+    signal.signal(signal.SIGTERM, signal.default_int_handler)  # stops the cluster, as an interrupt does
     print(f"seed {options.seed}", flush=True)
     before = of_the_machine()
     with Cluster(options.folder, options.programs) as cluster:
