@@ -197,6 +197,25 @@ TEST_F(BackupTest, OneConnectionCannotBeBoth)
     EXPECT_FALSE(backup.isDone());
 }
 
+TEST_F(BackupTest, DestinationThatCouldNotBeOpenedIsMisuse)
+{
+    sqlite3* unopened = nullptr;
+    {
+        Unrecorded direct;
+        ASSERT_EQ(SQLITE_CANTOPEN, sqlite3_open_v2("/no/such/folder/item.db", &unopened,
+                                                   SQLITE_OPEN_READWRITE, nullptr));
+    }
+    {
+        sql::Backup backup(unopened, mine.db);
+        EXPECT_EQ(SQLITE_MISUSE, backup.error().code());
+        EXPECT_EQ(sqlite3_errstr(SQLITE_MISUSE), backup.error().text());
+        EXPECT_FALSE(backup.step(-1));
+        EXPECT_FALSE(backup.isDone());
+    }
+    Unrecorded direct;
+    EXPECT_EQ(SQLITE_OK, sqlite3_close(unopened));
+}
+
 TEST_F(BackupTest, NullConnectionIsReportedOnce)
 {
     const char* const signature = "sql::Backup::Backup(sqlite3*, sqlite3*)";

@@ -1,5 +1,8 @@
 #include "SqlTableCheck.h"
 
+#include <map>
+#include <utility>
+
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
@@ -528,6 +531,82 @@ TEST_F(TableCheckTest, SaysWhyTheFileCannotBeRead)
         "Table 'item' can't be compared with the file: database is locked. Try again when that "
         "is mended.",
         findings[1].text);
+}
+
+// What SQLite makes of pragmas while this lives: SQLITE_DENY refuses one, and SQLITE_IGNORE gives
+// no row, as SQLite does for a pragma that it does not know.
+class Pragmas
+{
+public:
+    Pragmas(sqlite3* db, std::map<std::string, int> verdictOf)
+        : _db(db), _verdicts(std::move(verdictOf))
+    {
+        sqlite3_set_authorizer(
+            _db,
+            [](void* self, int action, const char* pragma, const char*, const char*, const char*) {
+                const auto& verdicts = static_cast<Pragmas*>(self)->_verdicts;
+                const auto found = verdicts.find(action == SQLITE_PRAGMA ? pragma : "");
+                return found == verdicts.end() ? SQLITE_OK : found->second;
+            },
+            this);
+    }
+    ~Pragmas() { sqlite3_set_authorizer(_db, nullptr, nullptr); }
+    Pragmas(const Pragmas&) = delete;
+    Pragmas& operator=(const Pragmas&) = delete;
+
+private:
+    sqlite3* const _db;
+    const std::map<std::string, int> _verdicts;
+};
+
+TEST_F(TableCheckTest, SaysThatSQLiteRefusesToDescribeTheTable)
+{
+    mine.run("create table item (id integer primary key, name text unique)");
+    const std::map<std::string, int> refusals[] = {
+        {{"table_xinfo", SQLITE_DENY}},
+        {{"table_xinfo", SQLITE_IGNORE}, {"table_info", SQLITE_DENY}},
+        {{"index_list", SQLITE_DENY}},
+        {{"index_info", SQLITE_DENY}}};
+    for (const auto& refusal : refusals) {
+        const Pragmas pragmas(mine.db, refusal);
+        const std::vector<Finding> findings = check({name, id});
+        EXPECT_EQ(Found({{Finding::key_last, "id"}, {Finding::failed, ""}}), kindsOf(findings))
+            << refusal.begin()->first;
+        EXPECT_EQ("Table 'item' can't be compared with the file: not authorized. Try again when "
+                  "that is mended.",
+                  findings.back().text);
+    }
+}
+
+TEST_F(TableCheckTest, ReadsTheColumnsFromAnSQLiteThatDoesNotKnowHiddenOnes)
+{
+    mine.run("create table item (id integer primary key, more, name text)");
+    const Pragmas older(mine.db, {{"table_xinfo", SQLITE_IGNORE}});
+    EXPECT_EQ(Found({{Finding::column_extra, "more"}, {Finding::column_elsewhere, "name"}}),
+              kindsOf(check({id, name})));
+}
+
+TEST_F(TableCheckTest, TakesAnInterruptionForAFailure)
+{
+    mine.run("create table item (id integer primary key, name text unique, more)");
+    const Found whole = kindsOf(check({name, id}));
+    EXPECT_LT(2u, whole.size());
+    const auto isNow = [](void* left) { return (*static_cast<int*>(left))-- == 0 ? 1 : 0; };
+    int interruptions = 0;
+    for (bool isInterrupted = true; isInterrupted; ++interruptions) {
+        ASSERT_GT(1000, interruptions);
+        int left = interruptions;
+        sqlite3_progress_handler(mine.db, 1, isNow, &left);
+        const std::vector<Finding> findings = check({name, id});
+        sqlite3_progress_handler(mine.db, 0, nullptr, nullptr);
+        ASSERT_FALSE(findings.empty());
+        isInterrupted = left < 0;
+        if (isInterrupted)
+            EXPECT_NE(std::string::npos, findings.back().text.find(": interrupted. Try again"));
+        else
+            EXPECT_EQ(whole, kindsOf(findings));
+    }
+    EXPECT_LT(10, interruptions);
 }
 
 TEST_F(TableCheckTest, TakesTheEndOfMemoryForAFailure)

@@ -312,6 +312,17 @@ TEST_P(ForeignLocaleTest, WholeNumbersAreNotGrouped)
     EXPECT_EQ("-1234567890123456789", value.toSql(sql::type_int));
 }
 
+TEST_P(ForeignLocaleTest, DoublesHaveAFullStop)
+{
+    Value value(sql::type_float);
+    value.setDouble(1234567.5);
+    EXPECT_EQ("1234567.50000000", value.asString());
+    EXPECT_EQ(1234567.5, value.asDouble());
+    EXPECT_EQ(1500.0, holding("1.5e3").asDouble());
+    const std::string localPoint = std::localeconv()->decimal_point;
+    EXPECT_EQ(1.0, holding(("1" + localPoint + "5").c_str()).asDouble());
+}
+
 TEST_P(ForeignLocaleTest, TimesAreNotGrouped)
 {
     EXPECT_EQ("1234567890", holding("1234567890", sql::type_time).toSql(sql::type_time));

@@ -1,0 +1,254 @@
+// Memory that runs out at any moment of an operation: the operation fails with SQLITE_NOMEM, and
+// the same object can repeat it at once.
+
+#include <functional>
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include "platform/Interposed.h"
+#include "support/Items.h"
+
+using namespace sqltest;
+
+// In place of SQLite's own, which returns null when it has no memory to make a text.
+static bool hasNoMemoryForText = false;
+
+extern "C" const unsigned char* sqlite3_column_text(sqlite3_stmt* statement, int column)
+{
+    return hasNoMemoryForText ? nullptr : SQLW_REAL(sqlite3_column_text)(statement, column);
+}
+
+namespace
+{
+
+const std::string longText(100, 'x'); // which no string holds without memory
+
+// Repeats an operation, with memory that runs out after no allocation, after one, and so forth.
+// Returns how often it fails before it succeeds.
+int failuresOf(const std::function<bool()>& operation, const sql::Error& error, Faults& faults)
+{
+    for (int left = 0; left < 1000; ++left) {
+        faults.allocationsLeft = left;
+        const bool succeeded = operation();
+        faults.allocationsLeft = -1;
+        if (succeeded)
+            return left;
+        EXPECT_EQ("7: out of memory", words(error)) << left;
+    }
+    ADD_FAILURE() << "it never succeeds";
+    return 0;
+}
+
+// Statements
+
+class StatementMemoryTest : public StatementTest, public ::testing::WithParamInterface<bool>
+{
+protected:
+    StatementMemoryTest() { faults.allocationsStayOut = GetParam(); }
+
+    void expectFailures(const std::function<bool()>& operation)
+    {
+        EXPECT_LT(0, failuresOf(operation, statement.error(), faults));
+        EXPECT_EQ("none", words(statement.error()));
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(OnceAndForGood, StatementMemoryTest, ::testing::Bool());
+
+TEST_P(StatementMemoryTest, SelectFailsAndCanBeRepeated)
+{
+    const std::string where = "id < 3 and name <> 'Screw'", orderBy = "name";
+    expectFailures([&] { return statement.select(items, where, orderBy); });
+    EXPECT_EQ("1 2", rows());
+}
+
+TEST_P(StatementMemoryTest, SelectThatFailsLeavesNoStatement)
+{
+    EXPECT_TRUE(prepare("select 7"));
+    faults.allocationsLeft = 0;
+    EXPECT_FALSE(statement.select(items, longText));
+    faults.allocationsLeft = -1;
+    EXPECT_FALSE(statement.next());
+    EXPECT_EQ("21: no statement is prepared", words(statement.error()));
+}
+
+TEST_P(StatementMemoryTest, SelectByKeyFailsAndCanBeRepeated)
+{
+    expectFailures([this] { return statement.selectByKey(items); });
+    ASSERT_TRUE(statement.find(2));
+    EXPECT_EQ("Nut", statement.getString("name"));
+}
+
+TEST_P(StatementMemoryTest, KeyIsNotFoundWithoutMemoryToKeepIt)
+{
+    run("insert into part values ('" + longText + "', 8)");
+    EXPECT_TRUE(statement.selectByKey(parts));
+    expectFailures([this] { return statement.find(longText); });
+    EXPECT_EQ(8, statement.getInteger("count"));
+}
+
+TEST_P(StatementMemoryTest, RecordThatCannotBeReadLeavesTheRow)
+{
+    run("update item set name = '" + longText + "'");
+    sql::Record record(items.fields());
+    EXPECT_TRUE(statement.select(items));
+    ASSERT_TRUE(statement.next());
+    expectFailures([&] { return statement.read(record); });
+    EXPECT_EQ(longText, record.getValue("name")->asString());
+    EXPECT_EQ(1, statement.getInteger("id"));
+}
+
+TEST_P(StatementMemoryTest, RecordThatCannotBeReadIsFoundAgainAndLocksNothing)
+{
+    run("update item set name = '" + longText + "'");
+    sql::Record record(items.fields());
+    EXPECT_TRUE(statement.selectByKey(items));
+    expectFailures([&] { return statement.find(2, record); });
+    EXPECT_EQ(2, record.getValue("id")->asInteger());
+    EXPECT_EQ(longText, record.getValue("name")->asString());
+    sql::Record other(items.fields());
+    faults.allocationsLeft = 0;
+    EXPECT_FALSE(statement.find(1, other));
+    faults.allocationsLeft = -1;
+    EXPECT_FALSE(isLocked());
+}
+
+TEST_P(StatementMemoryTest, WordsThatFindNoRoomAreMissingWhileTheCodeIsKept)
+{
+    const std::string sql = "select absent from item";
+    faults.allocationsLeft = 0;
+    EXPECT_FALSE(prepare(sql));
+    faults.allocationsLeft = -1;
+    EXPECT_EQ("1: ", words(statement.error()));
+    EXPECT_FALSE(prepare(sql));
+    EXPECT_EQ("1: no such column: absent", words(statement.error()));
+}
+
+// Memory of SQLite itself
+
+class TextMemoryTest : public StatementTest
+{
+protected:
+    TextMemoryTest()
+    {
+        EXPECT_TRUE(statement.select(items));
+        EXPECT_TRUE(statement.next());
+    }
+    ~TextMemoryTest() override { hasNoMemoryForText = false; }
+};
+
+TEST_F(TextMemoryTest, TextThatSqliteCannotMakeIsEmptyAndAnError)
+{
+    hasNoMemoryForText = true;
+    EXPECT_EQ("", statement.getString("name"));
+    EXPECT_EQ("7: out of memory", words(statement.error()));
+    hasNoMemoryForText = false;
+    EXPECT_EQ("Bolt", statement.getString("name"));
+}
+
+TEST_F(TextMemoryTest, NullIsNoTextThatSqliteCannotMake)
+{
+    ASSERT_TRUE(statement.next());
+    EXPECT_TRUE(statement.next());
+    hasNoMemoryForText = true;
+    EXPECT_EQ("", statement.getString("name"));
+    EXPECT_EQ("none", words(statement.error()));
+}
+
+TEST_F(TextMemoryTest, RecordWithATextThatSqliteCannotMakeIsNotRead)
+{
+    sql::Record record(items.fields());
+    hasNoMemoryForText = true;
+    EXPECT_FALSE(statement.read(record));
+    EXPECT_EQ("7: out of memory", words(statement.error()));
+    hasNoMemoryForText = false;
+    EXPECT_TRUE(statement.read(record));
+    EXPECT_EQ("Bolt", record.getValue("name")->asString());
+    EXPECT_EQ("none", words(statement.error()));
+}
+
+// Writers
+
+class WriterMemoryTest : public TableWriterTest, public ::testing::WithParamInterface<bool>
+{
+protected:
+    WriterMemoryTest() { faults.allocationsStayOut = GetParam(); }
+
+    void expectFailures(const std::function<bool()>& operation, const sql::TableWriter& of)
+    {
+        EXPECT_LT(0, failuresOf(operation, of.error(), faults));
+        EXPECT_EQ("none", words(of.error()));
+        EXPECT_EQ(1, of.changes());
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(OnceAndForGood, WriterMemoryTest, ::testing::Bool());
+
+TEST_P(WriterMemoryTest, RecordsAreWrittenAllTheSame)
+{
+    const sql::Record added = item(7, longText);
+    const sql::Record changed = item(7, longText + longText);
+    const sql::Record replaced = item(7, longText + longText + longText);
+    expectFailures([&] { return writer.insert(added); }, writer);
+    EXPECT_EQ("7 '" + longText + "' NULL NULL NULL", row("7"));
+    expectFailures([&] { return writer.update(changed); }, writer);
+    EXPECT_EQ("7 '" + longText + longText + "' NULL NULL NULL", row("7"));
+    expectFailures([&] { return writer.upsert(replaced); }, writer);
+    EXPECT_EQ("300", cell("select length(name) from item where id = 7"));
+}
+
+TEST_P(WriterMemoryTest, CellsAreWrittenAllTheSame)
+{
+    setItem(7, longText);
+    expectFailures([this] { return writer.insert(); }, writer);
+    EXPECT_EQ("7 '" + longText + "' NULL NULL NULL", row("7"));
+}
+
+TEST_P(WriterMemoryTest, RowsAreErasedAllTheSame)
+{
+    run("insert into part values ('" + longText + "', 8), ('A-17', 5)");
+    expectFailures([this] { return partWriter.erase(longText); }, partWriter);
+    EXPECT_EQ("A-17=5", partRows());
+    expectFailures([this] { return writer.erase(2); }, writer);
+    EXPECT_EQ("1", ids());
+}
+
+// A long name of a table takes memory too, for the log alone.
+TEST_P(WriterMemoryTest, FailureThatCannotBeLoggedIsReturned)
+{
+    sql::Table table(db, "a_name_longer_than_a_string", itemFields);
+    sql::TableWriter nameless(table);
+    const sql::Record record(parts.fields());
+    run("create table a_name_longer_than_a_string (id integer primary key, name, price, active, "
+        "made)");
+    EXPECT_TRUE(nameless.insert());
+    const Refusal refusal = {20, "SQLITE_MISMATCH", "the record has other columns than the table"};
+    const std::string logged = trace({refusedToWrite(table.name(), refusal)});
+    int failures = 0;
+    for (bool isWhole = false; !isWhole;) {
+        ASSERT_GT(100, failures);
+        faults.allocationsLeft = failures;
+        EXPECT_FALSE(nameless.insert(record));
+        faults.allocationsLeft = -1;
+        EXPECT_EQ(20, nameless.error().code());
+        const std::string lines = takeDiagnostics();
+        EXPECT_TRUE(lines.empty() || lines == logged) << lines;
+        isWhole = lines == logged && nameless.error().text() == refusal.text;
+        if (!isWhole)
+            ++failures;
+    }
+    EXPECT_LT(1, failures); // without memory for the words, and without memory for the name
+}
+
+// Copies
+
+TEST_F(FileTest, CopyThatFailsWithoutMemoryForItsWordsKeepsItsCode)
+{
+    faults.allocationsLeft = 0;
+    const sql::Backup backup(mine.db, mine.db);
+    faults.allocationsLeft = -1;
+    EXPECT_EQ("1: ", words(backup.error()));
+}
+
+} // namespace
