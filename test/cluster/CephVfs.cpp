@@ -1,10 +1,9 @@
-// Preloaded (LD_PRELOAD) into a program that uses the shared libsqlite3, this makes its databases
-// reachable that a Ceph cluster keeps: file:///POOL:NAMESPACE/NAME?vfs=ceph
+// Preloaded (LD_PRELOAD) into a program that uses the shared libsqlite3, this makes the databases
+// of a Ceph cluster reachable: file:///POOL:NAMESPACE/NAME?vfs=ceph
 //
-// To show what it is good for, the environment variable CEPH_VFS takes parts of it away or adds
-// one:
-//   disk      temporary files stay where SQLite puts them by default
-//   default   names without "vfs=" lead to the cluster, too
+// For the tests, the environment variable CEPH_VFS changes what it does:
+//   disk      leaves temporary files where SQLite puts them by default
+//   default   leads names without "vfs=" to the cluster, too
 //   unfilled  as default, with only the functions that Ceph gives to its VFS
 
 #include <cstdio>

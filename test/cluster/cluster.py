@@ -15,7 +15,7 @@ SPACE = "test"
 LOCK = ("rados", "-p", POOL, "-N", SPACE, "lock")
 LOCK_NAME = "striper.lock"
 # A store is gone after GRACE seconds without a sign of life; the pool takes writes while two are there.
-# The monitor does at once what it would else do once per second, so that tests take less time.
+# The monitor decides at once, in place of once per second, so that tests take less time.
 GRACE = 4
 CONFIGURATION = """\
 [global]
@@ -104,7 +104,7 @@ class Cluster:
             shutil.rmtree(self.folder / f"osd.{store}", ignore_errors=True)
 
     def preloaded(self, mode="", arguments=""):
-        """The environment of a program that shall reach the cluster. `arguments` are Ceph's."""
+        """The environment of a program that reaches the cluster. `arguments` are Ceph's."""
         return self.environment | {
             "LD_PRELOAD": str(self.programs / "test/cluster/libcluster_vfs.so"),
             "CEPH_VFS": mode, "CEPH_ARGS": arguments}
@@ -133,8 +133,8 @@ class Cluster:
         self._run("rados", "-p", POOL, "put", "ready", "/dev/null")
 
     def break_lock(self, name):
-        """What a supervisor does that knows of the death of a writer: the next one need not wait
-        for its lock to expire. The dead one is shut out first, in case that it lives."""
+        """What a supervisor does when it knows that a writer is dead: the next one need not wait
+        for the lock to expire. The dead one is shut out first, in case it is alive."""
         pieces = [f"{name}{suffix}.{0:016x}" for suffix in ("", "-journal", "-wal")]
         found = [(piece, locker) for piece in pieces for locker in self._lockers(piece)]
         for address in {locker["addr"] for _, locker in found}:

@@ -52,7 +52,7 @@ class Session:
         return self.hear(seconds)
 
     def good(self, line):
-        """What it answers, which is no failure."""
+        """As `ask`, for what must not fail."""
         reply = self.ask(line)
         if reply is None or reply.startswith("failed"):
             raise RuntimeError(f"'{line}': {reply}: {''.join(self.log)}")
