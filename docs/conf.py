@@ -35,13 +35,14 @@ html_search_scorer = str(root / "docs/scorer.js")
 # A page of the manual for each header: its name, and the sentence that describes the header.
 man_make_section_directory = True
 man_show_urls = False
-man_pages = []
+man_pages, headers = [], {}
 for header in sorted(root.glob("components/sql/*/include/Sql?*.h")):
     name = header.stem.removeprefix("Sql")
     page, title = {"Common": ("functions", "sqlwrapper"), "TableCheck": ("checkTable", "sql::checkTable")
                    }.get(name, (name, f"sql::{name}"))
     if (root / f"docs/reference/{page}.md").exists():
         brief = re.search(r"/// @file\n/// (.+?)\.", header.read_text(encoding="utf-8"))[1]
+        headers[f"reference/{page}"] = header
         man_pages.append((f"reference/{page}", title, brief[0].lower() + brief[1:].replace("`", ""), "", 3))
 
 # Documents of the project that lie elsewhere, and the pages that consist of them.
@@ -60,5 +61,18 @@ def lead_to_page(app, env, node, content):
     return page and make_refnode(app.builder, env.docname, page.as_posix(), None, content)
 
 
+def frame_manual(app, docname, source):
+    """A page of the manual begins with what to include and link, and ends with all of its traps."""
+    if app.builder.name == "man" and docname in headers:
+        library = {"sqlprepared": "sqlwrapper-prepared "}.get(headers[docname].parts[-3], "")
+        title, _, text = source[0].partition("\n\n")
+        traps = dict.fromkeys(re.findall(r"\[([^]]+)\]\(\.\./deliberate-behaviour", text))
+        source[0] = f"""{title}\n\n## Synopsis\n\n```cpp\n#include <{headers[docname].name}>\n```\n
+`c++ program.cpp $(pkg-config --cflags --libs {library}sqlwrapper-standalone)`\n\n## Description\n\n{text}
+## Caveats\n\n{"".join(f"- {trap}" + chr(10) for trap in traps)}\nThe page *Deliberate behaviour* of the
+documents explains them.\n\n## See also\n\nsqlwrapper(7), sqlprepared(7)\n"""
+
+
 def setup(app):
     app.connect("missing-reference", lead_to_page)
+    app.connect("source-read", frame_manual)

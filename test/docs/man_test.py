@@ -24,7 +24,7 @@ def main(page, build):
     program = re.search(r"^\.SH EXAMPLES\n\.EX\n(.*?)^\.EE", source, re.MULTILINE | re.DOTALL)[1]
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
-        for component in "runtime", "development", "standalone":
+        for component in "runtime", "development", "prepared", "standalone":
             subprocess.run(
                 ["cmake", "--install", build, "--prefix", folder, "--component", component],
                 check=True, stdout=subprocess.DEVNULL,
