@@ -51,7 +51,7 @@ std::string headOf(const Message& message)
 
 } // namespace
 
-// FNV-1a, begun anew with the hash so far.
+// FNV-1a over the hash so far and the changeset.
 std::uint64_t hashAfter(std::uint64_t hash, const std::string& changeset)
 {
     std::string before;

@@ -21,7 +21,7 @@ const char usage[] =
     "usage: ship FILE to HOST PORT            to a gateway that listens\n"
     "       ship FILE pipe                    by standard input and output, as through ssh\n"
     "       ship FILE write STICK [NUMBER]    what comes after NUMBER (0), into a file\n"
-    "       ship FILE snapshot STICK          all rows, into a file; they begin anew at the gateway\n"
+    "       ship FILE snapshot STICK          all rows, into a file; they replace those of the gateway\n"
     "\n"
     "FILE is the database of a board. What the gateway confirms is dropped from the board's outbox.\n"
     "A gateway that has something else of the board gets all of its rows.\n"

@@ -73,7 +73,7 @@ class FleetTest(unittest.TestCase):
         self.good(self.fleet.ship(1))
         self.same(1)
 
-    def test_a_wiped_board_begins_anew_and_its_former_rows_are_kept(self):
+    def test_a_wiped_board_starts_again_and_its_former_rows_are_kept(self):
         self.fleet.listen()
         self.fleet.sample(1, 5)
         self.fleet.ship(1)
@@ -292,7 +292,8 @@ class FleetTest(unittest.TestCase):
         self.fleet.listen()
         script = "set -e\n" + "".join(steps).replace("9000", self.fleet.port)
         for program in "board", "ship", "gateway":  # in the emulator, where there is one
-            script = script.replace(program + " ", shlex.join([*EMULATOR, f"{PROGRAMS}/{program}"]) + " ")
+            command = [*EMULATOR, str(pathlib.Path(PROGRAMS, program).resolve())]
+            script = script.replace(program + " ", shlex.join(command) + " ")
         done = subprocess.run(["sh", "-c", script], cwd=self.fleet.folder, capture_output=True,
                               text=True, timeout=120)
         self.assertEqual((0, ""), (done.returncode, done.stderr))

@@ -66,7 +66,7 @@ class Recording(RecorderTest):
         self.assertEqual([(70, 931, 1000)],
                          self.query('a.db', 'select count(*), min(id), max(id) from sample'))
 
-    def test_stops_when_it_is_told_to_and_keeps_what_it_has(self):
+    def test_a_signal_ends_it_and_it_keeps_what_it_has(self):
         for number in (signal.SIGINT, signal.SIGTERM):
             process = start('record', 'a.db', '--rate', 100, '--batch', 100000)
             time.sleep(0.5)
