@@ -214,6 +214,20 @@ TEST_P(WriterMemoryTest, RowsAreErasedAllTheSame)
     EXPECT_EQ("1", ids());
 }
 
+TEST_P(WriterMemoryTest, LostCellIsNotForgottenForAColumnThatIsNotThere)
+{
+    setItem(7, "Screw");
+    faults.allocationsLeft = 0;
+    writer.setString(1, longText);
+    faults.allocationsLeft = -1;
+    writer.setInteger(99, 7);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_FALSE(writer.insert());
+        EXPECT_EQ("7: out of memory", words(writer.error()));
+    }
+    EXPECT_EQ("1 2", ids());
+}
+
 // A long name of a table takes memory too, for the log alone.
 TEST_P(WriterMemoryTest, FailureThatCannotBeLoggedIsReturned)
 {

@@ -200,6 +200,18 @@ TEST_F(StatementTest, NumbersThatSqliteCannotStoreAreRefused)
     EXPECT_EQ("7", rows());
 }
 
+TEST_F(StatementTest, TextBeyondTheLimitOfTheConnectionIsRefused)
+{
+    EXPECT_TRUE(prepare("select ?1"));
+    sqlite3_limit(db, SQLITE_LIMIT_LENGTH, 100);
+    EXPECT_FALSE(statement.bindString(1, std::string(101, 'x')));
+    expectFailure("select ?1", {18, "SQLITE_TOOBIG", "string or blob too big"});
+    EXPECT_FALSE(statement.find(std::string(101, 'x')));
+    expectFailure("select ?1", {18, "SQLITE_TOOBIG", "string or blob too big"});
+    EXPECT_TRUE(statement.find(std::string(100, 'x')));
+    EXPECT_EQ(100, statement.getSize(0));
+}
+
 TEST_F(StatementTest, ParameterThatIsNotThereIsRefused)
 {
     EXPECT_TRUE(prepare("select ?1"));
@@ -433,6 +445,26 @@ TEST_F(StatementsOfTwoTest, BusyLeavesItUsable)
     other.run("commit");
     EXPECT_TRUE(statement.run());
     EXPECT_EQ("none", words(statement.error()));
+}
+
+TEST_F(StatementsOfTwoTest, WriteThatIsLeftOnARowMayFailThen)
+{
+    if (sqlite3_libversion_number() < 3035000)
+        GTEST_SKIP() << "without RETURNING";
+    mine.run("create table item (id integer primary key)");
+    sql::Statement statement;
+    EXPECT_TRUE(statement.prepare(mine.db, "insert into item values (1), (2) returning id"));
+    ASSERT_TRUE(statement.next());
+    other.run("begin; select * from item");
+    statement.reset();
+    EXPECT_EQ("5: database is locked", words(statement.error()));
+    EXPECT_EQ(0, statement.changes());
+    other.run("commit");
+    EXPECT_EQ("0", mine.cell("select count(*) from item"));
+    ASSERT_TRUE(statement.next());
+    statement.reset();
+    EXPECT_EQ("none", words(statement.error()));
+    EXPECT_EQ("2", mine.cell("select count(*) from item"));
 }
 
 // The schema

@@ -394,6 +394,7 @@ TEST_F(TableCheckTest, FindsOtherAffinities)
         {"", false, false, false},
         {"textblob", false, true, false},
         {"realblob", false, false, false},
+        {"\"{text}\"", false, true, false},
     };
     for (const AffinityCase& one : cases) {
         SCOPED_TRACE(one.type);
@@ -629,6 +630,24 @@ TEST_F(TableCheckTest, TakesTheEndOfMemoryForAFailure)
             EXPECT_TRUE(found == whole || found.back().first == Finding::failed) << left;
         }
     }
+}
+
+TEST_F(TableCheckTest, TakesTheEndOfMemoryForAFailureOfTheDescription)
+{
+    const sql::FieldSet fields = described({name, id});
+    const std::string table = "item";
+    Found found;
+    int left = 1;
+    for (; found != Found({{Finding::key_last, "id"}}); ++left) {
+        ASSERT_GT(1000, left);
+        EXPECT_TRUE(found.empty() || found == Found({{Finding::failed, ""}})) << left;
+        faults.allocationsLeft = left;
+        const std::vector<Finding> findings = sql::checkDescription(table, fields);
+        faults.allocationsLeft = -1;
+        found = kindsOf(findings);
+        ASSERT_EQ(1u, found.size()) << left;
+    }
+    EXPECT_LT(2, left);
 }
 
 TEST_F(TableCheckTest, LogsTheEndOfMemoryThatLeavesNoRoomForAFinding)

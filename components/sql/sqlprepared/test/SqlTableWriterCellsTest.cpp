@@ -131,6 +131,21 @@ TEST_F(TableWriterTest, ColumnThatIsNotThereFailsTheNextWriteOfTheCells)
     EXPECT_TRUE(writer.insert());
 }
 
+TEST_F(TableWriterTest, TextsBeyondTheLimitOfTheConnectionAreRefused)
+{
+    const std::string longText(101, 'x');
+    EXPECT_TRUE(partWriter.erase("none")); // statements that are compiled have no limit
+    EXPECT_TRUE(writer.update(item(9, "none")));
+    sqlite3_limit(db, SQLITE_LIMIT_LENGTH, 100);
+    EXPECT_FALSE(writer.update(item(1, longText)));
+    expectRefused({18, "SQLITE_TOOBIG", "string or blob too big"});
+    EXPECT_FALSE(partWriter.erase(longText));
+    EXPECT_EQ("18: string or blob too big", words(partWriter.error()));
+    EXPECT_EQ(0, partWriter.changes());
+    EXPECT_TRUE(writer.update(item(1, "Screw")));
+    EXPECT_EQ("none", words(writer.error()));
+}
+
 TEST_F(TableWriterTest, NumbersThatSqliteCannotStoreFailEveryWriteOfTheCells)
 {
     const double infinity = std::numeric_limits<double>::infinity();

@@ -312,6 +312,38 @@ TEST_F(TransactionTest, CannotEndWhenItCouldNotBegin)
     EXPECT_EQ(trace({refusedToEnd(notOpen), refusedToEnd(notOpen)}), takeDiagnostics());
 }
 
+TEST_F(TransactionTest, DoesNotBeginWhenSqliteRefusesItsBeginningOrItsEnds)
+{
+    for (std::string refused : {"BEGIN", "COMMIT", "ROLLBACK"}) {
+        SCOPED_TRACE(refused);
+        sqlite3_set_authorizer(
+            mine.db,
+            [](void* one, int action, const char* what, const char*, const char*, const char*) {
+                const bool isRefused =
+                    action == SQLITE_TRANSACTION && *static_cast<std::string*>(one) == what;
+                return isRefused ? SQLITE_DENY : SQLITE_OK;
+            },
+            &refused);
+        const sql::Transaction transaction(mine.db);
+        sqlite3_set_authorizer(mine.db, nullptr, nullptr);
+        EXPECT_FALSE(transaction.isOpen());
+        EXPECT_FALSE(isInTransaction());
+        EXPECT_EQ("23: not authorized", words(transaction.error()));
+    }
+}
+
+TEST_F(TransactionTest, SavepointThatAnotherHasReleasedCannotBeRolledBack)
+{
+    sql::Transaction outer(mine.db);
+    sql::Transaction inner(mine.db);
+    insert(1);
+    mine.run("release sqlprepared");
+    EXPECT_FALSE(inner.rollback());
+    EXPECT_EQ("1: no such savepoint: sqlprepared", words(inner.error()));
+    EXPECT_TRUE(outer.rollback());
+    EXPECT_EQ("", ids());
+}
+
 TEST_F(TransactionTest, NullConnectionIsReportedOnce)
 {
     sql::Transaction transaction(nullptr);
