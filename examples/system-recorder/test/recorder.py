@@ -2,6 +2,7 @@
 
 import os
 import resource
+import shlex
 import sqlite3
 import subprocess
 import sys
@@ -27,7 +28,7 @@ def csv(samples, counters=3, first=0):
 
 def on_terminal(*arguments):
     """What a person sees."""
-    return subprocess.run(['script', '-qec', ' '.join([*recorder, *arguments]), '/dev/null'],
+    return subprocess.run(['script', '-qec', shlex.join([*recorder, *arguments]), '/dev/null'],
                           capture_output=True, stdin=subprocess.DEVNULL, check=True).stdout.decode()
 
 
