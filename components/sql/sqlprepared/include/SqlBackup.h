@@ -37,17 +37,17 @@ public:
     bool step(int pages);
 
     /// Whether the copy is complete.
-    bool isDone() const;
+    bool isDone() const { return _isDone; }
     /// Whether the last step found a lock of another connection.
-    bool isBusy() const;
+    bool isBusy() const { return _isBusy; }
 
     /// The pages that are left, as the last step has counted them; 0 before the first step.
-    int remaining() const;
+    int remaining() const { return _remaining; }
     /// The pages of the source, as the last step has counted them; 0 before the first step.
-    int pageCount() const;
+    int pageCount() const { return _pageCount; }
 
     /// Why the copy failed; none while it has not.
-    const Error& error() const;
+    const Error& error() const { return _error; }
 
 private:
     SQLW_INTERNAL void end();

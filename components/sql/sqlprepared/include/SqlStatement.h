@@ -32,7 +32,10 @@ class Statement
 {
 public:
     /// Without a statement.
-    Statement();
+    Statement()
+        : _db(nullptr), _handle(nullptr), _isIdle(false), _isOnRow(false), _countsChanges(false),
+          _changes(0)
+    {}
     /// Closes.
     ~Statement();
 
@@ -73,9 +76,9 @@ public:
     /// Binds a number exactly, without rounding. NaN and the infinities are SQLITE_MISMATCH.
     bool bindDouble(int parameter, double number);
     /// Binds 1 for true and 0 for false.
-    bool bindBool(int parameter, bool truth);
+    bool bindBool(int parameter, bool truth) { return bindInteger(parameter, truth ? 1 : 0); }
     /// Binds the seconds since the epoch.
-    bool bindTime(int parameter, Time time);
+    bool bindTime(int parameter, Time time) { return bindInteger(parameter, time.asInteger()); }
     /// Binds a copy of the text, NUL bytes included.
     bool bindString(int parameter, const string& text);
     /// Binds `size` bytes without a copy, or NULL for a null pointer. A negative size counts up to
@@ -107,12 +110,12 @@ public:
     bool find(const string& key);
 
     /// The same, fills the record as `read` does, and ends the run.
-    bool find(integer key, Record& record);
-    bool find(const string& key, Record& record);
+    bool find(integer key, Record& record) { return find(key) && readAlone(record); }
+    bool find(const string& key, Record& record) { return find(key) && readAlone(record); }
 
     /// The rows that the last run added, changed or deleted; those that triggers changed do not
     /// count. 0 after a failure, a read, and a statement that changes the schema.
-    int changes() const;
+    int changes() const { return _changes; }
 
     /// @}
     /// @name The row
@@ -129,23 +132,23 @@ public:
 
     /// Whether the cell is NULL.
     bool isNull(int column) const;
-    bool isNull(const string& name) const;
+    bool isNull(const string& name) const { return isNull(column(name)); }
     /// The cell as an integer.
     integer getInteger(int column) const;
-    integer getInteger(const string& name) const;
+    integer getInteger(const string& name) const { return getInteger(column(name)); }
     /// The cell as a number, exactly as stored.
     double getDouble(int column) const;
-    double getDouble(const string& name) const;
+    double getDouble(const string& name) const { return getDouble(column(name)); }
     /// True for 1 alone, as `Value::asBool`.
     bool getBool(int column) const;
-    bool getBool(const string& name) const;
+    bool getBool(const string& name) const { return getBool(column(name)); }
     /// The time of `getInteger` seconds.
-    Time getTime(int column) const;
-    Time getTime(const string& name) const;
+    Time getTime(int column) const { return Time(getInteger(column)); }
+    Time getTime(const string& name) const { return getTime(column(name)); }
     /// A copy of the text, NUL bytes included. Without memory the empty text, with an `error()` of
     /// SQLITE_NOMEM.
     string getString(int column) const;
-    string getString(const string& name) const;
+    string getString(const string& name) const { return getString(column(name)); }
 
     /// The text where SQLite keeps it, until the statement changes or the next row; null for NULL.
     /// It ends in a NUL byte, which `getSize` does not count.
@@ -163,7 +166,7 @@ public:
     /// @}
 
     /// Why the last operation failed; none when it succeeded.
-    const Error& error() const;
+    const Error& error() const { return _error; }
 
 private:
     friend class Backup; // they compile statements without taking memory for the texts
@@ -171,13 +174,14 @@ private:
     friend class TableWriter; // lends texts to its statements
     SQLW_INTERNAL bool bindBorrowed(int parameter, const string& text);
     SQLW_INTERNAL bool prepare(sqlite3* db, const char* sql, string::size_type size);
-    SQLW_INTERNAL bool prepare(Table& table, const string& sql);
+    SQLW_INTERNAL bool prepare(Table& table, const char* pattern, const string* where,
+                               const string* orderBy);
     SQLW_INTERNAL bool isReady();
     SQLW_INTERNAL bool makeReady();
     SQLW_INTERNAL bool bind(int parameter, const string& text, void (*release)(void*));
     SQLW_INTERNAL bool bound(int rc);
     SQLW_INTERNAL bool end(int rc);
-    SQLW_INTERNAL bool readAlone(Record& record);
+    bool readAlone(Record& record);
     SQLW_INTERNAL bool readCell(int column, Value& cell) const;
     SQLW_INTERNAL bool succeed();
     SQLW_INTERNAL bool fail(int rc) const;
@@ -191,8 +195,8 @@ private:
     bool _isOnRow;
     bool _countsChanges; // changes rows
     int _changes;
-    FieldSet _fields; // of `select`
-    string _key;      // of `find`, which the parameter refers to
+    string _names; // of the columns of `select`, each ended by a NUL
+    string _key;   // of `find`, which the parameter refers to
     mutable Error _error;
 };
 

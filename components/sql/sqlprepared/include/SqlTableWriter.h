@@ -29,7 +29,10 @@ class TableWriter
 {
 public:
     /// For the rows of `table`. Compiles nothing yet.
-    explicit TableWriter(Table& table);
+    explicit TableWriter(Table& table)
+        : _table(table), _db(nullptr), _idColumn(-1), _cellCount(0), _lost(0), _insertId(0),
+          _changes(0)
+    {}
     /// Closes.
     ~TableWriter();
 
@@ -43,15 +46,15 @@ public:
     /// @{
 
     /// Adds a row. A NULL key is given a number by SQLite, where the key column is an integer one.
-    bool insert(const Record& record);
+    bool insert(const Record& record) { return write(Write::insert, &record); }
     /// Updates the row with the record's key. True also when there is no such row: see `changes`.
     /// SQLITE_MISUSE when the description has no key column. Where it has more than one, all of
     /// them are compared.
-    bool update(const Record& record);
+    bool update(const Record& record) { return write(Write::update, &record); }
     /// Updates the row with the record's key, or adds it when there is none, as one step. In SQL it
     /// is one statement where SQLite has it (3.24), otherwise two within a savepoint. SQLITE_MISUSE
     /// when the description has no key column.
-    bool upsert(const Record& record);
+    bool upsert(const Record& record) { return write(Write::upsert, &record); }
 
     /// @}
     /// @name Cells
@@ -62,24 +65,40 @@ public:
     /// @{
 
     /// Sets NULL.
-    void setNull(int column);
-    void setNull(const string& name);
+    void setNull(int column)
+    {
+        if (Cell* const cell = cellAt(column))
+            cell->kind = Kind::null;
+    }
+    void setNull(const string& name) { setNull(column(name)); }
     /// Sets an integer.
-    void setInteger(int column, integer number);
-    void setInteger(const string& name, integer number);
+    void setInteger(int column, integer number)
+    {
+        if (Cell* const cell = cellAt(column)) {
+            cell->kind = Kind::whole;
+            cell->whole = number;
+        }
+    }
+    void setInteger(const string& name, integer number) { setInteger(column(name), number); }
     /// Sets a number, which is stored exactly.
-    void setDouble(int column, double number);
-    void setDouble(const string& name, double number);
+    void setDouble(int column, double number)
+    {
+        if (Cell* const cell = cellAt(column)) {
+            cell->kind = Kind::real;
+            cell->real = number;
+        }
+    }
+    void setDouble(const string& name, double number) { setDouble(column(name), number); }
     /// Sets 1 for true and 0 for false.
-    void setBool(int column, bool truth);
-    void setBool(const string& name, bool truth);
+    void setBool(int column, bool truth) { setInteger(column, truth ? 1 : 0); }
+    void setBool(const string& name, bool truth) { setBool(column(name), truth); }
     /// Sets the seconds since the epoch.
-    void setTime(int column, Time time);
-    void setTime(const string& name, Time time);
+    void setTime(int column, Time time) { setInteger(column, time.asInteger()); }
+    void setTime(const string& name, Time time) { setTime(column(name), time); }
     /// Sets a copy of the text. In a number column SQLite stores a text that is a number as one,
     /// and any other as the text that it is.
     void setString(int column, const string& text);
-    void setString(const string& name, const string& text);
+    void setString(const string& name, const string& text) { setString(column(name), text); }
 
     /// The first column with the name; -1 when there is none, and nothing is logged.
     int column(const string& name) const;
@@ -88,9 +107,9 @@ public:
     void clear();
 
     /// They write the cells, otherwise as the operations of the same names with a record.
-    bool insert();
-    bool update();
-    bool upsert();
+    bool insert() { return write(Write::insert, nullptr); }
+    bool update() { return write(Write::update, nullptr); }
+    bool upsert() { return write(Write::upsert, nullptr); }
 
     /// @}
 
@@ -102,18 +121,18 @@ public:
     /// The integer key of the row that the last successful `insert` or `upsert` wrote. Other
     /// operations and failures leave it. 0 before the first, and in tables without a single integer
     /// key column.
-    integer insertId() const;
+    integer insertId() const { return _insertId; }
 
     /// The rows that the last write changed; those that triggers changed do not count. 0 after a
     /// failure, and after the update of a row that is not there.
-    int changes() const;
+    int changes() const { return _changes; }
 
     /// Drops the compiled statements: the next write compiles again. Cells, `insertId()` and
     /// `error()` stay.
     void close();
 
     /// Why the last write failed; none when it succeeded.
-    const Error& error() const;
+    const Error& error() const { return _error; }
 
 private:
     enum class Write { insert, update, upsert, erase };
@@ -121,12 +140,13 @@ private:
 
     struct Cell
     {
-        Cell() : kind(Kind::null), whole(0) {}
+        Cell() : kind(Kind::null), columnType(type_int), whole(0) {}
 
-        SQLW_INTERNAL bool take(const Value& value, field_type columnType);
+        SQLW_INTERNAL bool take(const Value& value);
         SQLW_INTERNAL int bind(sqlite3_stmt* handle, int parameter) const;
 
         Kind kind;
+        field_type columnType;
         union {
             integer whole;
             double real;
@@ -136,37 +156,38 @@ private:
 
     SQLW_INTERNAL void open();
     SQLW_INTERNAL bool isCurrent() const;
-    SQLW_INTERNAL bool compile(Statement& statement, Write kind);
-    SQLW_INTERNAL string toSql(Write kind) const;
+    SQLW_INTERNAL bool compile(Write kind);
+    SQLW_INTERNAL static const char* patternOf(Write kind);
     SQLW_INTERNAL const char* objection(Write kind) const;
     SQLW_INTERNAL bool hasColumnsOf(const Record& record) const;
     SQLW_INTERNAL bool take(const Record& record);
     SQLW_INTERNAL bool bind(Statement& statement, const std::vector<Cell>& cells);
-    SQLW_INTERNAL bool run(Statement& statement);
-    SQLW_INTERNAL bool write(Statement& statement, Write kind, const Record* record);
-    SQLW_INTERNAL bool upsert(const Record* record);
+    SQLW_INTERNAL bool run(Statement& statement, bool isBound);
+    bool write(Write kind, const Record* record);
+    SQLW_INTERNAL bool writeOnce(Write kind, const Record* record);
     SQLW_INTERNAL bool updateOrInsert(const Record* record);
-    SQLW_INTERNAL bool prepareErase();
+    SQLW_INTERNAL Statement& statementOf(Write kind);
+    SQLW_INTERNAL bool isReady(Write kind);
     SQLW_INTERNAL void keepId(const std::vector<Cell>& cells);
+    SQLW_INTERNAL integer keyOf(const Cell& cell);
     SQLW_INTERNAL bool failForLostCell();
     SQLW_INTERNAL bool failForNoNumber(int column);
     SQLW_INTERNAL bool withoutMemory();
     SQLW_INTERNAL bool fail(const Error& why);
     SQLW_INTERNAL bool fail(int extendedCode, const char* text);
-    SQLW_INTERNAL bool hasCell(int column);
-    SQLW_INTERNAL Cell& cell(int column);
-    SQLW_INTERNAL bool makeCell(int column);
+    Cell* cellAt(int column) // null when it can't be set, which the next write reports
+    {
+        return static_cast<unsigned>(column) < _cellCount ? &_cells[static_cast<unsigned>(column)]
+                                                          : makeCell(column);
+    }
+    Cell* makeCell(int column);
     SQLW_INTERNAL void resizeCells();
     SQLW_INTERNAL void lose(int code);
 
     Table& _table;
-    sqlite3* _db;                   // of the table, when the statements were compiled
-    std::vector<field_type> _types; // of its columns, likewise
-    int _idColumn;                  // its integer key; -1 when there is none
-    Statement _insert;
-    Statement _update;
-    Statement _upsert;
-    Statement _erase;
+    sqlite3* _db;             // of the table, when the statements were compiled
+    int _idColumn;            // its integer key then; -1 when there is none
+    Statement _statements[4]; // by the kind of write
     std::vector<Cell> _row;   // of the record written last, to which parameters refer
     std::vector<Cell> _cells; // set on the writer
     unsigned _cellCount;      // their number

@@ -54,15 +54,15 @@ public:
     bool rollback();
 
     /// Why the last operation failed; none when it succeeded.
-    const Error& error() const;
+    const Error& error() const { return _error; }
 
 private:
     SQLW_INTERNAL bool begin(const char* sql, const char* commit, const char* rollback);
     SQLW_INTERNAL bool prepare(Statement& statement, const char* sql);
     SQLW_INTERNAL bool run(Statement& statement);
-    SQLW_INTERNAL bool fail(const Error& why);
+    SQLW_INTERNAL bool settle(const Statement& statement, bool hasSucceeded);
     SQLW_INTERNAL bool fail(int extendedCode, const char* text);
-    SQLW_INTERNAL bool isUndone() const;
+    SQLW_INTERNAL bool failHavingEnded();
     SQLW_INTERNAL bool end();
 
     sqlite3* _db;

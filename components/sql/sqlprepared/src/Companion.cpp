@@ -1,20 +1,24 @@
 #include "Companion.h"
 
+#include <cstring>
+
 namespace sql
 {
 
-const Field* onlyKey(const FieldSet& fields)
+int countKeys(const FieldSet& fields)
 {
-    const Field* key = nullptr;
-    for (int i = 0; i < fields.count(); ++i) {
-        const Field* const field = fields.getByIndex(i);
-        if (!field->isPrimaryKey())
-            continue;
-        if (key)
-            return nullptr;
-        key = field;
-    }
-    return key;
+    int keys = 0;
+    for (int i = 0; i < fields.count(); ++i)
+        if (fields.getByIndex(i)->isPrimaryKey())
+            ++keys;
+    return keys;
+}
+
+const char* addPlainPart(string& text, const char* pattern)
+{
+    const size_t size = std::strcspn(pattern, "%");
+    text.append(pattern, size);
+    return pattern[size] == '%' ? pattern + size + 1 : pattern + size;
 }
 
 int positionOf(const FieldSet& fields, const string& name)

@@ -21,21 +21,12 @@
 namespace sql
 {
 
-/// Replaces `error`. Without memory for the words it keeps the code.
-SQLW_INTERNAL void setError(Error& error, int extendedCode, const char* text);
+/// The number of key columns.
+SQLW_INTERNAL int countKeys(const FieldSet& fields);
 
-/// Replaces `error` with what the connection says of its last call, which returned `rc`.
-SQLW_INTERNAL void setError(Error& error, int rc, sqlite3* db);
-
-/// Forgets what failed before.
-SQLW_INTERNAL inline void clear(Error& error)
-{
-    if (error)
-        error = Error();
-}
-
-/// The key column of a table that has exactly one; otherwise null.
-SQLW_INTERNAL const Field* onlyKey(const FieldSet& fields);
+/// Appends a pattern up to its next '%'.
+/// @return the character after that, which is what to put there; at the end, a NUL.
+SQLW_INTERNAL const char* addPlainPart(string& text, const char* pattern);
 
 /// The position of the first column with the name; -1 when there is none.
 SQLW_INTERNAL int positionOf(const FieldSet& fields, const string& name);

@@ -13,12 +13,12 @@ Backup::Backup(sqlite3* destination, sqlite3* source)
 {
     SQLW_SIGNATURE("sql::Backup::Backup(sqlite3*, sqlite3*)");
     if (!SQLW_ASSERT(destination) || !SQLW_ASSERT(source)) {
-        setError(_error, SQLITE_MISUSE, "no connection");
+        _error.set(SQLITE_MISUSE, "no connection");
         return;
     }
     static const char idle[] = "select 1";
     if (!_pin.prepare(destination, idle, sizeof(idle) - 1)) {
-        setError(_error, _pin.error().extendedCode(), _pin.error().text().c_str());
+        _error.set(_pin.error().extendedCode(), _pin.error().text().c_str());
         return;
     }
     _handle = sqlite3_backup_init(destination, "main", source, "main");
@@ -43,9 +43,9 @@ void Backup::fail(int rc)
 {
     end();               // leaves SQLite's words with the destination
     if (rc == SQLITE_OK) // SQLite has no word for a source that could not be opened
-        setError(_error, SQLITE_MISUSE, "the source is not open");
+        _error.set(SQLITE_MISUSE, "the source is not open");
     else
-        setError(_error, rc, _destination);
+        _error.set(rc, _destination);
     SQLW_ERROR("Failed to copy a database: rc=%d=%s: %s", _error.code(),
                sqliteRc2Str(_error.code()), _error.text().c_str());
 }
@@ -66,31 +66,6 @@ bool Backup::step(int pages)
     else
         fail(rc);
     return false;
-}
-
-bool Backup::isDone() const
-{
-    return _isDone;
-}
-
-bool Backup::isBusy() const
-{
-    return _isBusy;
-}
-
-int Backup::remaining() const
-{
-    return _remaining;
-}
-
-int Backup::pageCount() const
-{
-    return _pageCount;
-}
-
-const Error& Backup::error() const
-{
-    return _error;
 }
 
 } // namespace sql

@@ -5,19 +5,13 @@
 #include <cstring>
 
 #include "Companion.h"
+#include "StatementText.h"
 #include "StoredNumber.h"
 
 #define SQLW_SOURCE_NAME "SqlStatement.cpp"
 
 namespace sql
 {
-
-static const Field* const noFields = nullptr;
-
-Statement::Statement()
-    : _db(nullptr), _handle(nullptr), _isIdle(false), _isOnRow(false), _countsChanges(false),
-      _changes(0), _fields(noFields)
-{}
 
 Statement::~Statement()
 {
@@ -31,13 +25,13 @@ void Statement::close()
     _handle = nullptr;
     _isIdle = false;
     _isOnRow = false;
-    _fields = FieldSet(noFields);
+    _names.clear();
 }
 
 SQLW_COLD bool Statement::fail(int extendedCode, const char* text) const
 {
     _isIdle = false;
-    setError(_error, extendedCode, text);
+    _error.set(extendedCode, text);
     logFailure();
     return false;
 }
@@ -46,7 +40,7 @@ SQLW_COLD bool Statement::fail(int extendedCode, const char* text) const
 SQLW_COLD bool Statement::fail(int rc) const
 {
     _isIdle = false;
-    setError(_error, rc, _db);
+    _error.set(rc, _db);
     logFailure();
     return false;
 }
@@ -70,9 +64,9 @@ static const char* skipBlanksAndComments(const char* sql)
 {
     for (;;) {
         sql += std::strspn(sql, " \t\n\f\r");
-        if (std::strncmp(sql, "--", 2) == 0) {
+        if (sql[0] == '-' && sql[1] == '-') {
             sql += std::strcspn(sql, "\n");
-        } else if (std::strncmp(sql, "/*", 2) == 0) {
+        } else if (sql[0] == '/' && sql[1] == '*') {
             const char* const end = std::strstr(sql + 2, "*/");
             sql = end ? end + 2 : sql + std::strlen(sql);
         } else {
@@ -122,7 +116,7 @@ bool Statement::prepare(sqlite3* db, const char* sql, string::size_type size)
     _changes = 0;
     _db = db;
     if (!SQLW_ASSERT(db)) {
-        setError(_error, SQLITE_MISUSE, "no connection");
+        _error.set(SQLITE_MISUSE, "no connection");
         return false;
     }
     SQLW_DEBUG2("stmt='%s'", sql);
@@ -130,10 +124,10 @@ bool Statement::prepare(sqlite3* db, const char* sql, string::size_type size)
     const char* tail = nullptr;
     const int rc = compile(db, sql, &_handle, &tail);
     if (rc != SQLITE_OK) {
-        setError(_error, rc, db);
+        _error.set(rc, db);
     } else if (!_handle || *skipBlanksAndComments(tail) != '\0' || std::strlen(sql) != size) {
         close();
-        setError(_error, SQLITE_MISUSE, "the text is not exactly one statement");
+        _error.set(SQLITE_MISUSE, "the text is not exactly one statement");
     } else {
         _countsChanges = countsChanges(_handle);
         return succeed();
@@ -143,68 +137,58 @@ bool Statement::prepare(sqlite3* db, const char* sql, string::size_type size)
     return false;
 }
 
-static string selectOf(const Table& table)
+// Keeps the names, because SQLite may spell those of a result otherwise.
+static void addNames(string& names, const FieldSet& fields)
 {
-    const FieldSet& fields = table.fields();
-    string sql("select ");
-    sql += fields.toSql();
-    sql += " from ";
-    sql += table.name();
-    return sql;
+    for (int i = 0; i < fields.count(); ++i) {
+        const string name = fields.getByIndex(i)->getName();
+        names.append(name.c_str(), name.size() + 1); // with its NUL
+    }
 }
 
-// Keeps the names, because SQLite may spell those of a result otherwise.
-bool Statement::prepare(Table& table, const string& sql)
+bool Statement::prepare(Table& table, const char* pattern, const string* where,
+                        const string* orderBy)
 {
-    if (!prepare(table.getHandle(), sql))
-        return false;
-    _fields = table.fields();
-    return true;
+    try {
+        string sql;
+        addStatement(sql, pattern, table);
+        if (where && !where->empty()) {
+            sql += " where ";
+            sql += *where;
+        }
+        if (orderBy && !orderBy->empty()) {
+            sql += " order by ";
+            sql += *orderBy;
+        }
+        if (!prepare(table.getHandle(), sql.c_str(), sql.size()))
+            return false;
+        addNames(_names, table.fields());
+        return true;
+    } catch (const std::exception&) {
+        close();
+        return withoutMemory();
+    }
 }
 
 bool Statement::select(Table& table, const string& where, const string& orderBy)
 {
-    try {
-        string sql = selectOf(table);
-        if (!where.empty()) {
-            sql += " where ";
-            sql += where;
-        }
-        if (!orderBy.empty()) {
-            sql += " order by ";
-            sql += orderBy;
-        }
-        return prepare(table, sql);
-    } catch (const std::exception&) {
-        close();
-        return withoutMemory();
-    }
+    return prepare(table, "select %n from %t", &where, &orderBy);
 }
 
 bool Statement::selectByKey(Table& table)
 {
-    try {
-        string sql = selectOf(table);
-        const Field* const key = onlyKey(table.fields());
-        if (!key) {
-            close();
-            return fail(SQLITE_MISUSE, "the table has not exactly one key column");
-        }
-        sql += " where ";
-        sql += key->getName();
-        sql += " = ?1";
-        return prepare(table, sql);
-    } catch (const std::exception&) {
+    if (countKeys(table.fields()) != 1) {
         close();
-        return withoutMemory();
+        return fail(SQLITE_MISUSE, "the table has not exactly one key column");
     }
+    return prepare(table, "select %n from %t where %k = ?1", nullptr, nullptr);
 }
 
 // Parameters
 
 bool Statement::succeed()
 {
-    clear(_error);
+    _error.clear();
     _isIdle = true;
     return true;
 }
@@ -245,16 +229,6 @@ bool Statement::bindDouble(int parameter, double number)
     if (!std::isfinite(number))
         return fail(SQLITE_MISMATCH, "SQLite stores neither NaN nor infinities as numbers");
     return bound(sqlite3_bind_double(_handle, parameter, number));
-}
-
-bool Statement::bindBool(int parameter, bool truth)
-{
-    return bindInteger(parameter, truth ? 1 : 0);
-}
-
-bool Statement::bindTime(int parameter, Time time)
-{
-    return bindInteger(parameter, time.asInteger());
 }
 
 bool Statement::bindString(int parameter, const string& text)
@@ -320,7 +294,7 @@ bool Statement::next()
     }
     _isOnRow = true;
     _isIdle = false;
-    clear(_error);
+    _error.clear();
     return true;
 }
 
@@ -359,25 +333,10 @@ bool Statement::find(const string& key)
     return bindBorrowed(1, _key) && next();
 }
 
-bool Statement::find(integer key, Record& record)
-{
-    return find(key) && readAlone(record);
-}
-
-bool Statement::find(const string& key, Record& record)
-{
-    return find(key) && readAlone(record);
-}
-
 bool Statement::readAlone(Record& record)
 {
     const bool isRead = read(record);
     return end(SQLITE_ROW) && isRead && succeed();
-}
-
-int Statement::changes() const
-{
-    return _changes;
 }
 
 // The row. SQLite itself reads a cell that is not there as NULL.
@@ -387,13 +346,30 @@ int Statement::columnCount() const
     return sqlite3_column_count(_handle);
 }
 
+static bool isSame(const string& name, const char* other)
+{
+    return name.size() == std::strlen(other) && std::memcmp(name.data(), other, name.size()) == 0;
+}
+
+static int positionIn(const string& names, const string& name)
+{
+    const char* own = names.c_str();
+    const char* const end = own + names.size();
+    for (int i = 0; own != end; ++i) {
+        if (isSame(name, own))
+            return i;
+        own += std::strlen(own) + 1;
+    }
+    return -1;
+}
+
 int Statement::column(const string& name) const
 {
-    if (_fields.count() > 0)
-        return positionOf(_fields, name);
+    if (!_names.empty())
+        return positionIn(_names, name);
     for (int i = 0; i < columnCount(); ++i) {
         const char* const own = sqlite3_column_name(_handle, i);
-        if (own && name == own)
+        if (own && isSame(name, own))
             return i;
     }
     return -1;
@@ -404,29 +380,14 @@ bool Statement::isNull(int column) const
     return sqlite3_column_type(_handle, column) == SQLITE_NULL;
 }
 
-bool Statement::isNull(const string& name) const
-{
-    return isNull(column(name));
-}
-
 integer Statement::getInteger(int column) const
 {
     return sqlite3_column_int64(_handle, column);
 }
 
-integer Statement::getInteger(const string& name) const
-{
-    return getInteger(column(name));
-}
-
 double Statement::getDouble(int column) const
 {
     return sqlite3_column_double(_handle, column);
-}
-
-double Statement::getDouble(const string& name) const
-{
-    return getDouble(column(name));
 }
 
 // Most cells are settled by one call of SQLite.
@@ -439,43 +400,24 @@ bool Statement::getBool(int column) const
             return true;
         case SQLITE_FLOAT: // whose text is "1.0"
             return false;
-        default:
-            return std::strcmp(getText(column), "1") == 0 && getSize(column) == 1;
     }
-}
-
-bool Statement::getBool(const string& name) const
-{
-    return getBool(column(name));
-}
-
-Time Statement::getTime(int column) const
-{
-    return Time(getInteger(column));
-}
-
-Time Statement::getTime(const string& name) const
-{
-    return getTime(column(name));
+    const char* const text = getText(column);
+    return text && *text == '1' && getSize(column) == 1;
 }
 
 string Statement::getString(int column) const
 {
+    string copy;
     try {
         const char* const text = getText(column);
         if (text)
-            return string(text, static_cast<size_t>(getSize(column)));
-        if (!isNull(column))
+            copy.assign(text, static_cast<size_t>(getSize(column)));
+        else if (!isNull(column))
             withoutMemory();
     } catch (const std::exception&) {
         withoutMemory();
     }
-    return string();
-}
-
-string Statement::getString(const string& name) const
-{
-    return getString(column(name));
+    return copy;
 }
 
 const char* Statement::getText(int column) const
@@ -502,7 +444,7 @@ bool Statement::read(Record& record) const
     } catch (const std::exception&) {
         return withoutMemory();
     }
-    clear(_error);
+    _error.clear();
     return true;
 }
 
@@ -531,16 +473,14 @@ bool Statement::readCell(int column, Value& cell) const
         return isNull(column);
     }
     const string::size_type size = static_cast<string::size_type>(getSize(column));
-    if (std::strlen(text) == size)
+    if (std::strlen(text) == size) {
         cell.setValue(text, type);
-    else
-        cell.setString(string(text, size));
+    } else {
+        string whole;
+        whole.assign(text, size);
+        cell.setString(whole);
+    }
     return true;
-}
-
-const Error& Statement::error() const
-{
-    return _error;
 }
 
 } // namespace sql

@@ -6,6 +6,7 @@
 
 #include "Companion.h"
 #include "SqlTransaction.h"
+#include "StatementText.h"
 #include "StoredNumber.h"
 
 #define SQLW_SOURCE_NAME "SqlTableWriter.cpp"
@@ -13,23 +14,12 @@
 namespace sql
 {
 
-TableWriter::TableWriter(Table& table)
-    : _table(table), _db(nullptr), _idColumn(-1), _cellCount(0), _lost(SQLITE_OK), _insertId(0),
-      _changes(0)
-{}
-
-TableWriter::~TableWriter()
-{
-    close();
-}
+TableWriter::~TableWriter() {}
 
 void TableWriter::close()
 {
-    _insert.close();
-    _update.close();
-    _upsert.close();
-    _erase.close();
-    _types.clear();
+    for (Statement& statement : _statements)
+        statement.close();
     _db = nullptr;
 }
 
@@ -37,14 +27,14 @@ void TableWriter::close()
 SQLW_COLD bool TableWriter::fail(const Error& why)
 {
     _changes = 0;
-    setError(_error, why.extendedCode(), why.text().c_str());
+    _error.set(why.extendedCode(), why.text().c_str());
     return false;
 }
 
 SQLW_COLD bool TableWriter::fail(int extendedCode, const char* text)
 {
     _changes = 0;
-    setError(_error, extendedCode, text);
+    _error.set(extendedCode, text);
     try {
         SQLW_ERROR("Failed to write to table '%s'", _table.name().c_str());
         SQLW_ERROR("  rc=%d=%s: %s", _error.code(), sqliteRc2Str(_error.code()), text);
@@ -53,108 +43,19 @@ SQLW_COLD bool TableWriter::fail(int extendedCode, const char* text)
     return false;
 }
 
-// Statements. Parameter i + 1 is column i, but for the statement that erases.
-
-static void addParameter(string& sql, int column)
-{
-    sql += '?';
-    sql += intToStr(column + 1);
-}
-
-static string insertOf(const Table& table)
-{
-    const FieldSet& fields = table.fields();
-    string sql("insert into ");
-    sql += table.name();
-    sql += " (";
-    sql += fields.toSql();
-    sql += ") values (";
-    for (int i = 0; i < fields.count(); ++i) {
-        if (i > 0)
-            sql += ", ";
-        addParameter(sql, i);
-    }
-    sql += ')';
-    return sql;
-}
-
-// "id=?1", for those columns that are keys or those that are not.
-static bool addPairs(string& sql, const FieldSet& fields, bool keys, const char* separator)
-{
-    bool hasAdded = false;
-    for (int i = 0; i < fields.count(); ++i) {
-        const Field& field = *fields.getByIndex(i);
-        if (field.isPrimaryKey() != keys)
-            continue;
-        if (hasAdded)
-            sql += separator;
-        sql += field.getName();
-        sql += '=';
-        addParameter(sql, i);
-        hasAdded = true;
-    }
-    return hasAdded;
-}
-
-// A table of keys alone sets them to what they are.
-static void addAssignments(string& sql, const FieldSet& fields)
-{
-    sql += " set ";
-    if (!addPairs(sql, fields, false, ", "))
-        addPairs(sql, fields, true, ", ");
-}
-
-static string updateOf(const Table& table)
-{
-    string sql("update ");
-    sql += table.name();
-    addAssignments(sql, table.fields());
-    sql += " where ";
-    addPairs(sql, table.fields(), true, " and ");
-    return sql;
-}
-
-static string upsertOf(const Table& table)
-{
-    const FieldSet& fields = table.fields();
-    string sql = insertOf(table);
-    sql += " on conflict";
-    char separator = '(';
-    for (int i = 0; i < fields.count(); ++i) {
-        if (!fields.getByIndex(i)->isPrimaryKey())
-            continue;
-        sql += separator;
-        sql += fields.getByIndex(i)->getName();
-        separator = ',';
-    }
-    sql += ") do update";
-    addAssignments(sql, fields);
-    return sql;
-}
-
-static string deleteOf(const Table& table)
-{
-    string sql("delete from ");
-    sql += table.name();
-    sql += " where ";
-    sql += onlyKey(table.fields())->getName();
-    sql += "=?1";
-    return sql;
-}
-
-string TableWriter::toSql(Write kind) const
+const char* TableWriter::patternOf(Write kind)
 {
     switch (kind) {
         case Write::insert:
-            return insertOf(_table);
+            return "insert into %t (%n) values (%p)";
         case Write::update:
-            return updateOf(_table);
+            return "update %t set %a where %c";
         case Write::upsert:
-            return upsertOf(_table);
+            return "insert into %t (%n) values (%p) on conflict(%k) do update set %a";
         case Write::erase:
-            return deleteOf(_table);
+            break;
     }
-    return string();
+    return "delete from %t where %k=?1";
 }
 
 // Why the description does not do for a write; null when it does.
@@ -163,14 +64,12 @@ const char* TableWriter::objection(Write kind) const
     const FieldSet& fields = _table.fields();
     if (fields.count() == 0)
         return "the description has no columns";
-    if (kind == Write::erase && !onlyKey(fields))
-        return "the description has not exactly one key column";
     if (kind == Write::insert)
         return nullptr;
-    for (int i = 0; i < fields.count(); ++i)
-        if (fields.getByIndex(i)->isPrimaryKey())
-            return nullptr;
-    return "the description has no key column";
+    const int keys = countKeys(fields);
+    if (kind == Write::erase && keys != 1)
+        return "the description has not exactly one key column";
+    return keys > 0 ? nullptr : "the description has no key column";
 }
 
 // Takes in what the table is now.
@@ -178,15 +77,15 @@ void TableWriter::open()
 {
     close();
     const FieldSet& fields = _table.fields();
-    const Field* const key = onlyKey(fields);
+    const bool hasOneKey = countKeys(fields) == 1;
+    _row = std::vector<Cell>(static_cast<size_t>(fields.count()));
     _idColumn = -1;
     for (int i = 0; i < fields.count(); ++i) {
-        const Field* const field = fields.getByIndex(i);
-        _types.push_back(field->getType());
-        if (field == key && key->getType() == type_int)
+        const Field& field = *fields.getByIndex(i);
+        _row[static_cast<size_t>(i)].columnType = field.getType();
+        if (hasOneKey && field.isPrimaryKey() && field.getType() == type_int)
             _idColumn = i;
     }
-    _row.resize(_types.size());
     resizeCells();
     _db = _table.getHandle();
 }
@@ -196,7 +95,7 @@ bool TableWriter::isCurrent() const
     return _db && _db == _table.getHandle();
 }
 
-SQLW_COLD bool TableWriter::compile(Statement& statement, Write kind)
+SQLW_COLD bool TableWriter::compile(Write kind)
 {
     try {
         if (!isCurrent())
@@ -204,7 +103,10 @@ SQLW_COLD bool TableWriter::compile(Statement& statement, Write kind)
         const char* const text = _db ? objection(kind) : nullptr;
         if (text)
             return fail(SQLITE_MISUSE, text);
-        return statement.prepare(_db, _db ? toSql(kind) : string()) || fail(statement.error());
+        string sql;
+        addStatement(sql, patternOf(kind), _table);
+        Statement& statement = statementOf(kind);
+        return statement.prepare(_db, sql) || fail(statement.error());
     } catch (const std::exception&) {
         return withoutMemory();
     }
@@ -221,7 +123,7 @@ bool TableWriter::hasColumnsOf(const Record& record) const
 {
     const FieldSet& own = _table.fields();
     const FieldSet& other = *record.fields();
-    if (static_cast<size_t>(record.columnCount()) != _types.size())
+    if (static_cast<size_t>(record.columnCount()) != _row.size())
         return false;
     if (&own == &other)
         return true;
@@ -237,7 +139,7 @@ bool TableWriter::take(const Record& record)
         if (!hasColumnsOf(record))
             return fail(SQLITE_MISMATCH, "the record has other columns than the table");
         for (size_t i = 0; i < _row.size(); ++i)
-            if (!_row[i].take(*record.getValue(static_cast<int>(i)), _types[i]))
+            if (!_row[i].take(*record.getValue(static_cast<int>(i))))
                 return failForNoNumber(static_cast<int>(i));
         return true;
     } catch (const std::exception&) {
@@ -246,7 +148,7 @@ bool TableWriter::take(const Record& record)
 }
 
 // As `Table` stores the value. False when a number column can't hold it.
-bool TableWriter::Cell::take(const Value& value, field_type columnType)
+bool TableWriter::Cell::take(const Value& value)
 {
     kind = Kind::null;
     if (value.isNull())
@@ -256,7 +158,7 @@ bool TableWriter::Cell::take(const Value& value, field_type columnType)
         whole = value.asInteger();
         return true;
     }
-    text = value.asString();
+    value.asString().swap(text);
     kind = Kind::text;
     if (columnType == type_text)
         return true;
@@ -280,11 +182,12 @@ bool TableWriter::Cell::take(const Value& value, field_type columnType)
 
 SQLW_COLD bool TableWriter::failForNoNumber(int column)
 {
-    string words("column ");
+    string words;
+    words += "column ";
     words += _table.fields().getByIndex(column)->getName();
     words += " takes one decimal number, not '";
     words += _row[static_cast<size_t>(column)].text;
-    words += '\'';
+    words += "'";
     return fail(SQLITE_MISMATCH, words.c_str());
 }
 
@@ -323,23 +226,34 @@ bool TableWriter::bind(Statement& statement, const std::vector<Cell>& cells)
     return true;
 }
 
-bool TableWriter::run(Statement& statement)
+bool TableWriter::run(Statement& statement, bool isBound)
 {
-    if (!statement.run())
+    if (!isBound || !statement.run())
         return fail(statement.error());
     _changes = statement._changes;
-    sql::clear(_error);
+    _error.clear();
     return true;
 }
 
-bool TableWriter::write(Statement& statement, Write kind, const Record* record)
+Statement& TableWriter::statementOf(Write kind)
 {
-    if (!(statement._handle && isCurrent()) && !compile(statement, kind))
+    return _statements[static_cast<int>(kind)];
+}
+
+bool TableWriter::isReady(Write kind)
+{
+    return (statementOf(kind)._handle && isCurrent()) || compile(kind);
+}
+
+bool TableWriter::writeOnce(Write kind, const Record* record)
+{
+    if (!isReady(kind))
         return false;
     if (record ? !take(*record) : _lost != SQLITE_OK && !failForLostCell())
         return false;
     const std::vector<Cell>& cells = record ? _row : _cells;
-    if (!bind(statement, cells) || !run(statement))
+    Statement& statement = statementOf(kind);
+    if (!bind(statement, cells) || !run(statement, true))
         return false;
     if (kind != Write::update)
         keepId(cells);
@@ -357,7 +271,17 @@ void TableWriter::keepId(const std::vector<Cell>& cells)
     else if (cell.kind == Kind::null)
         _insertId = sqlite3_last_insert_rowid(_db);
     else
-        _insertId = cell.kind == Kind::real ? wholeOf(cell.real) : wholeOf(cell.text);
+        _insertId = keyOf(cell);
+}
+
+// The integer that SQLite makes of a number or a text.
+SQLW_COLD integer TableWriter::keyOf(const Cell& cell)
+{
+    static const char conversion[] = "select cast(?1 as numeric)";
+    Statement statement;
+    const bool isRead = statement.prepare(_db, conversion, sizeof(conversion) - 1) &&
+                        cell.bind(statement._handle, 1) == SQLITE_OK && statement.next();
+    return isRead ? statement.getInteger(0) : 0;
 }
 
 // A column that is not there fails one write. Without memory for a cell, every write fails until
@@ -370,41 +294,11 @@ SQLW_COLD bool TableWriter::failForLostCell()
     return fail(SQLITE_RANGE, "a cell was set of a column that is not there");
 }
 
-bool TableWriter::insert(const Record& record)
-{
-    return write(_insert, Write::insert, &record);
-}
-
-bool TableWriter::insert()
-{
-    return write(_insert, Write::insert, nullptr);
-}
-
-bool TableWriter::update(const Record& record)
-{
-    return write(_update, Write::update, &record);
-}
-
-bool TableWriter::update()
-{
-    return write(_update, Write::update, nullptr);
-}
-
-bool TableWriter::upsert(const Record& record)
-{
-    return upsert(&record);
-}
-
-bool TableWriter::upsert()
-{
-    return upsert(nullptr);
-}
-
-bool TableWriter::upsert(const Record* record)
+bool TableWriter::write(Write kind, const Record* record)
 {
     const int firstWithUpsert = 3024000;
-    if (sqlite3_libversion_number() >= firstWithUpsert)
-        return write(_upsert, Write::upsert, record);
+    if (kind != Write::upsert || sqlite3_libversion_number() >= firstWithUpsert)
+        return writeOnce(kind, record);
 
     sqlite3* const db = _table.getHandle();
     if (!db || sqlite3_get_autocommit(db) == 0)
@@ -423,79 +317,52 @@ bool TableWriter::upsert(const Record* record)
 
 bool TableWriter::updateOrInsert(const Record* record)
 {
-    if (!write(_update, Write::update, record))
+    if (!writeOnce(Write::update, record))
         return false;
     if (_changes == 0)
-        return write(_insert, Write::insert, record);
+        return writeOnce(Write::insert, record);
     keepId(record ? _row : _cells);
     return true;
 }
 
-bool TableWriter::prepareErase()
-{
-    return (_erase._handle && isCurrent()) || compile(_erase, Write::erase);
-}
-
 bool TableWriter::erase(integer key)
 {
-    return prepareErase() && (_erase.bindInteger(1, key) || fail(_erase.error())) && run(_erase);
+    Statement& statement = statementOf(Write::erase);
+    return isReady(Write::erase) && run(statement, statement.bindInteger(1, key));
 }
 
 bool TableWriter::erase(const string& key)
 {
-    return prepareErase() && (_erase.bindBorrowed(1, key) || fail(_erase.error())) && run(_erase);
-}
-
-integer TableWriter::insertId() const
-{
-    return _insertId;
-}
-
-int TableWriter::changes() const
-{
-    return _changes;
-}
-
-const Error& TableWriter::error() const
-{
-    return _error;
+    Statement& statement = statementOf(Write::erase);
+    return isReady(Write::erase) && run(statement, statement.bindBorrowed(1, key));
 }
 
 // Cells
 
-// Whether the cell can be set. If not, the next write says so.
-bool TableWriter::hasCell(int column)
-{
-    return static_cast<unsigned>(column) < _cellCount || makeCell(column);
-}
-
-TableWriter::Cell& TableWriter::cell(int column)
-{
-    return _cells[static_cast<size_t>(column)];
-}
-
 // The cells are made when the first of them is set: the table may get its columns late.
-SQLW_COLD bool TableWriter::makeCell(int column)
+SQLW_COLD TableWriter::Cell* TableWriter::makeCell(int column)
 {
     const int count = _table.fields().count();
     if (column < 0 || column >= count) {
         lose(SQLITE_RANGE);
-        return false;
+        return nullptr;
     }
     try {
         resizeCells();
-        return true;
+        return &_cells[static_cast<size_t>(column)];
     } catch (const std::exception&) {
         lose(SQLITE_NOMEM);
-        return false;
+        return nullptr;
     }
 }
 
 void TableWriter::resizeCells()
 {
-    const unsigned count = static_cast<unsigned>(_table.fields().count());
-    _cells.resize(count);
-    _cellCount = count;
+    std::vector<Cell> cells(static_cast<size_t>(_table.fields().count()));
+    for (size_t i = 0; i < cells.size() && i < _cells.size(); ++i)
+        cells[i] = _cells[i];
+    _cells.swap(cells);
+    _cellCount = static_cast<unsigned>(_cells.size());
 }
 
 void TableWriter::lose(int code)
@@ -504,78 +371,17 @@ void TableWriter::lose(int code)
         _lost = code;
 }
 
-void TableWriter::setNull(int column)
-{
-    if (hasCell(column))
-        cell(column).kind = Kind::null;
-}
-
-void TableWriter::setNull(const string& name)
-{
-    setNull(column(name));
-}
-
-void TableWriter::setInteger(int column, integer number)
-{
-    if (!hasCell(column))
-        return;
-    cell(column).kind = Kind::whole;
-    cell(column).whole = number;
-}
-
-void TableWriter::setInteger(const string& name, integer number)
-{
-    setInteger(column(name), number);
-}
-
-void TableWriter::setDouble(int column, double number)
-{
-    if (!hasCell(column))
-        return;
-    cell(column).kind = Kind::real;
-    cell(column).real = number;
-}
-
-void TableWriter::setDouble(const string& name, double number)
-{
-    setDouble(column(name), number);
-}
-
-void TableWriter::setBool(int column, bool truth)
-{
-    setInteger(column, truth ? 1 : 0);
-}
-
-void TableWriter::setBool(const string& name, bool truth)
-{
-    setBool(column(name), truth);
-}
-
-void TableWriter::setTime(int column, Time time)
-{
-    setInteger(column, time.asInteger());
-}
-
-void TableWriter::setTime(const string& name, Time time)
-{
-    setTime(column(name), time);
-}
-
 void TableWriter::setString(int column, const string& text)
 {
-    if (!hasCell(column))
+    Cell* const cell = cellAt(column);
+    if (!cell)
         return;
     try {
-        cell(column).text = text;
-        cell(column).kind = Kind::text;
+        cell->text = text;
+        cell->kind = Kind::text;
     } catch (const std::exception&) {
         lose(SQLITE_NOMEM);
     }
-}
-
-void TableWriter::setString(const string& name, const string& text)
-{
-    setString(column(name), text);
 }
 
 int TableWriter::column(const string& name) const

@@ -27,7 +27,7 @@ Transaction::Transaction(sqlite3* db, Mode mode) : _db(db), _hasEnded(true), _is
     SQLW_SIGNATURE("sql::Transaction::Transaction(sqlite3*, sql::Transaction::Mode)");
     const char* const sql = beginning(mode);
     if (!SQLW_ASSERT(db) || !SQLW_ASSERT(sql)) {
-        setError(_error, SQLITE_MISUSE, db ? "there is no such mode" : "no connection");
+        _error.set(SQLITE_MISUSE, db ? "there is no such mode" : "no connection");
         return;
     }
     // Within another transaction. Savepoints of one name nest, when they end in reverse order.
@@ -53,63 +53,59 @@ bool Transaction::begin(const char* sql, const char* commit, const char* rollbac
 
 bool Transaction::prepare(Statement& statement, const char* sql)
 {
-    return statement.prepare(_db, sql, std::strlen(sql)) || fail(statement.error());
+    return settle(statement, statement.prepare(_db, sql, std::strlen(sql)));
 }
 
 bool Transaction::run(Statement& statement)
 {
-    if (!statement.run())
-        return fail(statement.error());
-    clear(_error);
-    return true;
+    return settle(statement, statement.run());
 }
 
-// The statement has logged it.
-bool Transaction::fail(const Error& why)
+// The statement has logged it if it failed.
+bool Transaction::settle(const Statement& statement, bool hasSucceeded)
 {
-    setError(_error, why.extendedCode(), why.text().c_str());
-    return false;
+    const Error& error = statement.error();
+    _error.set(error.extendedCode(), error.text().c_str());
+    return hasSucceeded;
+}
+
+bool Transaction::failHavingEnded()
+{
+    return fail(SQLITE_MISUSE, "no transaction is open");
 }
 
 bool Transaction::fail(int extendedCode, const char* text)
 {
-    setError(_error, extendedCode, text);
+    _error.set(extendedCode, text);
     SQLW_ERROR("Failed to end a transaction: rc=%d=%s: %s", _error.code(),
                sqliteRc2Str(_error.code()), text);
     return false;
 }
 
 // SQLite rolls back by itself when it can't go on, and then commits each statement by itself.
-bool Transaction::isUndone() const
-{
-    return !_hasEnded && sqlite3_get_autocommit(_db) != 0;
-}
-
 bool Transaction::isOpen() const
 {
-    return !_hasEnded && !isUndone();
+    return !_hasEnded && sqlite3_get_autocommit(_db) == 0;
 }
 
 bool Transaction::commit()
 {
-    if (_hasEnded)
-        return fail(SQLITE_MISUSE, "no transaction is open");
-    if (isUndone())
-        return fail(SQLITE_ABORT_ROLLBACK, "SQLite has rolled the transaction back by itself");
-    return run(_commit) && end();
+    if (isOpen())
+        return run(_commit) && end();
+    return _hasEnded
+               ? failHavingEnded()
+               : fail(SQLITE_ABORT_ROLLBACK, "SQLite has rolled the transaction back by itself");
 }
 
 bool Transaction::rollback()
 {
     if (_hasEnded)
-        return fail(SQLITE_MISUSE, "no transaction is open");
-    if (isUndone()) {
-        clear(_error);
-        return end();
-    }
-    if (_isSavepoint) // stays after a rollback to it
-        return run(_rollback) && run(_commit) && end();
-    return run(_rollback) && end();
+        return failHavingEnded();
+    if (!isOpen())
+        _error.clear();
+    else if (!run(_rollback) || (_isSavepoint && !run(_commit))) // it stays after a rollback to it
+        return false;
+    return end();
 }
 
 bool Transaction::end()
@@ -118,11 +114,6 @@ bool Transaction::end()
     _commit.close();
     _rollback.close();
     return true;
-}
-
-const Error& Transaction::error() const
-{
-    return _error;
 }
 
 } // namespace sql

@@ -122,16 +122,4 @@ DecimalText::DecimalText(const string& text) : _form(no_number), _whole(0), _rea
     _real = isNegative ? -magnitude : magnitude;
 }
 
-integer wholeOf(double number)
-{
-    const double beyond = 9223372036854775808.0; // 2^63
-    return number >= -beyond && number < beyond ? static_cast<integer>(number) : 0;
-}
-
-integer wholeOf(const string& text)
-{
-    const bool isWhole = text.find_first_of(".eE") == string::npos;
-    return isWhole ? textToInteger(text.c_str()) : wholeOf(textToDouble(text));
-}
-
 } // namespace sql

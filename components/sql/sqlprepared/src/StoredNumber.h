@@ -47,10 +47,6 @@ private:
     double _real;
 };
 
-/// The integer that SQLite makes of a number for an integer key, where that is possible.
-SQLW_INTERNAL integer wholeOf(double number);
-SQLW_INTERNAL integer wholeOf(const string& text);
-
 } // namespace sql
 
 #endif
