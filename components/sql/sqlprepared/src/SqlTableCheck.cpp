@@ -218,14 +218,14 @@ private:
     Error _error;
 };
 
-// The table names itself, if there is one.
+// A table without a name here names itself.
 Check::Check(const string* name, const FieldSet& fields, const Table* table)
     : _fields(fields), _findingCount(0), _columnCount(0), _keyCount(0)
 {
-    if (table)
-        table->name().swap(_table);
-    else
+    if (name)
         _table = *name;
+    else if (table)
+        table->name().swap(_table);
 }
 
 void Check::moveTo(std::vector<Finding>& findings)
@@ -265,7 +265,7 @@ void Check::addText(string& text, const char* sentence, const string* column, co
                 text += _table;
                 break;
             case 'c':
-                text += *column;
+                text += *column; // NOLINT(clang-analyzer-core.NonNullParamChecker): it has a column
                 break;
             case 's':
                 addText(text, column ? "Column '%c' of table '%t'" : "Table '%t'", column, "");
