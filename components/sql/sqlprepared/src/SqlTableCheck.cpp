@@ -372,9 +372,10 @@ void Check::compareWith(sqlite3* db)
 void Check::findTable(sqlite3* db, string& name)
 {
     Statement statement;
-    statement.prepare(db, "select name, type = 'view' from sqlite_master where name = ?1 collate "
-                          "nocase and type in ('table', 'view')");
-    statement.bindString(1, _table);
+    if (statement.prepare(db,
+                          "select name, type = 'view' from sqlite_master where name = ?1 collate "
+                          "nocase and type in ('table', 'view')"))
+        statement.bindString(1, _table);
     bool isView = false;
     if (hasRow(statement)) {
         isView = statement.getInteger(1) != 0;
