@@ -181,10 +181,10 @@ void record(const Request& request)
     const sql::integer rate = request.number("--rate", 1, 1000);
     const sql::integer size =
         request.number("--batch", request.has("--replay") ? 1000 : rate, 100000);
-    Recording recording(request.names[0], Recording::Use::write);
-    recording.recordCounters(source->names());
     std::signal(SIGINT, stop);
     std::signal(SIGTERM, stop);
+    Recording recording(request.names[0], Recording::Use::write);
+    recording.recordCounters(source->names());
     Batch batch(recording, size, keep);
     try {
         recordAll(*source, batch, request);

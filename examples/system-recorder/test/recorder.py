@@ -3,14 +3,20 @@
 import os
 import resource
 import shlex
+import shutil
 import sqlite3
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 from pathlib import Path
 
-recorder = [os.path.abspath(part) if os.path.exists(part) else part for part in sys.argv[1:]]
+recorder = [shutil.which(part) or (os.path.abspath(part) if os.path.exists(part) else part)
+            for part in sys.argv[1:]]
+# Its programs share the index of a write-ahead log with those of the same byte order alone.
+emulated = len(recorder) > 1
+beside_another_program = unittest.skipIf(emulated, 'the recorder is emulated')
 
 
 def start(*arguments, **options):
@@ -55,6 +61,21 @@ class RecorderTest(unittest.TestCase):
         output, errors = process.communicate(timeout=300)
         self.assertEqual((f'system-recorder: {line}\n', status), (errors, process.returncode))
         return output
+
+    def wait_until(self, condition):
+        for _ in range(1200):
+            if condition():
+                return
+            time.sleep(0.05)
+        self.fail('nothing has happened for a minute')
+
+    def wait_for_recording(self, file):
+        def is_there():
+            process = start('check', file)
+            process.communicate()
+            return process.returncode == 0
+
+        self.wait_until(is_there)
 
     def replay(self, file, samples, *arguments, **shape):
         Path('replay.csv').write_text(''.join(csv(samples, **shape)))
