@@ -318,6 +318,8 @@ TEST_P(ForeignLocaleTest, DoublesHaveAFullStop)
     value.setDouble(1234567.5);
     EXPECT_EQ("1234567.50000000", value.asString());
     EXPECT_EQ(1234567.5, value.asDouble());
+    value.setDouble(0.123456789); // rounded up
+    EXPECT_EQ("0.12345679", value.asString());
     EXPECT_EQ(1500.0, holding("1.5e3").asDouble());
     const std::string localPoint = std::localeconv()->decimal_point;
     EXPECT_EQ(1.0, holding(("1" + localPoint + "5").c_str()).asDouble());
