@@ -30,7 +30,7 @@ bool isUri(const std::string& name)
 std::string takeUpTo(std::string& rest, const char* ends)
 {
     const std::string::size_type end = std::min(rest.find_first_of(ends), rest.size());
-    const std::string front = rest.substr(0, end);
+    std::string front = rest.substr(0, end);
     rest.erase(0, end);
     return front;
 }

@@ -9,11 +9,15 @@ import sys
 # The packages, and the page of the functions that belong to no class, on the web and in the manual.
 FUNCTIONS = {"libsqlwrapper1": ("functions", "sqlwrapper"), "libsqlprepared1": ("checkTable", "sql::checkTable")}
 
+# What tables alone and inline functions call.
+PRIVATE = {("RecordSet", "operator="), ("Statement", "readAlone"), ("TableWriter", "makeCell"),
+           ("TableWriter", "write")}
+
 
 def exported(symbols):
     """The class, or "" for none, and the name of each function."""
     for scope, name in re.findall(r'"sql::(?:(\w+)::)?(~?\w+|operator[^(]+)[\[(]', symbols):
-        if not (scope == "RecordSet" and name == "operator="):  # which tables alone may use
+        if (scope, name) not in PRIVATE:
             yield scope, name
 
 
