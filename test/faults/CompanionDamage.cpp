@@ -2,8 +2,8 @@
 
 #include <sqlite3.h>
 
+#include "Reports.h"
 #include "SqlPrepared.h"
-#include "Told.h"
 
 namespace faults
 {
@@ -18,7 +18,7 @@ int giveUp(void* calls)
     return ++*static_cast<int*>(calls) > patience;
 }
 
-// What a statement came to: its rows, and SQLite's code, which is 0 for success.
+// The result of a statement: its rows, and SQLite's code, which is 0 for success.
 struct Result
 {
     int code = 0;
@@ -30,7 +30,7 @@ void addCell(std::string& rows, const char* text, int size)
     rows += text ? "'" + std::string(text, static_cast<std::size_t>(size)) + "' " : "NULL ";
 }
 
-// A file in use through SQLite's own interface.
+// A file used through SQLite's own interface.
 class Plain
 {
 public:
@@ -64,7 +64,7 @@ private:
     int _calls = 0;
 };
 
-// A file in use through the companion, and its twin.
+// A file used through the companion, and its twin.
 class Twins
 {
 public:
@@ -106,10 +106,10 @@ public:
 
     void check()
     {
-        const long before = told.errors;
+        const long before = reports.errors;
         for (const sql::Finding& finding : sql::checkTable(_table))
             if (finding.kind == sql::Finding::failed) {
-                _point.expect(told.errors != before, "checkTable reports that it failed");
+                _point.expect(reports.errors != before, "checkTable reports that it failed");
                 ++_refused;
             }
         sql::Database memory;

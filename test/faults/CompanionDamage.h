@@ -12,7 +12,7 @@ namespace faults
 {
 
 /// Uses a damaged file through the companion, and a copy of it through SQLite's own interface: both
-/// must come to the same results and rows. Returns how many results reported the damage.
+/// must give the same results and rows. Returns how many results reported the damage.
 long compareCompanion(const Point& point, const std::string& bytes, const char* table,
                       const sql::Field* fields);
 

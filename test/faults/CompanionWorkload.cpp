@@ -13,7 +13,7 @@ namespace faults
 namespace
 {
 
-// An operation of the companion throws nothing, and has an error just when it failed.
+// An operation of the companion throws nothing, and has an error exactly when it failed.
 bool operation(Witness& witness, const char* name, const std::function<bool()>& run,
                const std::function<const sql::Error&()>& error,
                const Witness::Effects& effects = {})
@@ -25,7 +25,7 @@ bool operation(Witness& witness, const char* name, const std::function<bool()>& 
     return answer;
 }
 
-// Rows in cells of the writer, up to the first that fails. Whether none did.
+// Adds rows from the writer's cells, up to the first that fails. Returns whether all were added.
 bool addRows(Witness& witness, Session& session, sql::TableWriter& writer, sql::integer first,
              sql::integer last)
 {
@@ -144,7 +144,7 @@ void runStatement(Witness& witness, const std::string& path)
         witness.expect(statement.changes() == 2, "two rows are gone");
 }
 
-// One is committed, and one ends with its scope.
+// One transaction is committed, and one ends with its scope.
 void guard(Witness& witness, const std::string& path)
 {
     witness.either("select count(*) from item where id between 20 and 23", "0", "4");
@@ -173,7 +173,8 @@ void guard(Witness& witness, const std::string& path)
             return !transaction->isOpen() || writer.erase(2);
         });
     }
-    witness.expect(witness.outOfMemory() <= throws + 2, "at most the guards were not made");
+    witness.expect(witness.outOfMemory() <= throws + 2,
+                   "at most the construction of the guards throws");
     witness.expect(!db || sqlite3_get_autocommit(db), "no transaction is left open");
 }
 

@@ -1,4 +1,4 @@
-// Decides which of many like calls is to fail.
+// Decides which of many similar calls fails.
 
 #ifndef SQLW_FAULTS_INJECTOR_H
 #define SQLW_FAULTS_INJECTOR_H
@@ -6,8 +6,8 @@
 namespace faults
 {
 
-/// Fails the n-th call since it was armed: that one alone, or all from it on. Calls count only
-/// while the library is at work, and not while a check looks at what it did.
+/// Fails the n-th call after it was armed: only that one, or that one and all later ones. Calls
+/// count only while the library is at work, not while a check looks at what it did.
 class Injector
 {
 public:
@@ -23,7 +23,7 @@ public:
     void resume() { _active = true; }
     void pause() { _active = false; }
 
-    /// Whether this call is to fail.
+    /// Whether this call must fail.
     bool strikes()
     {
         if (!_active || _left == 0)

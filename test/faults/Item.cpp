@@ -16,9 +16,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "Told.h"
+#include "Reports.h"
 
-// Of the sanitizers, where the program is built with one.
+// The sanitizer's, if the program is built with one.
 extern "C" [[gnu::weak]] void __sanitizer_set_death_callback(void (*callback)());
 
 namespace faults
@@ -27,7 +27,7 @@ namespace faults
 namespace
 {
 
-// Shared with the children of the process, so that what they expect counts.
+// Shared with the children of the process, so that their checks count.
 struct Tally
 {
     std::atomic<long> cases{0};
@@ -80,7 +80,7 @@ bool Point::expect(bool holds, const std::string& what) const
         return true;
     ++tally().failures;
     std::printf("failure %s: %s; the last ERROR line is '%s'\n", _name.c_str(), what.c_str(),
-                told.last);
+                reports.last);
     return false;
 }
 

@@ -1,4 +1,4 @@
-// What every item is: points that are tried, what is expected at each, and a main.
+// What every item consists of: points to try, what is expected at each, and a main.
 
 #ifndef SQLW_FAULTS_ITEM_H
 #define SQLW_FAULTS_ITEM_H
@@ -10,8 +10,8 @@
 namespace faults
 {
 
-/// One case, under the name that repeats it. Whatever ends the program while a point lives (an
-/// exception, a hang) is a failure of that point.
+/// One case, under the name that repeats it. Anything that ends the program during the lifetime of
+/// a point (an exception, a hang) is a failure of that point.
 class Point
 {
 public:
@@ -22,10 +22,10 @@ public:
 
     const std::string& name() const { return _name; }
 
-    /// Counts a check, and notes a failure unless it holds. Returns whether it does.
+    /// Counts a check, and a failure unless it holds. Returns whether it holds.
     bool expect(bool holds, const std::string& what) const;
 
-    /// Runs in a process of its own: limits, mounts and users go with it, what it expects counts.
+    /// Runs in a process of its own: limits, mounts and users end with it, and its checks count.
     void inChild(const std::function<void()>& run) const;
 
 private:
@@ -41,11 +41,11 @@ public:
     Item();
     virtual ~Item() = default;
 
-    /// How the names of its points are written, for people.
+    /// How the names of its points are written, for messages.
     virtual std::string points() const = 0;
     /// Tries every point, or a sample of them that takes seconds.
     virtual void tryAll(bool quick) = 0;
-    /// Tries one point; false when there is none of that name.
+    /// Tries one point. Returns false when there is no point of that name.
     virtual bool tryOne(const std::string& name) = 0;
 };
 
@@ -59,12 +59,12 @@ struct Trial
     std::function<void(const Point&)> run;
 };
 
-/// The body of main for an item that is a list of points, all of which quick tries as well.
+/// The body of main for an item that is a list of points. Quick mode tries them all as well.
 int run(int argc, char** argv, const std::vector<Trial>& trials);
 
 /// The parts of a name between its colons.
 std::vector<std::string> parts(const std::string& name);
-/// Whether a text is a number, and which.
+/// Whether a text is a number, and which one.
 bool isNumber(const std::string& text, long& number);
 
 /// An empty folder, removed with all that is in it. In memory, unless it must be on a disk.

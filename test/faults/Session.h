@@ -1,4 +1,4 @@
-// An application in the midst of a scenario: an open database and its tables.
+// An application within a scenario: an open database and its tables.
 
 #ifndef SQLW_FAULTS_SESSION_H
 #define SQLW_FAULTS_SESSION_H
@@ -23,7 +23,7 @@ inline std::string countWhere(const std::string& condition, const std::string& t
     return "select count(*) from " + table + " where " + condition;
 }
 
-/// Expects a text. True, so that an operation may end with it.
+/// Expects a text. Returns true, so that an operation can end with it.
 inline bool same(Witness& witness, const std::string& text, const std::string& expected)
 {
     witness.expect(text == expected, "'" + text + "' in place of '" + expected + "'");
@@ -45,7 +45,7 @@ struct Session
     ~Session()
     {
         if (witness.demandsUse())
-            witness.expect(usable(), "the objects are of no use after the fault");
+            witness.expect(usable(), "the objects are unusable after the fault");
     }
 
     // Whether the objects work now that no fault is injected.
@@ -55,12 +55,13 @@ struct Session
             return false;
         if (!item.initTable(database.getHandle(), itemFields) || item.recordCount() != 0)
             return false;
-        return item.query("select 1, 'a text that does not stand inside of a string object'") &&
+        return item.query("select 1, 'a text that does not fit inside a string object'") &&
                item.recordCount() == 1 && item.getTopRecord()->getValue(0)->asInteger() == 1 &&
                database.getUserVersion() >= 0;
     }
 
-    // Sets the cells with faults on; a record that was not filled is not written.
+    // Sets the cells with faults on. Returns false when memory ran out: such a record is not
+    // written.
     bool fill(sql::Record& record, sql::integer id, const std::string& name)
     {
         return witness.operation("fill", [&] {
@@ -73,7 +74,7 @@ struct Session
         });
     }
 
-    // Runs `use` with a filled record for the table, if memory sufficed to build one.
+    // Runs `use` with a filled record for the table, if there was memory for one.
     void withRecord(sql::integer id, const std::string& name,
                     const std::function<void(const sql::Record&)>& use)
     {

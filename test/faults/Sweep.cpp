@@ -8,7 +8,7 @@
 #include "Injector.h"
 #include "Item.h"
 #include "platform/Platform.h"
-#include "Told.h"
+#include "Reports.h"
 #include "Workload.h"
 
 namespace fs = std::filesystem;
@@ -53,7 +53,7 @@ public:
         const bool struck =
             tryCall(*scenario, said[1] == "on", nth, said.size() == 4 ? everyLine : errorsAlone);
         std::printf("the fault %s; the last ERROR line is '%s'\n",
-                    struck ? "struck" : "did not strike", told.last);
+                    struck ? "struck" : "did not strike", reports.last);
         return true;
     }
 
@@ -85,7 +85,7 @@ private:
         fs::copy_file(original(), path);
         const long files = openFiles();
         const sqlite3_int64 memory = sqlite3_memory_used();
-        const Told before = told;
+        const Reports before = reports;
 
         platform::setTraceLevel(level);
         Witness witness(point);
@@ -95,7 +95,7 @@ private:
         injector.disarm();
         platform::setTraceLevel(errorsAlone);
 
-        point.expect(told.badCloses == before.badCloses, "a connection did not close");
+        point.expect(reports.badCloses == before.badCloses, "a connection did not close");
         point.expect(openFiles() == files, "a file descriptor leaked");
         verifyFile(point, witness, path);
         point.expect(sqlite3_memory_used() == memory, "SQLite's memory leaked");

@@ -5,7 +5,7 @@
 #include <sqlite3.h>
 
 #include "Injector.h"
-#include "Told.h"
+#include "Reports.h"
 
 namespace faults
 {
@@ -14,7 +14,7 @@ Injector injector;
 
 bool Witness::operation(const char* name, const std::function<bool()>& run, const Effects& effects)
 {
-    const Told before = told;
+    const Reports before = reports;
     bool answer = false;
     bool threw = false;
     injector.resume();
@@ -28,8 +28,8 @@ bool Witness::operation(const char* name, const std::function<bool()>& run, cons
     if (threw)
         ++_outOfMemory;
     else
-        expect(answer || told.errors != before.errors || told.assertions != before.assertions,
-               std::string(name) + " answered false and told nothing");
+        expect(answer || reports.errors != before.errors || reports.assertions != before.assertions,
+               std::string(name) + " returned false and reported nothing");
     settle(effects, answer);
     return answer;
 }
@@ -83,18 +83,18 @@ void verifyFile(const Point& point, const Witness& witness, const std::string& p
     sqlite3* db = nullptr;
     if (point.expect(sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr) ==
                          SQLITE_OK,
-                     "the file cannot be opened any more")) {
+                     "the file can no longer be opened")) {
         const std::string integrity = firstCell(db, "pragma integrity_check");
         point.expect(integrity == "ok", "integrity_check: " + integrity);
         for (const auto& choice : witness.choices()) {
             const std::string found = firstCell(db, choice.first);
             point.expect(found == choice.second.first || found == choice.second.second,
-                         "'" + choice.first + "' gives " + found + ", neither " +
+                         "'" + choice.first + "' gives " + found + ", which is neither " +
                              choice.second.first + " nor " + choice.second.second);
         }
         for (const auto& effect : durable ? witness.due() : Witness::Effects()) {
             const std::string found = firstCell(db, effect.first);
-            point.expect(found == effect.second, "answered true, but '" + effect.first +
+            point.expect(found == effect.second, "returned true, but '" + effect.first +
                                                      "' gives " + found + " instead of " +
                                                      effect.second);
         }

@@ -1,4 +1,4 @@
-// Holds operations to what they answered, and the file to what it must hold after them.
+// Checks that the file holds what the operations on it have returned.
 
 #ifndef SQLW_FAULTS_WITNESS_H
 #define SQLW_FAULTS_WITNESS_H
@@ -13,7 +13,7 @@
 namespace faults
 {
 
-/// Watches one run of a scenario: holds each operation to what it answered.
+/// Watches one run of a scenario, and keeps what the file must hold after it.
 class Witness
 {
 public:
@@ -22,23 +22,23 @@ public:
     /// What a query on the file must give.
     using Effects = std::map<std::string, std::string>;
 
-    /// Runs an operation with faults on. When it answers true its effects must be in the file at
-    /// the end of the run. When it answers false, or memory runs out in it, they may be or not, but
-    /// a false must have been told by a line or a report.
+    /// Runs an operation with faults on. When it returns true, its effects must be in the file at
+    /// the end of the run. When it returns false or runs out of memory, they may or may not be. It
+    /// must report each false by a line or an assertion report.
     bool operation(const char* name, const std::function<bool()>& run, const Effects& effects = {});
 
     bool expect(bool holds, const std::string& what) { return _point.expect(holds, what); }
 
-    /// From `begin` on, effects are only due when `end`, a commit or a rollback, commits and
-    /// answers true.
+    /// After `begin`, effects are due only once `end`, a commit or a rollback, commits and returns
+    /// true.
     bool begin(const std::function<bool()>& run);
     void end(const char* name, const std::function<bool()>& run);
 
-    /// From here on, objects that met a fault must be of use again once it is over.
+    /// From now on, objects that met a fault must be usable again once it is over.
     void demandUse() { _demandsUse = true; }
     bool demandsUse() const { return _demandsUse; }
 
-    /// Whatever happens, `query` must give the one value or the other at the end of the run.
+    /// Whatever happens, `query` must give one value or the other at the end of the run.
     void either(const std::string& query, const std::string& one, const std::string& other)
     {
         _either[query] = {one, other};
@@ -63,8 +63,8 @@ private:
     long _outOfMemory = 0;
 };
 
-/// Opens the file again, with faults off, and compares it with what it must hold. What operations
-/// answered is looked at only where `durable` says so.
+/// Opens the file again, with faults off, and compares it with what it must hold. Unless `durable`,
+/// what operations returned is ignored.
 void verifyFile(const Point& point, const Witness& witness, const std::string& path,
                 bool durable = true);
 

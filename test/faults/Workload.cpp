@@ -7,8 +7,8 @@
 
 #include <sqlite3.h>
 
+#include "Reports.h"
 #include "Session.h"
-#include "Told.h"
 
 namespace faults
 {
@@ -43,10 +43,10 @@ void create(Witness& witness, const std::string& path)
                       [&] { return fresh.initTable(session.database.getHandle(), itemFields); });
     if (fresh.fields().count() != 5)
         return;
-    // create() answers true when it cannot tell whether the table exists; a line tells that.
-    const long errors = told.errors;
-    const auto createOrTell = [&] { return fresh.create() && told.errors == errors; };
-    witness.operation("create", createOrTell, {{"select count(*) from fresh", "0"}});
+    // create() returns true when it cannot find out whether the table exists, and logs a line.
+    const long errors = reports.errors;
+    const auto createSilently = [&] { return fresh.create() && reports.errors == errors; };
+    witness.operation("create", createSilently, {{"select count(*) from fresh", "0"}});
 }
 
 void add(Witness& witness, const std::string& path)
@@ -100,8 +100,8 @@ void fetch(Witness& witness, const std::string& path)
     witness.operation("exists", [&] { return session.item.exists(); });
 }
 
-// Reads rows, and holds them to those that SQLite itself delivered: all of them, also when the
-// read failed after some. Where memory ran out, none may be held after one that is missing.
+// Reads rows, and compares them with those that SQLite itself delivered. All of them must be held,
+// even when the read failed after some. Where memory ran out, the last ones may be missing.
 bool readRows(Witness& witness, Session& session, sql::Table& table, const char* name,
               const std::function<bool()>& read)
 {
@@ -116,7 +116,7 @@ bool readRows(Witness& witness, Session& session, sql::Table& table, const char*
     if (db)
         sqlite3_trace_v2(db, SQLITE_TRACE_ROW, count, &delivered);
     const long throws = witness.outOfMemory();
-    told.last[0] = '\0';
+    reports.last[0] = '\0';
     const bool answer = witness.operation(name, read);
     if (db)
         sqlite3_trace_v2(db, 0, nullptr, nullptr);
@@ -133,7 +133,7 @@ void openWhereOrder(Witness& witness, const std::string& path)
     Session session(witness, path);
     sql::Table& item = session.item;
     if (readRows(witness, session, item, "open", [&] { return item.open(); }))
-        witness.expect(item.recordCount() == 5, "open answered true and lacks rows");
+        witness.expect(item.recordCount() == 5, "open returned true and lacks rows");
     const bool some = readRows(witness, session, item, "open where",
                                [&] { return item.open("id > 2", "id desc"); });
     if (some)
@@ -151,7 +151,7 @@ void openMany(Witness& witness, const std::string& path)
     witness.operation("initTable",
                       [&] { return many.initTable(session.database.getHandle(), itemFields); });
     if (readRows(witness, session, many, "open", [&] { return many.open(); }))
-        witness.expect(many.recordCount() == rowsOfMany, "open answered true and lacks rows");
+        witness.expect(many.recordCount() == rowsOfMany, "open returned true and lacks rows");
     if (many.fields().count() != 5)
         return;
     for (int i = 0; i < many.recordCount(); ++i)
@@ -248,7 +248,7 @@ void copies(Witness& witness, const std::string& path)
         assigned = table;
         return same(witness, std::to_string(table.recordCount()), "5");
     });
-    // Assigning keeps all that was there when there is no room for what is to come.
+    // An assignment that runs out of memory leaves the old content whole.
     same(witness, assigned.name() + std::to_string(assigned.recordCount()),
          assigned.recordCount() ? "item5" : assigned.name() + "0");
     witness.operation("sets", [&] {
@@ -288,10 +288,9 @@ void objects(Witness& witness)
         same(witness, value.toSql(sql::type_text).substr(0, 7), "'a name");
         same(witness, sql::quoteStr(value.asString()).substr(0, 6), "a name");
         value.setDouble(2.5e40);
-        witness.expect(value.asDouble() == 2.5e40 && !value.isNull(),
-                       "a double does not come back");
+        witness.expect(value.asDouble() == 2.5e40 && !value.isNull(), "a double is not read back");
         value.setBool(true);
-        witness.expect(value.asBool(), "a truth does not come back");
+        witness.expect(value.asBool(), "a Boolean is not read back");
         value.dump(true);
         sql::Value other(value);
         value.setNull();
@@ -320,7 +319,7 @@ void objects(Witness& witness)
     });
 }
 
-// Texts of all that is held.
+// The texts of every object of a session.
 void texts(Witness& witness, const std::string& path)
 {
     Session session(witness, path);

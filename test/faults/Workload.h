@@ -1,5 +1,5 @@
-// The whole interface of library and companion in scenarios, each of which knows what must be in
-// the file after it.
+// Scenarios that use the whole interface of library and companion. Each knows what the file must
+// hold after it.
 
 #ifndef SQLW_FAULTS_WORKLOAD_H
 #define SQLW_FAULTS_WORKLOAD_H
@@ -22,9 +22,9 @@ struct Scenario
 const std::vector<Scenario>& scenarios();
 /// Those of them that use the companion.
 std::vector<Scenario> companionScenarios();
-/// Null when there is none of that name.
+/// Null when there is no scenario of that name.
 const Scenario* scenarioNamed(const std::string& name);
-/// All names, for people.
+/// All names, for messages.
 std::string scenarioNames();
 
 /// The columns of the tables of the database.

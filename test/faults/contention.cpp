@@ -1,4 +1,4 @@
-// Several processes add rows to one file: none is lost that was answered true.
+// Several processes add rows to one file: no row is lost whose addition returned true.
 
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -7,9 +7,9 @@
 #include <sqlite3.h>
 
 #include "Item.h"
+#include "Reports.h"
 #include "Sql.h"
 #include "SqlPrepared.h"
-#include "Told.h"
 
 using faults::Point;
 
@@ -51,12 +51,12 @@ Result addRows(const std::string& path, int writer, long rows, int busyTimeout)
     sql::TableWriter cells(table);
     cells.setInteger("writer", writer);
     Result result = {0, 0, 0, 0};
-    const long before = faults::told.errors;
+    const long before = faults::reports.errors;
     for (long i = 0; i < rows; ++i) {
         ++((writer % 2 ? cells.insert() : table.addRecord(record)) ? result.added : result.refused);
         result.locked += holdsLock(database.getHandle()) ? 1 : 0;
     }
-    result.lines = faults::told.errors - before;
+    result.lines = faults::reports.errors - before;
     return result;
 }
 
@@ -68,7 +68,7 @@ void makeTable(const std::string& path)
     sql::RecordSet(database.getHandle()).query("pragma journal_mode = truncate");
 }
 
-// A process for each writer, and what each saw.
+// Runs each writer in a process of its own, and returns what each saw.
 const Result* runWriters(const Point& point, const std::string& path, int writers, long rows,
                          int busyTimeout)
 {
@@ -135,7 +135,7 @@ private:
             point.expect(result.locked == 0, "an operation left a lock");
             table.open("writer = " + std::to_string(writer));
             point.expect(table.recordCount() == result.added,
-                         std::to_string(result.added) + " were answered true, " +
+                         std::to_string(result.added) + " rows were added, " +
                              std::to_string(table.recordCount()) + " are there");
         }
         point.expect(table.totalRecordCount() == all.added, "rows are lost");

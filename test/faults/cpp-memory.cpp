@@ -19,7 +19,7 @@ void* operator new(std::size_t size)
     throw std::bad_alloc();
 }
 
-// Sanitizers have their own, which would not come by here.
+// Sanitizers have their own, which would bypass the one above.
 void* operator new[](std::size_t size)
 {
     return operator new(size);

@@ -12,8 +12,8 @@
 #include "CompanionDamage.h"
 #include "Item.h"
 #include "platform/SqliteWatch.h"
+#include "Reports.h"
 #include "Sql.h"
-#include "Told.h"
 
 using faults::Point;
 using platform::Outcome;
@@ -95,18 +95,18 @@ public:
         _watch = std::make_unique<platform::SqliteWatch>(database.getHandle());
     }
 
-    // Runs an operation, which must answer what `expected` makes of its statements, and must have
-    // reported a false.
+    // Runs an operation. It must return what `expected` makes of its statements, and report each
+    // false.
     template <typename Run, typename Expected>
     std::vector<Outcome> compare(const char* operation, Run run, Expected expected)
     {
-        const long before = faults::told.errors;
+        const long before = faults::reports.errors;
         const bool answer = run();
         const std::vector<Outcome> outcomes = _watch->taken();
-        _point.expect(answer == expected(outcomes), std::string(operation) + " answered " +
+        _point.expect(answer == expected(outcomes), std::string(operation) + " returned " +
                                                         (answer ? "true" : "false") +
                                                         ", unlike SQLite itself");
-        _point.expect(answer || faults::told.errors != before,
+        _point.expect(answer || faults::reports.errors != before,
                       std::string(operation) + " reports that it failed");
         _refused += answer ? 0 : 1;
         return outcomes;
@@ -136,7 +136,7 @@ void Damaged::read(sql::Table& table)
 {
     const std::vector<Outcome> opened = compare("open", [&] { return table.open(); });
     _point.expect(opened.size() == 1 && platform::holds(table, opened[0]),
-                  "the rows held are those that SQLite gave, also before a failure");
+                  "the rows held are those that SQLite gave, even before a failure");
     int number = 0;
     const auto isNumber = [&](const std::vector<Outcome>& outcomes) {
         return platform::allSucceeded(outcomes) && outcomes[0].number == number && number >= 0;
@@ -154,7 +154,7 @@ void Damaged::write(sql::Table& table, sql::Table& another)
         record.setInteger(column, 987654);
     compare("addRecord", [&] { return table.addRecord(record); });
     compare("deleteRecords", [&] { return table.deleteRecords("id % 2 = 0"); });
-    // A table that nobody can tell about counts as there.
+    // A table whose existence cannot be determined counts as there.
     compare(
         "create", [&] { return another.create(); },
         [](const std::vector<Outcome>& outcomes) {

@@ -8,9 +8,9 @@
 #include <sys/resource.h>
 
 #include "Item.h"
+#include "Reports.h"
 #include "Sql.h"
 #include "SqlPrepared.h"
-#include "Told.h"
 
 using faults::Point;
 
@@ -23,7 +23,7 @@ const sql::Field rowFields[] = {
     sql::Field(),
 };
 
-// An application that writes rows in either way.
+// An application that writes rows through the table or the writer.
 class Application
 {
 public:
@@ -54,7 +54,7 @@ public:
 
     void expectRows(sql::integer count)
     {
-        _point.expect(_table.totalRecordCount() == count, "no row is missing, and none too many");
+        _point.expect(_table.totalRecordCount() == count, "no row is missing or too many");
         _point.expect(_table.query("pragma integrity_check") && _table.recordCount() == 1 &&
                           _table.getTopRecord()->getValue(0)->asString() == "ok",
                       "the file is whole");
@@ -74,15 +74,15 @@ private:
 using Add = bool (Application::*)(sql::integer id);
 using MakeRoom = std::function<bool()>;
 
-// Adds rows until one is refused, and looks at how that was reported. Returns how many were added.
+// Adds rows until one is refused, and checks how that was reported. Returns how many were added.
 sql::integer fill(const Point& point, Application& application, Add add, sql::integer first,
                   const char* expected)
 {
     for (sql::integer id = first;; ++id) {
-        const long before = faults::told.errors;
+        const long before = faults::reports.errors;
         if ((application.*add)(id))
             continue;
-        point.expect(faults::told.errors == before + 2, "a refusal takes two ERROR lines");
+        point.expect(faults::reports.errors == before + 2, "a refusal takes two ERROR lines");
         point.expect(faults::lastLineHas(expected), std::string("the last line has ") + expected);
         return id - first;
     }
@@ -110,8 +110,8 @@ void addInTransaction(const Point& point, Application& application, sql::integer
     point.expect(transaction.commit(), "a transaction is committed where there is room");
 }
 
-// When the disk is full SQLite rolls back by itself, in the midst of the transaction where its
-// cache is small, otherwise at the commit. The guard must not take that for an open transaction.
+// When the disk is full, SQLite rolls back by itself: within the transaction if its cache is small,
+// otherwise at the commit. The guard must not take that for an open transaction.
 void fillTransaction(const Point& point, const std::string& path, int pagesOfCache,
                      const MakeRoom& makeRoom)
 {
@@ -138,7 +138,7 @@ void fillTransaction(const Point& point, const std::string& path, int pagesOfCac
     application.expectRows(110);
 }
 
-// A copy that finds no room leaves what was there.
+// A copy that does not fit leaves the old content.
 void fillByBackup(const Point& point, const std::string& path, const MakeRoom& makeRoom)
 {
     Application source(point, ":memory:");
@@ -161,14 +161,14 @@ void fillByBackup(const Point& point, const std::string& path, const MakeRoom& m
     copy.expectRows(600);
 }
 
-// A disk of a megabyte, on which `use` gets the path of a file and a way to make twice the room.
+// Calls `use` with the path of a file on a disk of one megabyte, and a way to double that disk.
 void onSmallDisk(const Point& point,
                  const std::function<void(const std::string&, const MakeRoom&)>& use)
 {
     const faults::Folder folder("/tmp");
     const char* const path = folder.path.c_str();
     point.inChild([&] {
-        // In a mount namespace of its own, so that nobody else sees the disk.
+        // In a mount namespace of its own, so that no other process sees the disk.
         if (point.expect(unshare(CLONE_NEWNS) == 0 &&
                              mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
                              mount("tmpfs", path, "tmpfs", 0, "size=1m") == 0,

@@ -1,4 +1,4 @@
-// An SQLite VFS whose calls of the system fail when they are told to.
+// An SQLite VFS whose system calls fail on demand.
 
 #include <cstring>
 
@@ -17,7 +17,7 @@ sqlite3_vfs* real; // the system's
 struct File
 {
     sqlite3_file base;
-    sqlite3_file* inner; // lies behind this
+    sqlite3_file* inner; // follows this in memory
 };
 
 sqlite3_file* inner(sqlite3_file* file)
@@ -48,7 +48,7 @@ int truncateFile(sqlite3_file* file, sqlite3_int64 size)
                               : inner(file)->pMethods->xTruncate(inner(file), size);
 }
 
-// Nothing is really synced: these files need not outlive the machine, and it takes long.
+// Nothing is really synced: that takes long, and these files need not survive a power cut.
 int syncFile(sqlite3_file*, int)
 {
     return injector.strikes() ? SQLITE_IOERR_FSYNC : SQLITE_OK;

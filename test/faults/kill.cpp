@@ -1,5 +1,5 @@
-// Writers of every kind, killed at random moments: what they committed is there, whole transactions
-// only.
+// Writers of every kind, killed at random moments: everything that they committed is there, and
+// only whole transactions.
 
 #include <csignal>
 #include <cstdlib>
@@ -20,7 +20,7 @@ namespace
 {
 
 const int rowsPerTransaction = 50;
-const char* const rowText = "a row of this batch, long enough to fill pages soon enough";
+const char* const rowText = "a row of this batch, long enough to fill pages quickly";
 
 const sql::Field rowFields[] = {
     sql::Field("id", sql::type_int, sql::flag_primary_key),
@@ -54,7 +54,7 @@ bool commitByWriter(sql::Database& database, sql::integer batch)
     return transaction.commit();
 }
 
-// Puts a copy in the place of the file, page by page.
+// Overwrites the file with a copy, page by page.
 bool commitByBackup(sql::Database& database, sql::integer batch)
 {
     static sql::Database source;
@@ -184,10 +184,10 @@ private:
         point.expect(number(db, "select count(*) from (select count(*) n from rows group by batch)"
                                 " where n != " +
                                     std::to_string(rowsPerTransaction)) == 0,
-                     "no transaction is there in part");
+                     "every transaction is there as a whole");
         const long found = number(db, "select count(distinct batch) from rows where batch >= " +
                                           std::to_string(batch));
-        // One more may be there: it was committed, and the kill came before the byte.
+        // There may be one more: it was committed, and the kill came before the byte.
         point.expect(found == committed || found == committed + 1,
                      std::to_string(committed) + " transactions were committed, " +
                          std::to_string(found) + " are there");

@@ -1,10 +1,10 @@
-// Each limit from both of its sides.
+// Each limit from both sides.
 
 #include <sqlite3.h>
 
 #include "Item.h"
+#include "Reports.h"
 #include "Sql.h"
-#include "Told.h"
 
 using faults::lastLineHas;
 using faults::Point;

@@ -1,4 +1,4 @@
-// What each operation of the companion leaves locked: nothing that its contract does not name.
+// What each operation of the companion leaves locked: only what its contract names.
 
 #include <sqlite3.h>
 
@@ -24,7 +24,7 @@ enum Lock {
     writing,
 };
 
-// A file with the rows 1 to 4, and another connection, which meets what is locked.
+// A file with the rows 1 to 4, and another connection, which runs into the locks.
 struct Bench
 {
     Bench()

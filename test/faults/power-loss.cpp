@@ -1,5 +1,5 @@
 // A disk in memory that loses power: what was written since the last sync is lost, kept, torn or
-// reordered, as a seed has it.
+// reordered, depending on a seed.
 
 #include <algorithm>
 #include <cstdio>
@@ -48,7 +48,7 @@ void write(Bytes& content, const Change& change)
 struct DiskFile
 {
     Bytes now;                   // what the program sees
-    Bytes synced;                // what surely is on the disk
+    Bytes synced;                // what is certainly on the disk
     std::vector<Change> pending; // what may be
     bool everSynced = false;     // a new file is in its folder after its first sync
     bool removed = false;
@@ -60,7 +60,7 @@ class Disk
 public:
     std::map<std::string, DiskFile> files;
 
-    // Counts a change of the disk; false once the power is gone.
+    // Counts a change of the disk. Returns false once the power is gone.
     bool powered()
     {
         if (_points == _last)
@@ -98,7 +98,7 @@ public:
     }
 
 private:
-    // Torn and reordered within what no sync has parted.
+    // Torn and reordered between two syncs.
     static Bytes surviving(const DiskFile& file, std::mt19937& random)
     {
         std::vector<Change> sectors;
@@ -223,7 +223,7 @@ int sectorSize(sqlite3_file*)
 
 int characteristics(sqlite3_file*)
 {
-    return SQLITE_IOCAP_POWERSAFE_OVERWRITE; // as SQLite takes disks to be unless told otherwise
+    return SQLITE_IOCAP_POWERSAFE_OVERWRITE; // SQLite's default assumption about disks
 }
 
 sqlite3_io_methods methods = {
@@ -316,8 +316,8 @@ public:
     }
 
 private:
-    // Whether the power went before the scenario was done. What the disk then holds differs by
-    // the seed; the run that led there is of the first.
+    // Whether the power was lost before the end of the scenario. The scenario runs once; what the
+    // disk holds afterwards differs by the seed.
     bool losePower(const Scenario& scenario, long changes, unsigned firstSeed, unsigned seeds)
     {
         const auto pointOf = [&](unsigned seed) {
@@ -348,8 +348,8 @@ private:
         fs::create_directory(folder);
         bool removalLost = false;
         disk.writeOut(folder, seed, &removalLost);
-        // A journal whose removal was lost rolls back: all or nothing holds, the last commit may
-        // not.
+        // A journal whose removal was lost rolls back: transactions are still all or nothing, but
+        // the last commit may be gone.
         faults::verifyFile(point, witness, folder + "/run.db", !removalLost);
     }
 

@@ -7,7 +7,7 @@
 #include <unistd.h>
 
 #include "Item.h"
-#include "Told.h"
+#include "Reports.h"
 #include "Workload.h"
 
 namespace fs = std::filesystem;
@@ -48,7 +48,7 @@ public:
         _point.expect(journal.size() > 512, "there is a journal to recover from");
     }
 
-    // Runs as somebody who is not root, and so is bound by permissions.
+    // Runs as a user other than root, to whom permissions apply.
     void asReader(const std::function<bool()>& run)
     {
         const std::string before = bytesOf(path()), journal = bytesOf(path() + "-journal");
@@ -65,11 +65,11 @@ private:
     const faults::Folder _folder{"/tmp"};
 };
 
-bool told(const char* code)
+bool reported(const char* code)
 {
     if (faults::lastLineHas(code))
         return true;
-    std::printf("the last line is '%s', not %s\n", faults::told.last, code);
+    std::printf("the last line is '%s', not %s\n", faults::reports.last, code);
     return false;
 }
 
@@ -86,9 +86,9 @@ bool readsButDoesNotWrite(const std::string& path, sql::Database::AccessMode mod
     record.setString("name", "renamed");
     sql::Record another(record);
     another.setInteger("id", 99);
-    return !table.addRecord(another) && told(code) && !table.updateRecord(record) && told(code) &&
-           !table.deleteRecord(1) && told(code) && !table.truncate() && told(code) &&
-           !table.remove() && told(code) && !database.setUserVersion(1);
+    return !table.addRecord(another) && reported(code) && !table.updateRecord(record) &&
+           reported(code) && !table.deleteRecord(1) && reported(code) && !table.truncate() &&
+           reported(code) && !table.remove() && reported(code) && !database.setUserVersion(1);
 }
 
 void accessMode(const Point& point)
@@ -128,11 +128,11 @@ void newFileInFolder(const Point& point)
         sql::Database database;
         const std::string path = place.folder() + "/new.db";
         return !database.open(path, sql::Database::read_write_create, false, 0) &&
-               told("rc=14=SQLITE_CANTOPEN");
+               reported("rc=14=SQLITE_CANTOPEN");
     });
 }
 
-// Reading would mean to recover, which would mean to write.
+// Reading would require recovery, and recovery writes.
 void hotJournal(const Point& point)
 {
     Place place(point);
@@ -141,9 +141,9 @@ void hotJournal(const Point& point)
         sql::Database database;
         database.open(place.path(), sql::Database::read_only, false, 0);
         sql::Table table(database.getHandle(), "item", faults::itemFields);
-        return !table.open() && told("=SQLITE_") && table.recordCount() == 0;
+        return !table.open() && reported("=SQLITE_") && table.recordCount() == 0;
     });
-    sql::Database database; // and who may write recovers
+    sql::Database database; // one that may write recovers
     database.open(place.path(), sql::Database::read_write, false, 0);
     sql::Table table(database.getHandle(), "copy", faults::itemFields);
     point.expect(table.totalRecordCount() == 1, "the journal was rolled back");

@@ -1,5 +1,5 @@
-// Rounds of open, add, read and close with library and companion: memory and descriptors stay level
-// after the warm-up.
+// Rounds of open, add, read and close with library and companion: memory and descriptors stay
+// constant after the warm-up.
 
 #include <fstream>
 
@@ -67,10 +67,10 @@ bool round(const std::string& path, sql::integer number)
     sql::RecordSet(database.getHandle()).query("pragma synchronous = off");
     sql::Table table(database.getHandle(), "rows", rowFields);
     sql::Record record(table.fields());
-    const sql::integer id = number % 100; // so that the file stays as it is, too
+    const sql::integer id = number % 100; // so that the file does not grow either
     record.setInteger("id", id);
     record.setString("text",
-                     "a text too long to stand inside of a string " + sql::intToStr(number));
+                     "a text too long to fit inside a string object " + sql::intToStr(number));
     if (!table.create())
         return false;
     return number % 2 ? useCompanion(database.getHandle(), table, record, id)
@@ -93,7 +93,7 @@ long residentKilobytes()
 class Soak : public faults::Item
 {
 public:
-    std::string points() const override { return "the numbers of rounds, which run up to it"; }
+    std::string points() const override { return "ROUND, the number of the last round to run"; }
     void tryAll(bool quick) override { runRounds(quick ? 5000 : 1000000); }
     bool tryOne(const std::string& name) override
     {

@@ -1,4 +1,4 @@
-// SQLite's allocator, whose allocations fail when they are told to.
+// An allocator for SQLite whose allocations fail on demand.
 
 #include <sqlite3.h>
 

@@ -13,9 +13,9 @@
 #include <unistd.h>
 
 #include "Item.h"
+#include "Reports.h"
 #include "Sql.h"
 #include "SqlPrepared.h"
-#include "Told.h"
 
 using faults::lastLineHas;
 using faults::Point;
@@ -38,7 +38,7 @@ struct Grouping : std::numpunct<char>
     std::string do_grouping() const override { return "\3"; }
 };
 
-std::string bitsOf(double number) // for printing a double would go by the locale
+std::string bitsOf(double number) // because printing a double would depend on the locale
 {
     unsigned long long bits = 0;
     std::memcpy(&bits, &number, sizeof(bits));
@@ -110,7 +110,7 @@ void locale(const Point& point)
     std::setlocale(LC_ALL, "C");
 }
 
-// How a time shows that was bound and read.
+// The text of a time after it was bound and read.
 std::string throughCompanion(long moment)
 {
     sql::Database database;
@@ -127,12 +127,12 @@ std::string throughCompanion(long moment)
 
 void zone(const Point& point)
 {
-    // Both sides of a gap, an overlap, half hours, quarter hours, a day that was left out.
+    // Both sides of a gap, an overlap, half hours, quarter hours, a skipped day.
     const long moments[] = {0,          1301187599, 1301187600, 1319936399, 1319936400,
                             1325239199, 1325239200, -1,         2147483647, -2147483647};
     setenv("TZ", point.name().c_str(), 1);
     tzset();
-    const time_t noon = 43200; // of 1970, when none of the others kept the time of UTC
+    const time_t noon = 43200; // of 1970, when none of the other zones was at UTC
     point.expect(std::localtime(&noon)->tm_hour != 12 || point.name() == "UTC",
                  "the zone is there");
     for (const long moment : moments) {

@@ -1,6 +1,5 @@
-// One database per thread, all at work at once, every other one with the companion, at the trace
-// levels that differ; built under
-// ThreadSanitizer.
+// One database per thread, all at work at once, every other one through the companion, at each
+// trace level that makes a difference. Built with ThreadSanitizer.
 
 #include <cstring>
 #include <thread>
@@ -14,7 +13,7 @@
 
 using faults::Point;
 
-// Of ThreadSanitizer's runtime.
+// From ThreadSanitizer's runtime.
 extern "C" int __tsan_get_report_data(void* report, const char** description, int* count,
                                       int* stackCount, int* mopCount, int* locationCount,
                                       int* mutexCount, int* threadCount, int* uniqueThreadCount,
@@ -26,7 +25,7 @@ extern "C" int __tsan_get_report_mop(void* report, unsigned long index, int* thr
 namespace
 {
 
-// What may be reported: what passes through a function of the library, from a trace level on.
+// The reports to expect: those that pass through a function of the library, from a trace level on.
 const struct
 {
     const char* symbol; // the beginning of its mangled name
@@ -102,7 +101,7 @@ void useTable(sql::Table& table, long rows, long* read)
         fill(record, i);
         table.addOrUpdateRecord(i, record);
     }
-    table.query("no statement"); // failures are reported on every thread as well
+    table.query("no statement"); // so that every thread reports failures, too
     if (table.open("id >= 0", "id desc"))
         for (int i = 0; i < table.recordCount(); ++i)
             *read += table.getRecord(i)->getValue("created")->asString().empty() ? 0 : 1;

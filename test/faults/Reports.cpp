@@ -1,4 +1,4 @@
-#include "Told.h"
+#include "Reports.h"
 
 #include <cstdio>
 #include <cstring>
@@ -9,29 +9,29 @@
 namespace faults
 {
 
-thread_local Told told;
+thread_local Reports reports;
 
 // Formats every line, so that its arguments are read.
 static void noteLine(int, const char* format, va_list args)
 {
-    static thread_local char line[sizeof(told.last)];
+    static thread_local char line[sizeof(reports.last)];
     std::vsnprintf(line, sizeof(line), format, args);
     if (std::strncmp(line, "[ERROR]", 7) != 0)
         return;
-    std::strcpy(told.last, line);
-    ++told.errors;
+    std::strcpy(reports.last, line);
+    ++reports.errors;
 }
 
 static void noteReport(const char* expression, const char*, int, const char*)
 {
-    ++told.assertions;
+    ++reports.assertions;
     if (std::strcmp(expression, "rc == SQLITE_OK") == 0)
-        ++told.badCloses;
+        ++reports.badCloses;
 }
 
 bool lastLineHas(const char* text)
 {
-    return std::strstr(told.last, text) != nullptr;
+    return std::strstr(reports.last, text) != nullptr;
 }
 
 void listen()

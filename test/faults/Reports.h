@@ -1,25 +1,25 @@
 // Counts what the library reports.
 
-#ifndef SQLW_FAULTS_TOLD_H
-#define SQLW_FAULTS_TOLD_H
+#ifndef SQLW_FAULTS_REPORTS_H
+#define SQLW_FAULTS_REPORTS_H
 
 namespace faults
 {
 
 /// What the library has reported on a thread.
-struct Told
+struct Reports
 {
     long errors = 0;     ///< ERROR lines
     long assertions = 0; ///< assertion reports
-    long badCloses = 0;  ///< those of a connection that would not close
+    long badCloses = 0;  ///< assertion reports of a connection that would not close
     char last[512] = ""; ///< the last ERROR line
 };
-extern thread_local Told told;
+extern thread_local Reports reports;
 
-/// Whether the last ERROR line holds a text.
+/// Whether the last ERROR line contains a text.
 bool lastLineHas(const char* text);
 
-/// Counts from here on, at the trace level of errors.
+/// Starts counting, at the trace level of errors.
 void listen();
 
 } // namespace faults
