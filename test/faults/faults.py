@@ -1,12 +1,12 @@
-"""Injects every fault that a board can meet, and prints what the library made of it.
+"""Injects every fault that a board can meet, and prints how the library handled it.
 
     scripts/faults --quick          a sample of every item, as before every change
     scripts/faults --full           every point of every item
     scripts/faults --list           the items
-    scripts/faults --quick ITEM...  these items alone
+    scripts/faults --quick ITEM...  only these items
     scripts/faults ITEM --only P    one point of one item again
 
-The table goes to standard output, and with the details to build/faults/; junit.xml is there too.
+The table goes to standard output and, with the details and junit.xml, to build/faults/.
 The exit status is 1 when anything failed.
 """
 

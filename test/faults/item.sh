@@ -1,7 +1,7 @@
 # shellcheck shell=bash disable=SC2034,SC2154
-# Sourced, after machine.sh, by the items that run the class tests. Such an item says which points it
-# has, in `all`, and where quick tries fewer of them, in `sample`. It defines `try POINT`, and ends in
-# `run_item "$@"`.
+# Sourced, after machine.sh, by the items that run the class tests. Such an item lists its points in
+# `all`, and those of the quick form in `sample` if it tries fewer. It defines `try POINT`, and ends
+# with `run_item "$@"`.
 
 cases=0
 failures=0
@@ -41,8 +41,8 @@ usage() {
 }
 
 # run_tests POINT FOLDER TEST... -- [PREFIX...]: runs class tests that were built in a folder. Those
-# that fail must be listed in test/faults/differences, and those that are listed must fail, which quick
-# does not look at: it does not run all of them.
+# that fail must be listed in test/faults/differences, and those that are listed must fail. The quick
+# form does not check the latter, because it does not run all tests.
 run_tests() {
     local point=$1 folder=$root/$2 log=$root/build/faults/$1.log test tests=() output ran
     shift 2
@@ -66,7 +66,7 @@ run_tests() {
 compare() { # POINT LOG
     local test failed listed
     failed=$(sed -nE 's/^\[  FAILED  \] ([^, ]+).*\(.*/\1/p' "$2" | sort -u)
-    # What is listed for one word of a point's name counts for the point: newest-dqs0 is a dqs0 too.
+    # A difference listed for one word of a point's name applies to the point: newest-dqs0 is a dqs0 too.
     listed=$(sed -nE "s/^(${1//-/|}) +\| +([^ |]+).*/\2/p" test/faults/differences | sort -u)
     while read -r test; do
         [[ -z $test ]] || fails "$1" "$test differs, which is not listed; see $2"
