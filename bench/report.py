@@ -45,7 +45,7 @@ def value_table(unit, values, storage, form):
 
 
 def ratio_table(counts, storage, over, contestants, on_target):
-    """Beside each ratio stands what it may be at most."""
+    """Each ratio is followed by its maximum."""
     def cell(contestant, workload):
         ratio = counts[contestant, workload, storage] / counts[over, workload, storage]
         bar = bar_of(contestant, over, workload, on_target)

@@ -38,7 +38,7 @@ public:
         require(outcome.sql.compare(0, beginning.size(), beginning) == 0, beginning.c_str());
         return outcome;
     }
-    // A table that nobody can tell about counts as there.
+    // A table whose existence is unknown counts as there.
     bool exists() { return numberOf(step("select count(*) from sqlite_master")) != 0; }
 
 private:

@@ -38,6 +38,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     set.dump();
     set.getKeyIdName();
     const sql::FieldSet vectorMade(fields);
-    fuzz::require(vectorMade.count() == static_cast<int>(fields.size()), "taken as it stands");
+    fuzz::require(vectorMade.count() == static_cast<int>(fields.size()),
+                  "a vector is taken as it is");
     return 0;
 }

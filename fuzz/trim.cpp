@@ -1,4 +1,4 @@
-// The three ways to trim agree, and leave nothing but what stands between white space.
+// The three ways to trim agree, and remove only the white space at both ends.
 
 #include <cctype>
 

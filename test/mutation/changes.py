@@ -61,7 +61,7 @@ DECLARATION = re.compile(r"(const )?[A-Za-z_][\w:]*(<[^;]*>)? ?[*&]*( const)? [A
 
 @dataclasses.dataclass(frozen=True)
 class Token:
-    """A token, and where it stands."""
+    """A token and its place."""
     kind: str
     text: str
     start: int
@@ -70,7 +70,7 @@ class Token:
 
 @dataclasses.dataclass(frozen=True)
 class Change:
-    """One change of a file: what stands from start to end becomes `text`."""
+    """One change of a file: `text` replaces everything from start to end."""
     file: str
     function: str
     start: int

@@ -45,8 +45,8 @@ class Equivalents:
 
     def add(self, place, *lines):
         """A block: the file, and the function if it is in one; any number of lines that start with -,
-        each with its changes, which start with +; and then the reason. A + with an asterisk stands
-        for every change of that line."""
+        each with its changes, which start with +; and then the reason. A + with an asterisk means
+        every change of that line."""
         file, _, function = place.partition(" ")
         reason = " ".join(line for line in lines if line[0] not in "-+")
         pairs, before = [], None

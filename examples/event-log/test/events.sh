@@ -43,7 +43,7 @@ holds 3 board.db 'select count(*) from event'
 "${log[@]}" board.db append pump $'tab\there' 2
 shows $'7 gearbox: seven\n8 pump: tab\\x09here' board.db show
 
-# A copy is a log itself, and the next copy replaces it. Its text is the same whoever reads it.
+# A copy is a log itself, and the next copy replaces it. Both have the same text.
 "${log[@]}" board.db backup copy.db
 shows $'7 gearbox: seven\n8 pump: tab\\x09here' copy.db show
 "${log[@]}" board.db append pump nine

@@ -127,7 +127,7 @@ string FieldSet::getKeyIdName() const
     return name.str();
 }
 
-// Answers whether it has added a name.
+// Returns whether it has added a name.
 bool FieldSet::getKeyIdName(TextBuffer& sql) const
 {
     SQLW_SIGNATURE("sql::string sql::FieldSet::getKeyIdName() const");

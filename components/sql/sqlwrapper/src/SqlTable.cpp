@@ -226,7 +226,7 @@ private:
     integer _number;
 };
 
-// Answers whether there is a key column.
+// Returns whether there is a key column.
 bool Table::addKeyTest(TextBuffer& sql, const Key& key) const
 {
     sql.add(_name);
