@@ -24,7 +24,7 @@ if [[ ${1:-} == --help ]]; then
 fi
 refuse() { die "unknown argument '$1'; see ${0##*/} --help"; }
 
-# alone NAME: waits until no other process holds NAME.lock, and holds it until it is released.
+# alone NAME: waits until no other process holds NAME.lock, then holds it until `release`.
 alone() {
     mkdir -p "$(dirname "$1")"
     exec {lock}>"$1.lock"
@@ -32,8 +32,8 @@ alone() {
 }
 release() { exec {lock}>&-; }
 
-# quietly LOG COMMAND...: runs it, and when it fails shows the log and ends. Not for conditions, in
-# which a function would run without errexit.
+# quietly LOG COMMAND...: runs the command. If it fails, shows the log and ends. Not for conditions,
+# in which a function would run without errexit.
 quietly() {
     local log=$1 result
     shift
@@ -67,7 +67,7 @@ needs() {
 }
 as_root() { if ((EUID)); then sudo "$@"; else "$@"; fi; }
 
-# The files of the project, which may be no checkout of git's: names, each ended by a NUL.
+# The names of the project's files, each ended by a NUL, even where it is not a checkout of git.
 project_files() { find . \( -path ./build -o -path ./.git \) -prune -o -type f -printf '%P\0'; }
 copy_project() { project_files | tar -c --null -T - | tar -x -C "$1"; } # FOLDER
 

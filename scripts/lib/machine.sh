@@ -5,8 +5,8 @@
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 target_toolchain=cmake/toolchains/powerpc-e500mc.cmake
-# Where the target's libraries are that are no part of the cross compiler: the toolchain file looks
-# for them there.
+# The folder of the target's libraries that do not come with the cross compiler: the toolchain file
+# looks for them there.
 target_sqlite=build/target-deps/sqlite
 target_googletest=build/target-deps/googletest
 
@@ -49,7 +49,8 @@ use_machine() {
             architecture=powerpc
             triplet=${tools%-}
             machine_options=("-DCMAKE_TOOLCHAIN_FILE=$root/$target_toolchain")
-            # As in any cross build, the linker is told where the shared library's own needs are.
+            # As in any cross build, the linker needs the folder of the libraries that the shared
+            # library itself needs.
             local sqlite=$root/$target_sqlite/lib flags
             flags=-Wl,-rpath-link,$sqlite
             consumer_options=("${machine_options[@]}" "-DCMAKE_EXE_LINKER_FLAGS=$flags")
