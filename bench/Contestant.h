@@ -73,7 +73,7 @@ struct Entry
 
 /// All that were built, in the order of their names.
 const std::vector<Entry>& contestants();
-/// The one with this name, which throws when there is none.
+/// The contestant with this name. Throws when there is none.
 const Entry& contestant(const std::string& name);
 
 /// Puts a contestant on the list: `const Registration entry({"floor", make<Floor>});`

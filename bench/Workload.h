@@ -8,8 +8,8 @@
 namespace bench
 {
 
-/// One thing to do with a table. A run is `prepare`, then `run`, the one part that is measured,
-/// then `check`, which throws when the table or the reading is not as it should be.
+/// One thing to do with a table. A run is `prepare`, then `run`, the only part that is measured,
+/// then `check`, which throws when the table or the reading is wrong.
 struct Workload
 {
     const char* name;
@@ -19,7 +19,7 @@ struct Workload
 };
 
 const std::vector<Workload>& workloads();
-/// The one with this name, which throws when there is none.
+/// The workload with this name. Throws when there is none.
 const Workload& workload(const std::string& name);
 
 } // namespace bench

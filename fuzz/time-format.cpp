@@ -7,8 +7,8 @@
 namespace
 {
 
-// Of a buffer of 128 bytes, up to its first NUL. What is left there of a text that does not fit is
-// nobody's business.
+// The text is what a buffer of 128 bytes holds up to its first NUL. What remains there of a text
+// that does not fit is undefined.
 void requireFormat(const std::string& text, std::time_t seconds, const char* pattern)
 {
     std::tm local;

@@ -24,9 +24,9 @@ public:
     Socket& operator=(const Socket&) = delete;
 
     int descriptor() const { return _descriptor; }
-    /// The port that it listens at, also when the system chose it ("0").
+    /// The port that it listens on, even when the system chose it ("0").
     int port() const;
-    /// The next one who has connected; an invalid one when there is none.
+    /// The next connection; an invalid one when there is none.
     Socket accepted() const;
 
 private:

@@ -10,7 +10,7 @@ class ClusterCase(unittest.TestCase):
     figures = []  # what was measured on the way, one sentence each
 
     def session(self, name=None, **options):
-        """With the database `name` of the cluster, unless that is None."""
+        """A session with the database `name` of the cluster, unless that is None."""
         return self.enterContext(
             Session(self.cluster, self.cluster.uri(name) if name else None, **options))
 
@@ -18,7 +18,7 @@ class ClusterCase(unittest.TestCase):
         self.figures.append(text)
 
     def check(self, session, least, most):
-        """No acknowledged row is missing, and none is there that nobody wrote."""
+        """No acknowledged row is missing, and every row that is there was written."""
         count = int(session.good("1 run SELECT count(*) FROM row"))
         self.assertTrue(least <= count <= most, f"{count} rows, not {least} to {most}")
         self.assertEqual(str(count), session.good("1 run SELECT max(id) FROM row"))

@@ -15,7 +15,7 @@ SPACE = "test"
 LOCK = ("rados", "-p", POOL, "-N", SPACE, "lock")
 LOCK_NAME = "striper.lock"
 # A store is gone after GRACE seconds without a sign of life; the pool takes writes while two are there.
-# The monitor decides at once, in place of once per second, so that tests take less time.
+# The monitor decides at once instead of once per second, so that tests take less time.
 GRACE = 4
 CONFIGURATION = """\
 [global]

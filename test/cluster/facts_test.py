@@ -1,4 +1,4 @@
-"""What users must know of Ceph's VFS: each fact that the documents state, tried."""
+"""What users must know about Ceph's VFS: tries each fact that the documents state."""
 
 import time
 
@@ -13,7 +13,7 @@ LONG = 4  # seconds that nothing needs
 class FactsTest(ClusterCase):
     @classmethod
     def setUpClass(cls):
-        """Half a minute begins that one test waits for: others run meanwhile."""
+        """Starts the half minute that one test waits for, so that the others run meanwhile."""
         uri = cls.cluster.uri("dead.db")
         writer = cls.enterClassContext(Session(cls.cluster, uri))
         writer.append(1, 1)

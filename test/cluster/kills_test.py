@@ -1,4 +1,4 @@
-"""Whatever is killed: no commit is lost that was acknowledged, and no database is damaged."""
+"""Kills everything in turn: no acknowledged commit is lost, and no database is damaged."""
 
 import random
 import signal
@@ -16,7 +16,7 @@ def seconds(text, values):
 
 class KillsTest(ClusterCase):
     def begin(self, writer, rows=1):
-        """It has committed, and goes on."""
+        """It has committed, and continues."""
         writer.say(f"1 append {FOR_EVER} {rows}")
         writer.last = int(writer.hear())
         return writer
@@ -117,7 +117,7 @@ class KillsTest(ClusterCase):
         self.take_over("survivor.db", survivor)
 
     def wait_for(self, writer, what):
-        """It goes on once the cluster is back. When its lock has expired by then, it fails."""
+        """It continues once the cluster is back. If its lock has expired by then, it fails."""
         begin = time.monotonic()
         reply = writer.hear(120)
         self.assertIsNotNone(reply)

@@ -1,4 +1,4 @@
-"""Programs that know nothing of clusters, as they were built, with the VFS preloaded."""
+"""Programs that know nothing about clusters, used as they were built, with the VFS preloaded."""
 
 import random
 import signal

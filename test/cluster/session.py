@@ -1,4 +1,4 @@
-"""A program of the library on a cluster, as a process that does what it is asked for."""
+"""A program of the library on a cluster, as a process that takes requests."""
 
 import os
 import queue

@@ -1,4 +1,4 @@
-// What functions need that take the place of SQLite's in a program, and call those.
+// What a function needs to replace one of SQLite's in a program, and to call the original.
 
 #ifndef SQLW_TEST_INTERPOSED_H
 #define SQLW_TEST_INTERPOSED_H
@@ -8,7 +8,7 @@
 namespace platform
 {
 
-/// Counts into how many functions of a kind the program has gone: SQLite calls its own as well.
+/// Counts the functions of a kind that the program is in: SQLite calls its own as well.
 class Within
 {
 public:
@@ -21,7 +21,7 @@ private:
     int& _depth;
 };
 
-/// The function itself, whose place in the program another has taken.
+/// The original function, which another one replaces in the program.
 template <typename Function> Function* real(Function*, const char* name)
 {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));

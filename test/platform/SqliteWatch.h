@@ -1,5 +1,5 @@
-// Sits between the library and SQLite, and keeps what SQLite makes of each statement: what the
-// library makes of it can then be compared.
+// Sits between the library and SQLite, and keeps SQLite's outcome of each statement, for comparison
+// with the library's.
 
 #ifndef SQLW_TEST_SQLITE_WATCH_H
 #define SQLW_TEST_SQLITE_WATCH_H

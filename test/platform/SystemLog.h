@@ -1,4 +1,4 @@
-// Takes the place of the system log: every line goes to a function of the program.
+// Replaces the system log: every line goes to a function of the program.
 
 #ifndef SQLW_TEST_SYSTEM_LOG_H
 #define SQLW_TEST_SYSTEM_LOG_H

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Database files move between host and target: each writes one, reads that of the other, and goes on
-# with it.
+# Database files move between host and target: each writes one, then reads that of the other, and
+# continues it.
 #     exchange.sh FOLDER HOST-EXAMPLES TARGET-EXAMPLES EMULATOR...
 # The programs are the examples, the packages are those of this machine.
 set -euo pipefail
@@ -12,7 +12,7 @@ export TZ=UTC
 on_host() { "$host_examples/$1/$1" "${@:2}"; }
 on_target() { "${emulator[@]}" "$target_examples/$1/$1" "${@:2}"; }
 
-# inventory SIDE FILE STATUS: brings the file up to date, and prints the report but for the line that
+# inventory SIDE FILE STATUS: brings the file up to date, and prints the report except for the line that
 # says how long that took.
 inventory() {
     "on_$1" package-inventory --database "$2" --info info --top 100 "$3" | sed '/^Written to /d'

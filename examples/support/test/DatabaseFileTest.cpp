@@ -10,7 +10,7 @@
 
 static bool takesUris = true;
 
-// In place of SQLite's, which says how it was built.
+// Replaces SQLite's, which says how it was built.
 extern "C" int sqlite3_compileoption_used(const char* option)
 {
     return std::string("USE_URI") == option && takesUris;

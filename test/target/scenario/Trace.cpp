@@ -13,7 +13,7 @@
 // SQLite calls its own functions as well, which does not count.
 static int sqliteDepth = 0;
 
-// One event per line, also where a text has several.
+// One event per line, even if its text has several lines.
 static void writeEvent(const char* head, const sql::string& text)
 {
     std::printf("  %s ", head);

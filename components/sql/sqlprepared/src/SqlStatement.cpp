@@ -448,7 +448,7 @@ bool Statement::read(Record& record) const
     return true;
 }
 
-// As `Table` reads it: the text of whatever is stored. Numbers are made to texts here, which costs
+// As `Table` reads it: the text of whatever is stored. Numbers become texts here, which costs
 // a fraction of what it costs SQLite.
 bool Statement::readCell(int column, Value& cell) const
 {

@@ -11,7 +11,7 @@
 
 using namespace sqltest;
 
-// In place of SQLite's own, which returns null when it has no memory to make a text.
+// Replaces SQLite's own, which returns null when it has no memory to make a text.
 static bool hasNoMemoryForText = false;
 
 extern "C" const unsigned char* sqlite3_column_text(sqlite3_stmt* statement, int column)

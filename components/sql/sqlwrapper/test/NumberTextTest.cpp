@@ -282,13 +282,13 @@ public:
         const double digits = static_cast<double>(_random() % 10000000000000000u) - 5e15;
         return digits / std::pow(10.0, static_cast<double>(_random() % 21));
     }
-    // Halves of a decimal, and what lies beside them.
+    // Halves of a decimal, and their neighbours.
     double half()
     {
         const double exact = static_cast<double>(_random() % 1048576u) / 512;
         return std::nextafter(exact, static_cast<double>(_random() % 3) * exact);
     }
-    // Beside a power of two or of ten.
+    // Neighbours of powers of two and of ten.
     double edge()
     {
         const int power = static_cast<int>(_random() % 80) - 30;

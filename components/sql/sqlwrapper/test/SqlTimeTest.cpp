@@ -295,7 +295,7 @@ TEST_F(TimeTest, StaysTheSameWhen0IsAdded)
     EXPECT_EQ(100, time.getTime());
 }
 
-// A day is 86400 seconds, also when the clocks change.
+// A day is 86400 seconds, even when the clocks change.
 TEST_F(TimeTest, AddsTheSecondsOfADayAcrossAChangeOfTheClocks)
 {
     const TimeZone berlin("CET-1CEST,M3.5.0,M10.5.0/3");
