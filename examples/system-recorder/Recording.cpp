@@ -189,10 +189,11 @@ void Recording::read(const std::vector<std::string>& counters, const Span& span,
 
 void Recording::backup(const std::string& copy, const std::function<void(int, int)>& progress)
 {
-    std::error_code error;
-    if (std::filesystem::equivalent(_file, copy, error))
+    if (support::isSameDatabase(_file, copy))
         throw Failure{copy + " is the recording itself"};
-    const bool isNew = !std::filesystem::exists(copy, error);
+    std::error_code error;
+    const std::string path = support::localPath(copy);
+    const bool isNew = !std::filesystem::exists(path, error);
     try {
         sql::Database destination;
         openFile(destination, copy, true);
@@ -200,8 +201,8 @@ void Recording::backup(const std::string& copy, const std::function<void(int, in
             Recording(copy, Use::read); // must be one
         copyTo(destination, copy, progress);
     } catch (const Failure&) {
-        if (isNew && std::filesystem::file_size(copy, error) == 0)
-            std::filesystem::remove(copy, error);
+        if (isNew && std::filesystem::file_size(path, error) == 0)
+            std::filesystem::remove(path, error);
         throw;
     }
 }

@@ -204,7 +204,7 @@ class Copying(RecorderTest):
         self.succeeds('backup', 'a.db', 'copy.db')
         before = self.query('copy.db', 'select * from sample')
         self.replay('a.db', 5000)
-        for copy in ('copy.db', 'new.db'):
+        for copy in ('copy.db', 'new.db', 'file:new.db'):
             process = start('backup', 'a.db', copy, preexec_fn=full_disk)
             _, errors = process.communicate()
             self.assertEqual(1, process.returncode)
@@ -293,6 +293,20 @@ class Failing(RecorderTest):
                      'check', 'odd.db')
         self.refuses('none.db is not there', 'report', 'none.db')
         self.assertFalse(Path('none.db').exists())
+
+    def test_a_database_by_a_uri(self):
+        self.replay('file:by%20uri.db?mode=rwc', 10)
+        self.assertEqual([(10,)], self.query('by uri.db', 'select count(*) from sample'))
+        self.assertEqual(self.succeeds('export', 'by uri.db'),
+                         self.succeeds('export', 'file:by%20uri.db'))
+        self.succeeds('backup', 'file:by%20uri.db', 'file:copy.db')
+        self.assertEqual([(10,)], self.query('copy.db', 'select count(*) from sample'))
+        self.refuses('by uri.db is the recording itself', 'backup', 'file:by%20uri.db', 'by uri.db')
+        self.refuses('file:none.db is not there', 'report', 'file:none.db')
+        self.refuses('file:a.db?mode=memory is a database that nothing keeps', 'record',
+                     'file:a.db?mode=memory')
+        self.refuses("file:///pool:a/b?vfs=none needs the VFS 'none', which is not loaded", 'record',
+                     'file:///pool:a/b?vfs=none')
 
     def test_a_damaged_file(self):
         self.replay('a.db', 5000)
