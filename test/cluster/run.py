@@ -33,7 +33,11 @@ def tests(pattern):
     loader = unittest.TestLoader()
     if pattern:
         loader.testNamePatterns = [f"*{pattern}*"]
-    return unittest.TestSuite(map(loader.loadTestsFromModule, (programs_test, facts_test, kills_test)))
+    found = unittest.TestSuite(
+        map(loader.loadTestsFromModule, (programs_test, facts_test, kills_test)))
+    if not found.countTestCases():
+        sys.exit(f"scripts/test-cluster: no test has '{pattern}' in its name")
+    return found
 
 
 def of_the_machine():
@@ -54,13 +58,14 @@ def arguments():
 
 def main():
     options = arguments()
+    chosen = tests(options.k)
     signal.signal(signal.SIGTERM, signal.default_int_handler)  # stops the cluster, as an interrupt does
     print(f"seed {options.seed}", flush=True)
     before = of_the_machine()
     with Cluster(options.folder, options.programs) as cluster:
         ClusterCase.cluster, ClusterCase.seed, ClusterCase.isQuick = cluster, options.seed, options.quick
         outcome = unittest.TextTestRunner(sys.stdout, verbosity=2, resultclass=Result).run(
-            tests(options.k))
+            chosen)
         for figure in ClusterCase.figures:
             print(figure)
         if not options.k:
