@@ -2,13 +2,19 @@
 """Loses machines whose database is backed up all the time: litestream_test.py LOG LITESTREAM ROUNDS"""
 
 import contextlib
+import getpass
+import os
 import pathlib
 import random
 import re
+import shutil
+import signal
+import socket
 import sqlite3
 import subprocess
 import sys
 import tempfile
+import textwrap
 import threading
 import time
 import unittest
@@ -18,13 +24,14 @@ LOG, LITESTREAM = (str(pathlib.Path(path).resolve()) for path in sys.argv[1:3])
 ROUNDS = int(sys.argv[3])
 GUIDE = pathlib.Path(__file__).resolve().parents[2] / "docs/guides/more-than-one-machine.md"
 PAUSE = 0.02  # of the writer, between two events
+SSHD = shutil.which("sshd", path="/usr/sbin:/usr/local/sbin:" + os.environ["PATH"])
 
 
 def block_of_guide(first_line):
     """The program in the guide that begins with this line."""
-    found = re.search(r"^```[a-z]+\n(" + re.escape(first_line) + r".*?)^```$", GUIDE.read_text(),
-                      re.MULTILINE | re.DOTALL)
-    return found[1]
+    found = re.search(r"^( *)```[a-z]+\n( *" + re.escape(first_line) + r".*?)^\1```$",
+                      GUIDE.read_text(), re.MULTILINE | re.DOTALL)
+    return textwrap.dedent(found[2])
 
 
 def run(*command, **options):
@@ -48,16 +55,21 @@ class Machine:
         self.config = folder / "litestream.yml"
         self.config.write_text(block_of_guide("dbs:").replace("/srv/board", str(self.folder))
                                .replace("/mnt/server", str(self.server)))
+        self.log = folder / "litestream.log"
         self.kept = []  # when each event was acknowledged
         self.isLost = False
 
     def start(self):
         assert append(self.database, "event 1")
         self.kept.append(time.monotonic())
-        self.litestream = subprocess.Popen([LITESTREAM, "replicate", "-config", self.config],
-                                           stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.back_up()
         self.writer = threading.Thread(target=self.write)
         self.writer.start()
+
+    def back_up(self):
+        with self.log.open("w", encoding="utf-8") as log:
+            self.litestream = subprocess.Popen([LITESTREAM, "replicate", "-config", self.config],
+                                               stdout=log, stderr=log)
 
     def write(self):
         while not self.isLost:
@@ -65,10 +77,13 @@ class Machine:
                 self.kept.append(time.monotonic())
             time.sleep(PAUSE)
 
-    def wait_for_first_copy(self):
+    def segments(self):
+        return set(self.server.rglob("*.wal.lz4"))
+
+    def wait_for_copy(self, beyond=frozenset()):
         limit = time.monotonic() + 30
-        while not list(self.server.rglob("*.wal.lz4")):
-            assert time.monotonic() < limit, "nothing is backed up"
+        while self.segments() <= beyond:
+            assert time.monotonic() < limit, "nothing is backed up: " + self.log.read_text()[-1500:]
             time.sleep(0.05)
 
     def lose(self):
@@ -82,6 +97,39 @@ class Machine:
 
     def restore(self, copy):
         return run(LITESTREAM, "restore", "-config", self.config, "-o", copy, self.database)
+
+
+class SftpServer:
+    """An sshd on the loopback interface, with keys of its own in a folder."""
+
+    def __init__(self, folder):
+        self.key = folder / "key"
+        for key in (self.key, folder / "host"):
+            subprocess.run(["ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", key], check=True)
+        with socket.socket() as free:
+            free.bind(("127.0.0.1", 0))
+            self.port = free.getsockname()[1]
+        self.config = folder / "sshd_config"
+        self.config.write_text(f"ListenAddress 127.0.0.1\nPort {self.port}\nHostKey {folder}/host\n"
+                               f"AuthorizedKeysFile {self.key}.pub\nStrictModes no\nUsePAM no\n"
+                               "PidFile none\nSubsystem sftp internal-sftp\n")
+
+    def __enter__(self):
+        self.process = subprocess.Popen([SSHD, "-D", "-f", self.config], stderr=subprocess.DEVNULL)
+        return self
+
+    def __exit__(self, *_):
+        self.drop_connections()
+        self.process.terminate()
+        self.process.wait()
+
+    def drop_connections(self):
+        """Ends the processes that serve them, and returns how many there were."""
+        process = self.process.pid
+        children = pathlib.Path(f"/proc/{process}/task/{process}/children").read_text().split()
+        for child in children:
+            os.kill(int(child), signal.SIGKILL)
+        return len(children)
 
 
 def events(database):
@@ -104,7 +152,7 @@ class LitestreamTest(unittest.TestCase):
         folder = self.folder / str(number)
         machine = Machine(folder)
         machine.start()
-        machine.wait_for_first_copy()
+        machine.wait_for_copy()
         time.sleep(random.uniform(0, 3))
         lost = machine.lose()
         machine.folder.rename(folder / "lost")
@@ -129,7 +177,7 @@ class LitestreamTest(unittest.TestCase):
     def test_a_second_machine_follows_by_restoring(self):
         machine = Machine(self.folder)
         machine.start()
-        machine.wait_for_first_copy()
+        machine.wait_for_copy()
         lengths = []
         copy = self.folder / "follower.db"
         for _ in range(4):
@@ -149,7 +197,7 @@ class LitestreamTest(unittest.TestCase):
     def test_the_restore_is_tested_as_the_guide_shows(self):
         machine = Machine(self.folder)
         machine.start()
-        machine.wait_for_first_copy()
+        machine.wait_for_copy()
         time.sleep(1)
         script = self.folder / "check-backup"
         script.write_text(block_of_guide("#!/bin/sh\n"))
@@ -176,6 +224,41 @@ class LitestreamTest(unittest.TestCase):
         outcome = run(LOG, machine.database, "append", "writer", "event 1")
         self.assertEqual((1, f"event-log: {machine.database} is not an event log: its version is 0, "
                              "not 2\n"), (outcome.returncode, outcome.stderr))
+
+    @unittest.skipUnless(SSHD, "openssh-server is not installed")
+    def test_a_dropped_sftp_connection_ends_the_copy_without_a_line(self):
+        if os.geteuid() == 0:
+            pathlib.Path("/run/sshd").mkdir(exist_ok=True)  # as Debian's service does
+        server = self.enterContext(SftpServer(self.folder))
+        machine = Machine(self.folder)
+        machine.config.write_text(machine.config.read_text().replace(
+            f"- path: {machine.server}", f"""- type: sftp
+        host: 127.0.0.1:{server.port}
+        user: {getpass.getuser()}
+        key-path: {server.key}
+        path: {machine.server}"""))
+        machine.start()
+        self.addCleanup(machine.lose)
+        machine.wait_for_copy()
+        before = len(machine.log.read_text())
+        self.assertEqual(1, server.drop_connections())
+        time.sleep(1)
+        segments = machine.segments()
+        kept = len(machine.kept)
+        time.sleep(10)
+        self.assertGreater(len(machine.kept), kept)
+        self.assertEqual(segments, machine.segments())
+        self.assertNotRegex(machine.log.read_text()[before:], "level=(WARN|ERROR)")
+
+        machine.litestream.kill()
+        machine.litestream.wait()
+        machine.back_up()
+        machine.wait_for_copy(beyond=segments)
+        time.sleep(1)
+        machine.lose()
+        restored = machine.restore(self.folder / "restored.db")
+        self.assertEqual(0, restored.returncode, restored.stderr)
+        self.assertGreater(len(events(self.folder / "restored.db")), kept)
 
 
 if __name__ == "__main__":
