@@ -1,12 +1,13 @@
 #!/usr/bin/python3
 """Reads the pages as people do, in a browser: browser_test.py FOLDER
 
-Takes a picture of every page at two widths, light and dark, in FOLDER/pictures. Fails for a page
-wider than its window, a picture that is clipped, a table that cannot be scrolled to its end, a link
+Takes a picture of every page from top to bottom, at two widths, light and dark, in FOLDER/pictures.
+Fails for a page wider than its window, a picture that is clipped, a table that cannot be scrolled to its end, a link
 or an anchor that is dead, a page more than two clicks away from the first one (the menu does not
 count), and for words and lines of the log whose page is not among the first hits of the search.
 """
 
+import base64
 import pathlib
 import sys
 import time
@@ -66,7 +67,15 @@ def take_pictures(driver, folder, pages):
                     yield f"{name}, {window}, {theme}: {fault}"
                 picture = pictures / f"{name}-{window}-{theme}.png"
                 picture.parent.mkdir(parents=True, exist_ok=True)
-                driver.save_screenshot(str(picture))
+                picture.write_bytes(whole_page(driver))
+
+
+def whole_page(driver):
+    """A picture of the page from top to bottom, whatever the height of the window."""
+    size = driver.execute_cdp_cmd("Page.getLayoutMetrics", {})["cssContentSize"]
+    shot = driver.execute_cdp_cmd("Page.captureScreenshot", {
+        "captureBeyondViewport": True, "clip": {**size, "scale": 1}})
+    return base64.b64decode(shot["data"])
 
 
 def follow_links(driver, folder, pages):
