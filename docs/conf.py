@@ -61,6 +61,15 @@ def lead_to_page(app, env, node, content):
     return page and make_refnode(app.builder, env.docname, page.as_posix(), None, content)
 
 
+def caveat(trap):
+    """The trap's title, and what its entry begins with."""
+    entries = (root / "docs/deliberate-behaviour.md").read_text(encoding="utf-8")
+    text = re.search(rf"^### {re.escape(trap)}\n\n(?:```cpp\n[^#]*?```\n\n)?"
+                     r"((?!Operations)(?:.+\n)*?)(?=\n|```)", entries, re.M)
+    text = re.sub(r"\[([^]]+)\]\([^)]+\)", r"\1", " ".join(text[1].split())) if text else ""
+    return f"- **{trap}.** {re.sub(':$', '.', text)}\n"
+
+
 def frame_manual(app, docname, source):
     """A page of the manual begins with what to include and link, and ends with all of its traps."""
     if app.builder.name == "man" and docname in headers:
@@ -69,7 +78,7 @@ def frame_manual(app, docname, source):
         traps = dict.fromkeys(re.findall(r"\[([^]]+)\]\(\.\./deliberate-behaviour", text))
         source[0] = f"""{title}\n\n## Synopsis\n\n```cpp\n#include <{headers[docname].name}>\n```\n
 `c++ program.cpp $(pkg-config --cflags --libs {library}sqlwrapper-standalone)`\n\n## Description\n\n{text}
-## Caveats\n\n{"".join(f"- {trap}" + chr(10) for trap in traps)}\nThe page *Deliberate behaviour* of the
+## Caveats\n\n{"".join(map(caveat, traps))}\nThe page *Deliberate behaviour* of the
 documents explains them.\n\n## See also\n\nsqlwrapper(7), sqlprepared(7)\n"""
 
 
