@@ -177,6 +177,11 @@ private:
 class Records : public Writer
 {
 public:
+    void open(const std::string& path) override
+    {
+        Writer::open(path);
+        _record = sql::Record(_items->table.fields());
+    }
     void insert(const Item* row) override { require(writer().insert(filled(row)), "insert"); }
     void update(const Item* row) override { require(writer().update(filled(row)), "update"); }
     void upsert(const Item* row) override { require(writer().upsert(filled(row)), "upsert"); }
