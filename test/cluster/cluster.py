@@ -140,7 +140,12 @@ class Cluster:
         for address in {locker["addr"] for _, locker in found}:
             self._run("ceph", "osd", "blocklist", "add", address, "3600")
         for piece, locker in found:
-            self._run(*LOCK, "break", piece, LOCK_NAME, locker["name"], "--lock-cookie", locker["cookie"])
+            try:
+                self._run(*LOCK, "break", piece, LOCK_NAME, locker["name"],
+                          "--lock-cookie", locker["cookie"])
+            except RuntimeError:
+                if locker in self._lockers(piece):  # otherwise it has just expired
+                    raise
 
     def _lockers(self, piece):
         found = subprocess.run([*LOCK, "info", piece, LOCK_NAME], env=self.environment,
