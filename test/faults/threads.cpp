@@ -35,10 +35,14 @@ const struct
     {"_ZN3sql4TimeC", "ctime of Time's constructors, which all threads share", 9},
 };
 
-long listedReports = 0;
+// The runtime holds its locks while it reports. Code that it watches would wait for them for ever
+// when the report is about two threads that report.
+#define SQLW_UNWATCHED __attribute__((disable_sanitizer_instrumentation))
+
+long listedReports = 0; // counted one report at a time
 long otherReports = 0;
 
-bool passesThrough(void* const* trace, std::size_t size, const char* symbol)
+SQLW_UNWATCHED bool passesThrough(void* const* trace, std::size_t size, const char* symbol)
 {
     Dl_info info;
     for (std::size_t i = 0; i < size && trace[i]; ++i)
@@ -55,7 +59,7 @@ extern "C" const char* __tsan_default_options()
     return "exitcode=0"; // the reports are counted here
 }
 
-extern "C" void __tsan_on_report(void* report)
+extern "C" SQLW_UNWATCHED void __tsan_on_report(void* report)
 {
     const char* description = nullptr;
     int numbers[8];
@@ -107,23 +111,49 @@ void useTable(sql::Table& table, long rows, long* read)
             *read += table.getRecord(i)->getValue("created")->asString().empty() ? 0 : 1;
 }
 
+// From records and from cells, and one transaction that is rolled back.
+void writeRows(sql::Table& table, sql::Record& record, long rows)
+{
+    sql::TableWriter writer(table);
+    sql::Transaction transaction(table.getHandle());
+    for (long i = 0; i < rows; i += 2) {
+        fill(record, i);
+        writer.upsert(record);
+        writer.setInteger(0, i + 1);
+        writer.setString(1, "another text");
+        writer.setDouble(2, static_cast<double>(i) / 3);
+        writer.setTime(3, sql::Time(i));
+        writer.insert();
+    }
+    transaction.commit();
+    sql::Transaction undone(table.getHandle());
+    writer.erase(0);
+}
+
+void readRows(sql::Table& table, sql::Record& record, long* read)
+{
+    sql::Statement found;
+    found.selectByKey(table);
+    sql::Statement statement;
+    statement.prepare(table.getHandle(), "no statement");
+    statement.select(table, "id >= 0", "id desc");
+    while (statement.next())
+        *read += statement.read(record) && !statement.getTime(3).asString().empty() &&
+                 found.find(statement.getInteger(0), record);
+}
+
 void useCompanion(sql::Table& table, long rows, long* read)
 {
     sql::Record record(table.fields());
-    sql::TableWriter writer(table);
-    sql::Transaction transaction(table.getHandle());
-    for (long i = 0; i < rows; ++i) {
-        fill(record, i);
-        writer.upsert(record);
+    writeRows(table, record, rows);
+    sql::Database copy;
+    copy.open(":memory:", sql::Database::read_write_create, false, 0);
+    sql::Backup backup(copy.getHandle(), table.getHandle());
+    while (backup.step(2)) {
     }
-    transaction.commit();
-    sql::Statement statement;
-    statement.prepare(table.getHandle(), "no statement");
-    if (!sql::checkTable(table).empty())
-        return;
-    statement.select(table, "id >= 0", "id desc");
-    while (statement.next())
-        *read += statement.read(record) && !statement.getTime(3).asString().empty() ? 1 : 0;
+    sql::Table copied(copy.getHandle(), table.name(), rowFields);
+    if (sql::checkTable(copied).empty())
+        readRows(copied, record, read);
 }
 
 void work(bool withCompanion, long rows, long* read)
