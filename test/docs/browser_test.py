@@ -20,15 +20,16 @@ HITS = 3
 
 # What is wider than it may be, as words for people.
 MEASURE = """
-const faults = [], page = document.documentElement;
-if (page.scrollWidth > page.clientWidth) faults.push(`the page is ${page.scrollWidth} pixels wide`);
+const faults = [], article = document.querySelector("article"), room = article.getBoundingClientRect();
+for (const box of [document.documentElement, document.querySelector(".content")]) // which scrolls on a phone
+    if (box.scrollWidth > box.clientWidth) faults.push(`the page is ${box.scrollWidth} pixels wide`);
 function scrolls(node) {
-    for (let parent = node.parentElement; parent; parent = parent.parentElement)
+    for (let parent = node.parentElement; parent !== article; parent = parent.parentElement)
         if (["auto", "scroll"].includes(getComputedStyle(parent).overflowX)) return true;
     return false;
 }
-for (const node of document.querySelectorAll("article table, article img, article object, article svg")) {
-    const box = node.getBoundingClientRect(), room = document.querySelector("article").getBoundingClientRect();
+for (const node of article.querySelectorAll("table, img, object, svg")) {
+    const box = node.getBoundingClientRect();
     if (box.right > room.right + 1 && !scrolls(node))
         faults.push(`a ${node.tagName.toLowerCase()} ends at ${Math.round(box.right)} pixels`);
     if (node.tagName === "IMG" && node.naturalWidth === 0) faults.push(`${node.src} does not load`);
@@ -38,7 +39,8 @@ return faults;
 CLICKS = 2
 READ = """
 return {links: [...document.links].map(link => link.href),
-    text: [...document.querySelectorAll("article a[href]")].map(link => link.href), anchors: [...document.querySelectorAll("[id]")].map(node => node.id)};
+    text: [...document.querySelectorAll("article a[href]")].map(link => link.href),
+    anchors: [...document.querySelectorAll("[id]")].map(node => node.id)};
 """
 SEARCH = "return [...document.querySelectorAll('#search-results li a')].map(link => link.getAttribute('href'));"
 
@@ -51,6 +53,15 @@ def browser():
     return webdriver.Chrome(options=options)
 
 
+def resize(driver, width):
+    size = {"width": width, "height": 900, "deviceScaleFactor": 1, "mobile": False}
+    driver.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", size)
+
+
+def pages_of(folder):
+    return sorted(path for path in folder.glob("html/**/*.html") if path.stem not in ("search", "genindex"))
+
+
 def take_pictures(driver, folder, pages):
     """What does not fit, page by page."""
     pictures = folder / "pictures"
@@ -58,8 +69,7 @@ def take_pictures(driver, folder, pages):
         feature = {"name": "prefers-color-scheme", "value": theme}
         driver.execute_cdp_cmd("Emulation.setEmulatedMedia", {"features": [feature]})
         for window, width in WIDTHS.items():
-            size = {"width": width, "height": 900, "deviceScaleFactor": 1, "mobile": False}
-            driver.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", size)
+            resize(driver, width)
             for page in pages:
                 driver.get(page.as_uri())
                 name = page.relative_to(folder / "html").with_suffix("").as_posix()
@@ -133,8 +143,7 @@ def search(driver, folder):
 
 
 def main(folder):
-    pages = sorted(path for path in folder.glob("html/**/*.html")
-                   if path.stem not in ("search", "genindex"))
+    pages = pages_of(folder)
     driver = browser()
     try:
         faults = [*take_pictures(driver, folder, pages), *follow_links(driver, folder, pages),
