@@ -24,12 +24,13 @@ myst_heading_anchors = 4
 html_theme = "furo"
 html_title = f"{project} {release}"
 html_copy_source = False
-# Debian's Furo lacks its dark colours, and asks a web server for the style sheet below its own.
+# Debian's Furo lacks its dark colours.
 colours = pathlib.Path(furo.__file__).parent / "assets/styles/variables/_colors.scss"
 dark = re.findall(r"--([\w-]+): ([^;]+);", colours.read_text().partition("@mixin colors-dark")[2])
 html_theme_options = {"dark_css_variables": dict(dark)}
 html_static_path = ["/usr/share/javascript/normalize.css/normalize.min.css", "first-page.css", "print.css"]
 html_css_files = [("normalize.min.css", {"priority": 100}), "first-page.css", "print.css"]
+html_js_files = [("scripts/gumshoe-patched.js", {"priority": 100})]  # before Furo's own script
 html_search_scorer = str(root / "docs/scorer.js")
 
 # A page of the manual for each header: its name, and the sentence that describes the header.
