@@ -11,6 +11,11 @@
 namespace sql
 {
 
+static const char pairs[] = "00010203040506070809101112131415161718192021222324"
+                            "25262728293031323334353637383940414243444546474849"
+                            "50515253545556575859606162636465666768697071727374"
+                            "75767778798081828384858687888990919293949596979899";
+
 IntegerText::IntegerText(integer number, string::size_type fewestDigits)
 {
     char* first = _bytes + sizeof(_bytes);
@@ -24,6 +29,12 @@ IntegerText::IntegerText(integer number, string::size_type fewestDigits)
         magnitude = tenth;
     }
     std::uint32_t rest = static_cast<std::uint32_t>(magnitude); // quicker on 32-bit processors
+    while (rest >= 100) {
+        const std::uint32_t hundredth = rest / 100;
+        first -= 2;
+        std::memcpy(first, pairs + 2 * (rest - 100 * hundredth), 2);
+        rest = hundredth;
+    }
     while (rest != 0 || first > padded) {
         const std::uint32_t tenth = rest / 10;
         *--first = static_cast<char>('0' + (rest - 10 * tenth));
@@ -68,9 +79,11 @@ static bool fastDoubleToText(double number, string& text)
 
     const IntegerText digits(number < 0.0 ? -shifted : shifted, decimalsWritten + 1);
     const string::size_type point = digits.size() - decimalsWritten;
-    text.assign(digits.data(), point);
-    text += '.';
-    text.append(digits.data() + point, decimalsWritten);
+    char bytes[32]; // one piece, for each one that a text takes costs as much as its digits
+    std::memcpy(bytes, digits.data(), point);
+    bytes[point] = '.';
+    std::memcpy(bytes + point + 1, digits.data() + point, decimalsWritten);
+    text.assign(bytes, digits.size() + 1);
     return true;
 }
 
@@ -108,8 +121,8 @@ struct ShortDecimal
 
 static const char* readDigits(const char* text, unsigned long long& digits)
 {
-    for (; isDigit(*text); ++text)
-        digits = digits * 10 + static_cast<unsigned long long>(*text - '0');
+    for (unsigned digit; (digit = static_cast<unsigned char>(*text) - unsigned{'0'}) <= 9; ++text)
+        digits = digits * 10 + digit;
     return text;
 }
 
