@@ -24,7 +24,7 @@ SLOW = 1.0  # seconds from which on a test program is kept for the changes of it
 # The libraries, and what each compiles in that lies elsewhere. Each is built from all sources of the
 # folder with its name, and hides nothing: there are tests of what is internal.
 LIBRARIES = {"sqlwrapper": [],
-             "sqlprepared": ["sqlwrapper/src/Diagnostics.cpp", "sqlwrapper/src/NumberText.cpp"]}
+             "sqlprepared": ["sqlwrapper/src/Diagnostics.cpp"]}
 
 # Undefined behaviour ends a test, and nothing is left to what memory happens to hold: variables that
 # a change leaves without a value have each of these.

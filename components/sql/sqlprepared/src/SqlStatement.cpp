@@ -407,17 +407,16 @@ bool Statement::getBool(int column) const
 
 string Statement::getString(int column) const
 {
-    string copy;
     try {
         const char* const text = getText(column);
         if (text)
-            copy.assign(text, static_cast<size_t>(getSize(column)));
-        else if (!isNull(column))
+            return string(text, static_cast<size_t>(getSize(column)));
+        if (!isNull(column))
             withoutMemory();
     } catch (const std::exception&) {
         withoutMemory();
     }
-    return copy;
+    return string();
 }
 
 const char* Statement::getText(int column) const

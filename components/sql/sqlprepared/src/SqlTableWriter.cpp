@@ -158,26 +158,28 @@ bool TableWriter::Cell::take(const Value& value)
         whole = value.asInteger();
         return true;
     }
-    value.asString().swap(text);
-    kind = Kind::text;
-    if (columnType == type_text)
-        return true;
-    const DecimalText decimal(text);
-    switch (decimal.form()) {
-        case DecimalText::as_integer:
-            kind = Kind::whole;
-            whole = decimal.whole();
-            return true;
-        case DecimalText::as_double:
-            kind = Kind::real;
-            real = decimal.real();
-            return true;
-        case DecimalText::as_text:
-            return true;
-        case DecimalText::no_number:
-            break;
+    string taken = value.asString();
+    bool isStorable = true;
+    if (columnType != type_text) {
+        const DecimalText decimal(taken);
+        switch (decimal.form()) {
+            case DecimalText::as_integer:
+                kind = Kind::whole;
+                whole = decimal.whole();
+                return true;
+            case DecimalText::as_double:
+                kind = Kind::real;
+                real = decimal.real();
+                return true;
+            case DecimalText::as_text:
+                break;
+            case DecimalText::no_number:
+                isStorable = false;
+        }
     }
-    return false;
+    kind = Kind::text;
+    text.swap(taken);
+    return isStorable;
 }
 
 SQLW_COLD bool TableWriter::failForNoNumber(int column)

@@ -3,9 +3,6 @@
 #include <cfloat>
 #include <cmath>
 #include <cstddef>
-#include <cstring>
-
-#include "../../sqlwrapper/src/NumberText.h"
 
 namespace sql
 {
@@ -16,6 +13,15 @@ namespace sql
 static const double tooLarge = 1e5;
 static const double least = 1e-3;
 
+// The number of units; -1 when it is not a whole one.
+static integer shiftedBy(double unit, double magnitude)
+{
+    const integer shifted =
+        static_cast<integer>(magnitude * unit + 0.5); // NOLINT(bugprone-incorrect-roundings)
+    // Rounded once, so that equal means nearest, whichever way the sum above was rounded.
+    return static_cast<double>(shifted) / unit == magnitude ? shifted : -1;
+}
+
 StoredDouble::StoredDouble(double number) : _first(nullptr)
 {
     const double magnitude = std::fabs(number);
@@ -23,31 +29,30 @@ StoredDouble::StoredDouble(double number) : _first(nullptr)
     if (FLT_EVAL_METHOD != 0 || !(isZero || (magnitude >= least && magnitude < tooLarge)))
         return;
 
-    const double unit = 1e8; // eight decimals
-    const integer shifted =
-        static_cast<integer>(magnitude * unit + 0.5); // NOLINT(bugprone-incorrect-roundings)
-    // Rounded once, so that equal means nearest, whichever way the sum above was rounded.
-    if (static_cast<double>(shifted) / unit != magnitude)
-        return;
-
-    const int decimals = 8;
-    const IntegerText digits(shifted, decimals + 1);
-    const char* end = digits.data() + digits.size();
-    const char* const point = end - decimals;
-    while (end > point + 1 && end[-1] == '0')
-        --end;
-
-    char* next = _bytes;
+    int decimals = 2; // of most numbers
+    integer shifted = shiftedBy(1e2, magnitude);
+    if (shifted < 0) {
+        decimals = 8;
+        shifted = shiftedBy(1e8, magnitude);
+        if (shifted < 0)
+            return;
+    }
+    // From the last digit to the first, without zeros after the first decimal.
+    char* next = _bytes + sizeof(_bytes);
+    *--next = '\0';
+    char* const end = next;
+    for (; decimals >= 0 || shifted != 0; --decimals) {
+        if (decimals == 0)
+            *--next = '.';
+        const integer tenth = shifted / 10;
+        const integer digit = shifted - 10 * tenth;
+        shifted = tenth;
+        if (digit != 0 || next != end || decimals <= 1)
+            *--next = static_cast<char>('0' + digit);
+    }
     if (number < 0.0)
-        *next++ = '-';
-    const size_t wholes = static_cast<size_t>(point - digits.data());
-    std::memcpy(next, digits.data(), wholes);
-    next += wholes;
-    *next++ = '.';
-    const size_t kept = static_cast<size_t>(end - point);
-    std::memcpy(next, point, kept);
-    next[kept] = '\0';
-    _first = _bytes;
+        *--next = '-';
+    _first = next;
 }
 
 // Up to fifteen digits are exact in a double, and so is a power of ten: their quotient is rounded
@@ -56,9 +61,14 @@ static const int mostWholes = 12;
 static const int mostDecimals = 3;
 static const int mostDigits = 18; // which fit into 64 bits
 
+static unsigned digitOf(char character) // 10 or more: it is none
+{
+    return static_cast<unsigned char>(character) - unsigned{'0'};
+}
+
 static bool isDigit(char character)
 {
-    return character >= '0' && character <= '9';
+    return digitOf(character) < 10;
 }
 
 // Null when an exponent begins without a digit to follow.
@@ -84,8 +94,8 @@ DecimalText::DecimalText(const string& text) : _form(no_number), _whole(0), _rea
     const char* const first = isNegative || *begin == '+' ? begin + 1 : begin;
     const char* next = first;
     unsigned long long digits = 0; // wraps around when there are too many
-    for (; isDigit(*next); ++next)
-        digits = digits * 10 + static_cast<unsigned long long>(*next - '0');
+    for (unsigned digit; (digit = digitOf(*next)) < 10; ++next)
+        digits = digits * 10 + digit;
     const std::ptrdiff_t wholes = next - first;
     if (next == end && wholes > 0) {
         if (wholes > mostDigits) {
@@ -100,14 +110,14 @@ DecimalText::DecimalText(const string& text) : _form(no_number), _whole(0), _rea
     std::ptrdiff_t decimals = 0;
     bool hasMore = false; // than decimals that are kept, and zeros
     if (*next == '.') {
-        const char* const point = next++;
-        for (; isDigit(*next); ++next) {
-            if (next - point <= mostDecimals)
-                digits = digits * 10 + static_cast<unsigned long long>(*next - '0');
-            else
-                hasMore = hasMore || *next != '0';
-        }
-        decimals = next - point - 1;
+        const char* const point = ++next;
+        for (; isDigit(*next) && next != point + mostDecimals; ++next)
+            digits = digits * 10 + digitOf(*next);
+        while (*next == '0')
+            ++next;
+        for (; isDigit(*next); ++next)
+            hasMore = true;
+        decimals = next - point;
     }
     if (wholes + decimals == 0 || skipExponent(next) != end) // no NUL byte belongs to it either
         return;
