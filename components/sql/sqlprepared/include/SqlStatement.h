@@ -173,8 +173,8 @@ private:
     friend class Transaction;
     friend class TableWriter; // lends texts to its statements
     SQLW_INTERNAL bool bindBorrowed(int parameter, const string& text);
-    SQLW_INTERNAL bool prepare(sqlite3* db, const char* sql, string::size_type size);
-    SQLW_INTERNAL bool prepare(Table& table, const char* pattern, const string* where,
+    SQLW_INTERNAL bool compile(sqlite3* db, const char* sql, string::size_type size);
+    SQLW_INTERNAL bool compile(Table& table, const char* pattern, const string* where,
                                const string* orderBy);
     SQLW_INTERNAL bool isReady();
     SQLW_INTERNAL bool makeReady();

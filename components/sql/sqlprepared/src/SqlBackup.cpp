@@ -17,7 +17,7 @@ Backup::Backup(sqlite3* destination, sqlite3* source)
         return;
     }
     static const char idle[] = "select 1";
-    if (!_pin.prepare(destination, idle, sizeof(idle) - 1)) {
+    if (!_pin.compile(destination, idle, sizeof(idle) - 1)) {
         _error.set(_pin.error().extendedCode(), _pin.error().text().c_str());
         return;
     }

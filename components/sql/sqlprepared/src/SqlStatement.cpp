@@ -95,7 +95,7 @@ static bool countsChanges(sqlite3_stmt* handle)
 extern "C" __attribute__((weak)) decltype(sqlite3_prepare_v3) sqlite3_prepare_v3;
 #endif
 
-static int compile(sqlite3* db, const char* sql, sqlite3_stmt** handle, const char** tail)
+static int prepareToKeep(sqlite3* db, const char* sql, sqlite3_stmt** handle, const char** tail)
 {
 #if SQLITE_VERSION_NUMBER >= 3020000
     if (sqlite3_prepare_v3)
@@ -106,10 +106,10 @@ static int compile(sqlite3* db, const char* sql, sqlite3_stmt** handle, const ch
 
 bool Statement::prepare(sqlite3* db, const string& sql)
 {
-    return prepare(db, sql.c_str(), sql.size());
+    return compile(db, sql.c_str(), sql.size());
 }
 
-bool Statement::prepare(sqlite3* db, const char* sql, string::size_type size)
+bool Statement::compile(sqlite3* db, const char* sql, string::size_type size)
 {
     SQLW_SIGNATURE("bool sql::Statement::prepare(sqlite3*, const string&)");
     close();
@@ -122,7 +122,7 @@ bool Statement::prepare(sqlite3* db, const char* sql, string::size_type size)
     SQLW_DEBUG2("stmt='%s'", sql);
 
     const char* tail = nullptr;
-    const int rc = compile(db, sql, &_handle, &tail);
+    const int rc = prepareToKeep(db, sql, &_handle, &tail);
     if (rc != SQLITE_OK) {
         _error.set(rc, db);
     } else if (!_handle || *skipBlanksAndComments(tail) != '\0' || std::strlen(sql) != size) {
@@ -146,7 +146,7 @@ static void addNames(string& names, const FieldSet& fields)
     }
 }
 
-bool Statement::prepare(Table& table, const char* pattern, const string* where,
+bool Statement::compile(Table& table, const char* pattern, const string* where,
                         const string* orderBy)
 {
     try {
@@ -160,7 +160,7 @@ bool Statement::prepare(Table& table, const char* pattern, const string* where,
             sql += " order by ";
             sql += *orderBy;
         }
-        if (!prepare(table.getHandle(), sql.c_str(), sql.size()))
+        if (!compile(table.getHandle(), sql.c_str(), sql.size()))
             return false;
         addNames(_names, table.fields());
         return true;
@@ -172,7 +172,7 @@ bool Statement::prepare(Table& table, const char* pattern, const string* where,
 
 bool Statement::select(Table& table, const string& where, const string& orderBy)
 {
-    return prepare(table, "select %n from %t", &where, &orderBy);
+    return compile(table, "select %n from %t", &where, &orderBy);
 }
 
 bool Statement::selectByKey(Table& table)
@@ -181,7 +181,7 @@ bool Statement::selectByKey(Table& table)
         close();
         return fail(SQLITE_MISUSE, "the table has not exactly one key column");
     }
-    return prepare(table, "select %n from %t where %k = ?1", nullptr, nullptr);
+    return compile(table, "select %n from %t where %k = ?1", nullptr, nullptr);
 }
 
 // Parameters

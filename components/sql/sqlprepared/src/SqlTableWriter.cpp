@@ -281,7 +281,7 @@ SQLW_COLD integer TableWriter::keyOf(const Cell& cell)
 {
     static const char conversion[] = "select cast(?1 as numeric)";
     Statement statement;
-    const bool isRead = statement.prepare(_db, conversion, sizeof(conversion) - 1) &&
+    const bool isRead = statement.compile(_db, conversion, sizeof(conversion) - 1) &&
                         cell.bind(statement._handle, 1) == SQLITE_OK && statement.next();
     return isRead ? statement.getInteger(0) : 0;
 }

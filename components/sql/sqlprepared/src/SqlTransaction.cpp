@@ -53,7 +53,7 @@ bool Transaction::begin(const char* sql, const char* commit, const char* rollbac
 
 bool Transaction::prepare(Statement& statement, const char* sql)
 {
-    return settle(statement, statement.prepare(_db, sql, std::strlen(sql)));
+    return settle(statement, statement.compile(_db, sql, std::strlen(sql)));
 }
 
 bool Transaction::run(Statement& statement)

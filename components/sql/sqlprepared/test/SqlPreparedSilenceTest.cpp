@@ -52,7 +52,7 @@ TEST_F(SilentStatementTest, LosesItsSecondLineWhenTheLevelFallsAfterTheFirst)
     setTraceLevel(3);
     faults.levelAfterNextLine = belowErrors;
     EXPECT_FALSE(prepare("select"));
-    EXPECT_EQ(trace({source.error("prepare", "Failed to prepare the SQL stmt '%s'", "select")}),
+    EXPECT_EQ(trace({source.error("compile", "Failed to prepare the SQL stmt '%s'", "select")}),
               takeDiagnostics());
     setTraceLevel(3);
     faults.levelAfterNextLine = belowErrors;

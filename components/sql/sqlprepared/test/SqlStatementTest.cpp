@@ -22,8 +22,8 @@ std::string refusedToPrepare(const std::string& sql, const Refusal& refusal)
 {
     const Source source = companionSource("SqlStatement");
     return together({
-        source.error("prepare", "Failed to prepare the SQL stmt '%s'", sql.c_str()),
-        source.error("prepare", "  rc=%d=%s: %s", refusal.rc, refusal.name, refusal.text),
+        source.error("compile", "Failed to prepare the SQL stmt '%s'", sql.c_str()),
+        source.error("compile", "  rc=%d=%s: %s", refusal.rc, refusal.name, refusal.text),
     });
 }
 

@@ -21,7 +21,7 @@ inline Source companionSource(const char* stem)
 /// The DEBUG2 line of a statement that is compiled.
 inline std::string prepared(const std::string& sql)
 {
-    return companionSource("SqlStatement").debug2("prepare", "stmt='%s'", sql.c_str());
+    return companionSource("SqlStatement").debug2("compile", "stmt='%s'", sql.c_str());
 }
 
 /// The lines of a statement that fails.
