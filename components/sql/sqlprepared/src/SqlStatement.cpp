@@ -81,7 +81,9 @@ static bool countsChanges(sqlite3_stmt* handle)
 {
     if (sqlite3_stmt_readonly(handle)) // which "with" can begin too
         return false;
-    const char* const sql = skipBlanksAndComments(sqlite3_sql(handle));
+    const char* sql = skipBlanksAndComments(sqlite3_sql(handle));
+    while (*sql == ';')
+        sql = skipBlanksAndComments(sql + 1);
     static const char words[][8] = {"insert", "replace", "update", "delete", "with"};
     for (const char* word : words)
         if (sqlite3_strnicmp(sql, word, static_cast<int>(std::strlen(word))) == 0)
@@ -123,9 +125,10 @@ bool Statement::compile(sqlite3* db, const char* sql, string::size_type size)
 
     const char* tail = nullptr;
     const int rc = prepareToKeep(db, sql, &_handle, &tail);
-    if (rc != SQLITE_OK) {
+    const bool isWhole = std::strlen(sql) == size; // SQLite reads up to the first NUL
+    if (rc != SQLITE_OK && isWhole) {
         _error.set(rc, db);
-    } else if (!_handle || *skipBlanksAndComments(tail) != '\0' || std::strlen(sql) != size) {
+    } else if (!_handle || !isWhole || *skipBlanksAndComments(tail) != '\0') {
         close();
         _error.set(SQLITE_MISUSE, "the text is not exactly one statement");
     } else {
@@ -177,7 +180,7 @@ bool Statement::select(Table& table, const string& where, const string& orderBy)
 
 bool Statement::selectByKey(Table& table)
 {
-    if (countKeys(table.fields()) != 1) {
+    if (table.getHandle() && countKeys(table.fields()) != 1) {
         close();
         return fail(SQLITE_MISUSE, "the table has not exactly one key column");
     }
@@ -256,7 +259,8 @@ bool Statement::bindText(int parameter, const char* bytes, int size)
 
 int Statement::parameter(const string& name) const
 {
-    return sqlite3_bind_parameter_index(_handle, name.c_str());
+    const bool isName = std::strlen(name.c_str()) == name.size();
+    return isName ? sqlite3_bind_parameter_index(_handle, name.c_str()) : 0;
 }
 
 // Running

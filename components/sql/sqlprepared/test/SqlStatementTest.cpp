@@ -71,6 +71,9 @@ TEST_F(StatementTest, NulByteWithinIsRefused)
     EXPECT_EQ("21: the text is not exactly one statement", words(statement.error()));
     EXPECT_FALSE(prepare(std::string("select 7\0", 9)));
     EXPECT_EQ(21, statement.error().code());
+    takeDiagnostics();
+    EXPECT_FALSE(prepare(std::string("select '\0'", 10))); // SQLite reads a text without an end
+    EXPECT_EQ(trace({refusedToPrepare("select '", notOne)}), takeDiagnostics());
 }
 
 TEST_F(StatementTest, LogsWhatItCompiles)
@@ -241,6 +244,7 @@ TEST_F(StatementTest, NamedParametersHaveNumbers)
     EXPECT_EQ(9, statement.parameter("?9"));
     EXPECT_EQ(0, statement.parameter("low"));
     EXPECT_EQ(0, statement.parameter(":none"));
+    EXPECT_EQ(0, statement.parameter(std::string(":low\0", 5)));
     EXPECT_EQ("", takeDiagnostics());
 }
 
@@ -340,6 +344,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values("insert into item (id) values (7), (8)", "DELETE from item where id < 3",
                       " -- comment\nReplace into item (id) values (1), (2)",
                       "/**/ update item set price = 2 where id < 3",
+                      "; /**/;insert into item (id) values (7), (8)",
                       "with two(id) as (values (1), (2)) delete from item where id in two"));
 
 TEST_F(StatementTest, ChangesAreNoneAfterAFailure)
@@ -552,9 +557,11 @@ TEST_F(StatementTest, NullConnectionIsReportedOnce)
     EXPECT_EQ("21: no connection", words(statement.error()));
     EXPECT_EQ(trace({notPrepared()}), takeDiagnostics());
     sql::Table described(nullptr, "item", itemFields);
-    EXPECT_FALSE(statement.selectByKey(described));
-    EXPECT_EQ("21: no connection", words(statement.error()));
-    EXPECT_EQ(trace({notPrepared()}), takeDiagnostics());
+    for (sql::Table* table : {&unconnected, &described}) { // without a key, and with one
+        EXPECT_FALSE(statement.selectByKey(*table));
+        EXPECT_EQ("21: no connection", words(statement.error()));
+        EXPECT_EQ(trace({notPrepared()}), takeDiagnostics());
+    }
     EXPECT_FALSE(statement.next());
     expectFailure("", notThere);
 }
