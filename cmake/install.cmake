@@ -48,14 +48,18 @@ install(FILES
 # a board without its file could not even compile.
 file(RELATIVE_PATH pkgconfig_prefix /prefix/${pkgconfig_folder} /prefix)
 string(REGEX REPLACE "/$" "" pkgconfig_prefix ${pkgconfig_prefix})
-foreach(module_and_component IN ITEMS
-        "sqlwrapper;development" "sqlwrapper-prepared;prepared" "sqlwrapper-standalone;standalone")
-  list(GET module_and_component 0 module)
-  list(GET module_and_component 1 component)
-  configure_file(${CMAKE_CURRENT_LIST_DIR}/${module}.pc.in ${PROJECT_BINARY_DIR}/${module}.pc @ONLY)
+# install_module(MODULE COMPONENT DESCRIPTION REQUIRES LIBRARIES PRIVATE_LIBRARIES)
+function(install_module module component description requires libraries private_libraries)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/module.pc.in ${PROJECT_BINARY_DIR}/${module}.pc @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/${module}.pc
     DESTINATION ${pkgconfig_folder} COMPONENT ${component})
-endforeach()
+endfunction()
+install_module(sqlwrapper development "${PROJECT_DESCRIPTION}" "" -lsqlwrapper -lsqlite3)
+install_module(sqlwrapper-prepared prepared
+  "Prepared statements for sqlwrapper's databases, tables and records" sqlwrapper -lsqlprepared -lsqlite3)
+install_module(sqlwrapper-standalone standalone
+  "The platform's part of sqlwrapper, for programs that run without a platform"
+  sqlwrapper "-Wl,--undefined=g_traceObject -lsqlwrapper_standalone" "")
 
 # To read. The examples can be built from a copy.
 install(FILES

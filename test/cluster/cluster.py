@@ -106,7 +106,7 @@ class Cluster:
     def preloaded(self, mode="", arguments=""):
         """The environment of a program that reaches the cluster. `arguments` are Ceph's."""
         return self.environment | {
-            "LD_PRELOAD": str(self.programs / "test/cluster/libcluster_vfs.so"),
+            "LD_PRELOAD": str(self.programs / "test/libcluster_vfs.so"),
             "CEPH_VFS": mode, "CEPH_ARGS": arguments}
 
     def uri(self, name):

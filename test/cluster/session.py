@@ -12,7 +12,7 @@ class Session:
     def __init__(self, cluster, name=None, mode="", arguments=""):
         """Opens the database `name` as connection 1. `mode` and `arguments` are for the VFS."""
         self._process = subprocess.Popen(
-            ["setpriv", "--pdeathsig", "KILL", cluster.programs / "test/cluster/cluster_session"],
+            ["setpriv", "--pdeathsig", "KILL", cluster.programs / "test/cluster_session"],
             env=cluster.preloaded(mode, arguments) if mode is not None else cluster.environment,
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
             start_new_session=True)

@@ -55,7 +55,7 @@ def measured(library, builds, tools, emulator):
         figures[case] = of_file(builds / case / f"components/sql/{library}/lib{library}.so",
                                 tools if on_target else "")
         if library == "sqlwrapper":
-            figures[case] |= at_run_time(builds / case / "test/footprint/footprint",
+            figures[case] |= at_run_time(builds / case / "test/footprint",
                                          emulator if on_target else [])
     return figures
 

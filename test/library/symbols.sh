@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Reads the symbol table of a built library: symbols.sh NM READELF LIBRARY EXPORTS IMPORTS
-# EXPORTS is its linker's version script, IMPORTS lists what it must and what it may import.
+# EXPORTS is its linker's version script, IMPORTS lists what each library must and what it may import.
 set -euo pipefail
 nm=$1 readelf=$2 library=$3 exports=$4 imports=$5
+name=$(basename "$library" .so)
 failures=0
 
 fail() {
@@ -13,8 +14,8 @@ fail() {
 # What the C++ runtime brings: its own versions, and what compilers call by themselves.
 runtime='@(GLIBCXX|CXXABI|GCC)_'
 compiler='^(_ITM_(de)?registerTMCloneTable|__gmon_start__|__cxa_finalize|__stack_chk_(fail|guard)|_GLOBAL_OFFSET_TABLE_|mem(chr|cmp|cpy|move|set)|strlen)$'
-must=$(sed -n 's/^must: //p' "$imports")
-known=" $must $(sed -n 's/^may: //p' "$imports") "
+must=$(sed -n "s/^${name#lib} must: //p" "$imports")
+known=" $must $(sed -n "s/^${name#lib} may: //p" "$imports") "
 known=${known//$'\n'/ }
 
 dynamic=$("$readelf" -dW "$library")
@@ -39,7 +40,7 @@ for pattern in "${patterns[@]}"; do
     [[ $'\n'$exported == *$'\n'$pattern ]] || fail "no export for $pattern"
 done
 
-soname=$(basename "$library").1
+soname=${library##*/}.1
 [[ $dynamic == *"soname: [$soname]"* ]] || fail "another SONAME than $soname"
 while read -r needed; do
     [[ $needed =~ ^(libsqlite3|libsqlwrapper|libstdc\+\+|libgcc_s|libc|libm|ld|libpthread)[.-] ]] ||
