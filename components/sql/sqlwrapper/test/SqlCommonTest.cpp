@@ -10,7 +10,6 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
-#include "support/Bytes.h"
 #include "support/World.h"
 
 using namespace sqltest;

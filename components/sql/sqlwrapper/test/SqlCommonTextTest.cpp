@@ -8,7 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include "support/Bytes.h"
 #include "support/World.h"
 
 using namespace sqltest;

@@ -9,7 +9,8 @@
 #include <sqlite3.h>
 
 #include "SqlTable.h"
-#include "support/RecordSets.h"
+#include "support/Records.h"
+#include "support/Statements.h"
 #include "support/World.h"
 
 using namespace sqltest;
@@ -18,6 +19,8 @@ namespace
 {
 
 const Source source("SqlRecordSet");
+const char* const initFieldSetSignature = "bool sql::FieldSet::initFieldSet(const sql::Field*)";
+const sql::Field moreColumns[] = {number, price, sql::Field()};
 
 // Records refer to the column set of their own record set; only tables copy both together.
 static_assert(!std::is_copy_constructible<sql::RecordSet>::value, "");
@@ -29,7 +32,7 @@ TEST_F(RecordSetTest, WithoutArgumentsHasNoConnection)
 {
     sql::RecordSet bare;
     EXPECT_FALSE(bare.query("select 1"));
-    EXPECT_EQ(trace({source.asserted("_db", querySignature)}), takeEvents());
+    EXPECT_EQ(trace({notConnected()}), takeEvents());
 }
 
 TEST_F(RecordSetTest, WithoutArgumentsHasNoColumns)
@@ -164,7 +167,7 @@ TEST_F(RecordSetTest, InitTakesNullConnectionToo)
 {
     EXPECT_TRUE(set.initRecordSet(nullptr, nullptr));
     EXPECT_FALSE(set.query("select 1"));
-    EXPECT_EQ(trace({source.asserted("_db", querySignature)}), takeEvents());
+    EXPECT_EQ(trace({notConnected()}), takeEvents());
 }
 
 TEST_F(RecordSetTest, InitDropsTheRows)
@@ -272,7 +275,7 @@ TEST_F(RecordSetTest, QueryLogsStatementThenExecutesThenLogsRows)
 {
     const char* const sql = "select 7, 'Bob' union select 8, 'Ann'";
     EXPECT_TRUE(set.query(sql));
-    EXPECT_EQ(executed(sql) + row("id = 7|name = Bob") + row("id = 8|name = Ann"), takeEvents());
+    EXPECT_EQ(trace({queried(sql, {"id = 7|name = Bob", "id = 8|name = Ann"})}), takeEvents());
 }
 
 TEST_F(RecordSetTest, QueryThatSucceedsIsOk)
@@ -299,7 +302,7 @@ TEST_F(RecordSetTest, QueryWithoutRowsSucceeds)
     EXPECT_TRUE(set.query("select 7, 'Bob' where 0"));
     EXPECT_TRUE(set.isResultOk());
     EXPECT_EQ(0, set.count());
-    EXPECT_EQ(executed("select 7, 'Bob' where 0"), takeEvents());
+    EXPECT_EQ(trace({queried("select 7, 'Bob' where 0")}), takeEvents());
 }
 
 TEST_F(RecordSetTest, QueryRunsStatementsWithoutResult)
@@ -313,7 +316,7 @@ TEST_F(RecordSetTest, QueryOfNothingSucceeds)
 {
     EXPECT_TRUE(set.query(""));
     EXPECT_EQ(0, set.count());
-    EXPECT_EQ(executed(""), takeEvents());
+    EXPECT_EQ(trace({queried("")}), takeEvents());
 }
 
 TEST_F(RecordSetTest, QueryKeepsTheRowsOfSeveralStatements)
@@ -326,13 +329,13 @@ TEST_F(RecordSetTest, QueryLogsPercentSignsAsTheyAre)
 {
     const char* const sql = "select '%s%n', '100%'";
     EXPECT_TRUE(set.query(sql));
-    EXPECT_EQ(executed(sql) + row("id = %s%n|name = 100%"), takeEvents());
+    EXPECT_EQ(trace({queried(sql, {"id = %s%n|name = 100%"})}), takeEvents());
 }
 
 TEST_F(RecordSetTest, QueryEndsAtNul)
 {
     EXPECT_TRUE(set.query(std::string("select 7, 'Bob'\0 nonsense", 25)));
-    EXPECT_EQ(executed("select 7, 'Bob'") + row("id = 7|name = Bob"), takeEvents());
+    EXPECT_EQ(trace({queried("select 7, 'Bob'", {"id = 7|name = Bob"})}), takeEvents());
 }
 
 TEST_F(RecordSetTest, StatementOfRecordWithNulInItsTextFails)
@@ -344,8 +347,7 @@ TEST_F(RecordSetTest, StatementOfRecordWithNulInItsTextFails)
     const char* const sent = "insert into item (id, name) values (7, 'a";
     run("create table item (id, name)");
     EXPECT_FALSE(set.query(insert));
-    EXPECT_EQ(executed(sent) + failed(sent, 1, "SQLITE_ERROR", "unrecognized token: \"'a\"") +
-                  freed,
+    EXPECT_EQ(trace({refused(sent, {1, "SQLITE_ERROR", "unrecognized token: \"'a\""})}),
               takeEvents());
 }
 
@@ -355,7 +357,7 @@ TEST_F(RecordSetTest, QueryWithoutConnectionReportsAndCallsNothing)
 {
     sql::RecordSet orphan(nullptr, item);
     EXPECT_FALSE(orphan.query("select 7, 'Bob'"));
-    EXPECT_EQ(trace({source.asserted("_db", querySignature)}), takeEvents());
+    EXPECT_EQ(trace({notConnected()}), takeEvents());
 }
 
 TEST_F(RecordSetTest, QueryWithoutConnectionDropsTheRows)
@@ -369,10 +371,9 @@ TEST_F(RecordSetTest, QueryWithoutConnectionDropsTheRows)
 TEST_F(RecordSetTest, QueryThatFailsLogsStatementAndReasonThenFreesTheText)
 {
     EXPECT_FALSE(set.query("select * from nosuch"));
-    EXPECT_EQ(executed("select * from nosuch") +
-                  failed("select * from nosuch", 1, "SQLITE_ERROR", "no such table: nosuch") +
-                  freed,
-              takeEvents());
+    EXPECT_EQ(
+        trace({refused("select * from nosuch", {1, "SQLITE_ERROR", "no such table: nosuch"})}),
+        takeEvents());
 }
 
 TEST_F(RecordSetTest, QueryThatFailsIsNotOk)
@@ -386,8 +387,7 @@ TEST_F(RecordSetTest, QueryThatFailsNamesTheCodeOfSQLite)
     const char* const sql = "insert into item values (7)";
     run("create table item (id unique); insert into item values (7)");
     EXPECT_FALSE(set.query(sql));
-    EXPECT_EQ(executed(sql) +
-                  failed(sql, 19, "SQLITE_CONSTRAINT", "UNIQUE constraint failed: item.id") + freed,
+    EXPECT_EQ(trace({refused(sql, {19, "SQLITE_CONSTRAINT", "UNIQUE constraint failed: item.id"})}),
               takeEvents());
 }
 
@@ -395,14 +395,13 @@ TEST_F(RecordSetTest, QueryThatFailsWithoutTextLogsTheCodeAloneAndFreesNothing)
 {
     faults.noErrorText = true;
     EXPECT_FALSE(set.query("nonsense"));
-    EXPECT_EQ(executed("nonsense") + failed("nonsense", 1, "SQLITE_ERROR"), takeEvents());
+    EXPECT_EQ(trace({refused("nonsense", {1, "SQLITE_ERROR", nullptr})}), takeEvents());
 }
 
 TEST_F(RecordSetTest, QueryThatFailsLogsPercentSignsAsTheyAre)
 {
     EXPECT_FALSE(set.query("%s%n"));
-    EXPECT_EQ(executed("%s%n") + failed("%s%n", 1, "SQLITE_ERROR", "near \"%\": syntax error") +
-                  freed,
+    EXPECT_EQ(trace({refused("%s%n", {1, "SQLITE_ERROR", "near \"%\": syntax error"})}),
               takeEvents());
 }
 
@@ -426,11 +425,9 @@ TEST_F(RecordSetTest, QueryThatFailsGivesTheExtendedCodeWhole)
     run("create table t (a unique); insert into t values (1)");
     sqlite3_extended_result_codes(db, 1);
     EXPECT_FALSE(set.query("insert into t values (1)"));
-    EXPECT_EQ(
-        executed("insert into t values (1)") +
-            failed("insert into t values (1)", 2067, "unknown", "UNIQUE constraint failed: t.a") +
-            freed,
-        takeEvents());
+    EXPECT_EQ(trace({refused("insert into t values (1)",
+                             {2067, "unknown", "UNIQUE constraint failed: t.a"})}),
+              takeEvents());
 }
 
 // Whatever the code, even when it comes after the last row.
@@ -441,8 +438,8 @@ TEST_F(RecordSetTest, QueryFailsWithAnyCodeOfSQLiteAndKeepsTheRows)
         EXPECT_FALSE(set.query("select 7, 'Bob'"));
         EXPECT_FALSE(set.isResultOk());
         EXPECT_EQ("1. 7|Bob\r\n", set.toString());
-        EXPECT_EQ(executed("select 7, 'Bob'") + row("id = 7|name = Bob") +
-                      failed("select 7, 'Bob'", rc, sql::sqliteRc2Str(rc)),
+        EXPECT_EQ(trace({refused("select 7, 'Bob'", {rc, sql::sqliteRc2Str(rc), nullptr},
+                                 {"id = 7|name = Bob"})}),
                   takeEvents());
     }
 }
@@ -469,8 +466,8 @@ TEST_F(FailingRowTest, KeepsTheRowsBeforeTheFailure)
 TEST_F(FailingRowTest, LogsTheRowsBeforeTheFailure)
 {
     EXPECT_FALSE(set.query(sql));
-    EXPECT_EQ(executed(sql) + row("id = 1|name = a") + row("id = 2|name = b") +
-                  failed(sql, 1, "SQLITE_ERROR", "integer overflow") + freed,
+    EXPECT_EQ(trace({refused(sql, {1, "SQLITE_ERROR", "integer overflow"},
+                             {"id = 1|name = a", "id = 2|name = b"})}),
               takeEvents());
 }
 
@@ -503,39 +500,39 @@ protected:
     }
 
     const char* const sql = "select 7, 'Bob'; nonsense";
-    const std::string calls = trace({sqlite("exec", sql)});
+    const std::string executed = sqlite("exec", sql);
     const std::string errors =
-        failed(sql, 1, "SQLITE_ERROR", "near \"nonsense\": syntax error") + freed;
+        errorsOf(sql, {1, "SQLITE_ERROR", "near \"nonsense\": syntax error"});
 };
 
 TEST_F(RecordSetTraceTest, Level0WritesNothingButStillFreesTheText)
 {
-    EXPECT_EQ(calls + freed, linesAt(0));
+    EXPECT_EQ(trace({executed, sqlite("free")}), linesAt(0));
 }
 
 TEST_F(RecordSetTraceTest, Level2WritesNothing)
 {
-    EXPECT_EQ(calls + freed, linesAt(2));
+    EXPECT_EQ(trace({executed, sqlite("free")}), linesAt(2));
 }
 
 TEST_F(RecordSetTraceTest, Level3WritesErrorsAlone)
 {
-    EXPECT_EQ(calls + errors, linesAt(3));
+    EXPECT_EQ(trace({executed, errors}), linesAt(3));
 }
 
 TEST_F(RecordSetTraceTest, Level7WritesNoStatement)
 {
-    EXPECT_EQ(calls + errors, linesAt(7));
+    EXPECT_EQ(trace({executed, errors}), linesAt(7));
 }
 
 TEST_F(RecordSetTraceTest, Level8WritesTheStatementButNoRow)
 {
-    EXPECT_EQ(executed(sql) + errors, linesAt(8));
+    EXPECT_EQ(trace({queried(sql), errors}), linesAt(8));
 }
 
 TEST_F(RecordSetTraceTest, Level9WritesTheRowsToo)
 {
-    EXPECT_EQ(executed(sql) + row("id = 7|name = Bob") + errors, linesAt(9));
+    EXPECT_EQ(trace({queried(sql, {"id = 7|name = Bob"}), errors}), linesAt(9));
 }
 
 TEST_F(RecordSetTraceTest, EachLineOfAFailureIsGatedAfresh)
@@ -543,8 +540,8 @@ TEST_F(RecordSetTraceTest, EachLineOfAFailureIsGatedAfresh)
     setTraceLevel(3);
     faults.levelAfterNextLine = 2;
     set.query(sql);
-    EXPECT_EQ(calls + trace({source.error("query", "Failed to run the SQL stmt '%s'", sql)}) +
-                  freed,
+    EXPECT_EQ(trace({executed, source.error("query", "Failed to run the SQL stmt '%s'", sql),
+                     sqlite("free")}),
               takeEvents());
 }
 
@@ -552,7 +549,7 @@ TEST_F(RecordSetTraceTest, Level0StillReportsMissingConnection)
 {
     setTraceLevel(0);
     EXPECT_FALSE(sql::RecordSet().query(sql));
-    EXPECT_EQ(trace({source.asserted("_db", querySignature)}), takeEvents());
+    EXPECT_EQ(trace({notConnected()}), takeEvents());
 }
 
 TEST_F(RecordSetTraceTest, TimesOfRowsAreMadeForTheLineOfTheRowAlone)
@@ -560,7 +557,7 @@ TEST_F(RecordSetTraceTest, TimesOfRowsAreMadeForTheLineOfTheRowAlone)
     sql::RecordSet times(db, columns({id, made}));
     setTraceLevel(8);
     times.query("select 7, 86400");
-    EXPECT_EQ(executed("select 7, 86400"), takeEvents());
+    EXPECT_EQ(trace({queried("select 7, 86400")}), takeEvents());
 }
 
 TEST_F(RecordSetTraceTest, TimesOfRowsAreMadeBeforeTheLineOfTheRow)
@@ -568,8 +565,8 @@ TEST_F(RecordSetTraceTest, TimesOfRowsAreMadeBeforeTheLineOfTheRow)
     const TimeZone zone("CET-1");
     sql::RecordSet times(db, columns({id, made}));
     times.query("select 7, 86400");
-    EXPECT_EQ(executed("select 7, 86400") + timeMade(86400) +
-                  row("id = 7|made = 02-01-1970 01:00:00, Fri"),
+    EXPECT_EQ(trace({queried("select 7, 86400")}) + timeMade(86400) +
+                  trace({rowRead("id = 7|made = 02-01-1970 01:00:00, Fri")}),
               takeEvents());
 }
 

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include "support/Keys.h"
 #include "support/People.h"
 #include "support/Statements.h"
 #include "support/World.h"
@@ -16,6 +15,7 @@ namespace
 
 const Source source("SqlTable");
 const Source record("SqlRecord");
+const Source fieldset("SqlFieldSet");
 
 const char* const updateSignature = "sql::string sql::Record::toSqlUpdate(const string&) const";
 
@@ -425,6 +425,12 @@ TEST_F(TableHasRecordWithKeyIdTest, MissingConnectionIsReportedByTheCount)
 
 class TableAddOrUpdateRecordTest : public PeopleAndPartsTest
 {
+protected:
+    const std::string addedDan = together({
+        counted("select count(*) from people where id = 4", 0),
+        IntegerKey::added(4),
+        queried("insert into people (id, name, age) values (4, 'Dan', null)"),
+    });
 };
 
 TEST_F(TableAddOrUpdateRecordTest, UpdatesTheRowOfIntegerKey)
@@ -442,12 +448,7 @@ TEST_F(TableAddOrUpdateRecordTest, UpdatesTheRowOfIntegerKey)
 TEST_F(TableAddOrUpdateRecordTest, AddsRowForIntegerKeyThatIsNotThere)
 {
     EXPECT_TRUE(people.addOrUpdateRecord(4, person(4, "Dan")));
-    EXPECT_EQ(trace({
-                  counted("select count(*) from people where id = 4", 0),
-                  source.debug2("addOrUpdateRecord", "add record for key=%lld", 4LL),
-                  queried("insert into people (id, name, age) values (4, 'Dan', null)"),
-              }),
-              takeEvents());
+    EXPECT_EQ(trace({addedDan}), takeEvents());
     EXPECT_EQ("Dan", nameOf("4"));
 }
 
@@ -576,12 +577,7 @@ TEST_F(TableAddOrUpdateRecordTest, BranchIsLoggedAboveLevel7)
 {
     setTraceLevel(8);
     EXPECT_TRUE(people.addOrUpdateRecord(4, person(4, "Dan")));
-    EXPECT_EQ(trace({
-                  counted("select count(*) from people where id = 4", 0),
-                  source.debug2("addOrUpdateRecord", "add record for key=%lld", 4LL),
-                  queried("insert into people (id, name, age) values (4, 'Dan', null)"),
-              }),
-              takeEvents());
+    EXPECT_EQ(trace({addedDan}), takeEvents());
 }
 
 TEST_F(TableAddOrUpdateRecordTest, NoBranchIsLoggedAtLevel7)
@@ -592,6 +588,99 @@ TEST_F(TableAddOrUpdateRecordTest, NoBranchIsLoggedAtLevel7)
     EXPECT_TRUE(parts.addOrUpdateRecord("43", part("43", "Pin")));
     EXPECT_TRUE(people.addOrUpdateRecord("4", person(4, "Dan")));
     EXPECT_EQ(trace({}), takeDiagnostics());
+}
+
+// Without a key column
+
+// The reports of the column set and of the operation, in this order.
+std::string noKey(const char* function, const std::string& signature)
+{
+    return together({
+        fieldset.error("getKeyIdName", "Failed to get name of PRIMARY KEY column"),
+        fieldset.asserted("false", "sql::string sql::FieldSet::getKeyIdName() const"),
+        source.error(function, "Failed to get name of PRIMARY KEY column"),
+        source.asserted("false", signature.c_str()),
+    });
+}
+
+template <typename Key> class KeylessTableTest : public PeopleAndPartsTest
+{
+protected:
+    KeylessTableTest() { takeEvents(); }
+
+    static std::string missed(const char* function, const std::string& returned)
+    {
+        return noKey(function, returned + " sql::Table::" + function + "(" + Key::type + ")");
+    }
+
+    using Test::forgetEvents;
+    using Test::setTraceLevel;
+    using Test::takeEvents;
+
+    sql::Table keyless{db, "people", keylessFields};
+};
+TYPED_TEST_SUITE(KeylessTableTest, Kinds, KindNames);
+
+TYPED_TEST(KeylessTableTest, DeleteRunsNothing)
+{
+    EXPECT_FALSE(this->keyless.deleteRecord(TypeParam::of(1)));
+    EXPECT_EQ(trace({this->missed("deleteRecord", "bool")}), this->takeEvents());
+}
+
+TYPED_TEST(KeylessTableTest, FetchRunsNothing)
+{
+    EXPECT_EQ(nullptr, this->keyless.getRecordByKeyId(TypeParam::of(1)));
+    EXPECT_EQ(trace({this->missed("getRecordByKeyId", "sql::Record*")}), this->takeEvents());
+}
+
+TYPED_TEST(KeylessTableTest, FetchLeavesTheRowsHeld)
+{
+    EXPECT_TRUE(this->keyless.open());
+    EXPECT_EQ(nullptr, this->keyless.getRecordByKeyId(TypeParam::of(1)));
+    EXPECT_EQ(3, this->keyless.recordCount());
+}
+
+TYPED_TEST(KeylessTableTest, TestRunsNothing)
+{
+    EXPECT_FALSE(this->keyless.hasRecordWithKeyId(TypeParam::of(1)));
+    EXPECT_EQ(trace({this->missed("hasRecordWithKeyId", "bool")}), this->takeEvents());
+}
+
+TYPED_TEST(KeylessTableTest, AddOrUpdateAdds)
+{
+    sql::Record dan(this->keyless.fields());
+    dan.setString("name", "Dan");
+    EXPECT_TRUE(this->keyless.addOrUpdateRecord(TypeParam::of(1), dan));
+    EXPECT_EQ(trace({
+                  this->missed("hasRecordWithKeyId", "bool"),
+                  TypeParam::added(TypeParam::of(1)),
+                  queried("insert into people (name, age) values ('Dan', null)"),
+              }),
+              this->takeEvents());
+}
+
+TYPED_TEST(KeylessTableTest, KeyIsMissedBeforeTheConnection)
+{
+    sql::Table named("people");
+    EXPECT_FALSE(named.deleteRecord(TypeParam::of(1)));
+    EXPECT_EQ(trace({this->missed("deleteRecord", "bool")}), this->takeEvents());
+}
+
+TYPED_TEST(KeylessTableTest, LinesAreWrittenAboveLevel2AndReportsAtEach)
+{
+    this->setTraceLevel(3);
+    EXPECT_FALSE(this->keyless.deleteRecord(TypeParam::of(1)));
+    EXPECT_EQ(trace({this->missed("deleteRecord", "bool")}), this->takeEvents());
+    this->setTraceLevel(2);
+    EXPECT_FALSE(this->keyless.deleteRecord(TypeParam::of(1)));
+    EXPECT_EQ(
+        trace({
+            fieldset.asserted("false", "sql::string sql::FieldSet::getKeyIdName() const"),
+            source.asserted(
+                "false",
+                (std::string("bool sql::Table::deleteRecord(") + TypeParam::type + ")").c_str()),
+        }),
+        this->takeEvents());
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "SqlTable.h"
 
 #include <memory>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -102,56 +103,6 @@ TEST_F(TableObjectTest, EndLeavesTheConnectionOpen)
     EXPECT_EQ(trace({}), takeEvents());
 }
 
-TEST_F(TableObjectTest, CopyHoldsRowsOfItsOwn)
-{
-    hold();
-    sql::Table copy(people);
-    EXPECT_TRUE(people.open("id = 3"));
-    EXPECT_EQ(2, copy.recordCount());
-    EXPECT_EQ("Bob", copy.getRecord(1)->getValue("name")->asString());
-}
-
-TEST_F(TableObjectTest, CopyGivesItsRowsItsOwnColumns)
-{
-    hold();
-    sql::Table copy(people);
-    EXPECT_EQ(&copy.fields(), copy.getRecord(0)->fields());
-    EXPECT_EQ(&people.fields(), people.getRecord(0)->fields());
-}
-
-TEST_F(TableObjectTest, CopyOutlivesWhatItWasCopiedFrom)
-{
-    auto original = std::make_unique<sql::Table>(db, "people", personFields);
-    EXPECT_TRUE(original->open());
-    sql::Table copy(*original);
-    original.reset();
-    EXPECT_EQ(db, copy.getHandle());
-    EXPECT_EQ("people", copy.name());
-    EXPECT_EQ("Cid", copy.getRecord(2)->getValue("name")->asString());
-}
-
-TEST_F(TableObjectTest, AssignmentTakesNameHandleColumnsAndRows)
-{
-    auto original = std::make_unique<sql::Table>(db, "people", personFields);
-    EXPECT_TRUE(original->open("id > 1"));
-    sql::Table assigned("other");
-    assigned = *original;
-    original.reset();
-    EXPECT_EQ("people", assigned.name());
-    EXPECT_EQ(db, assigned.getHandle());
-    EXPECT_EQ(3, assigned.fields().count());
-    EXPECT_EQ(2, assigned.recordCount());
-    EXPECT_EQ("Bob", assigned.getRecord(0)->getValue("name")->asString());
-}
-
-TEST_F(TableObjectTest, AssignedTableCanBeRead)
-{
-    sql::Table assigned("other");
-    assigned = people;
-    EXPECT_TRUE(assigned.open());
-    EXPECT_EQ("1 2 3", held(assigned));
-}
-
 // Completing a table object
 
 class TableInitTest : public PeopleTest
@@ -239,6 +190,179 @@ TEST_F(TableInitTest, FailsWithWronglyTypedKeyAndDropsAllColumns)
             fieldset.asserted("false", initSignature),
         }),
         takeEvents());
+}
+
+// Copies, which take the rows held and the columns that these refer to
+
+class CopiedTableTest : public PeopleTest
+{
+protected:
+    CopiedTableTest() { hold(); }
+
+    sql::Table other{db, "other", partFields};
+};
+
+TEST_F(CopiedTableTest, CopyHoldsRowsOfItsOwn)
+{
+    sql::Table copy(people);
+    EXPECT_TRUE(people.open("id = 3"));
+    EXPECT_EQ(2, copy.recordCount());
+    EXPECT_EQ("Bob", copy.getRecord(1)->getValue("name")->asString());
+}
+
+TEST_F(CopiedTableTest, CopyOutlivesWhatItWasCopiedFrom)
+{
+    auto original = std::make_unique<sql::Table>(db, "people", personFields);
+    EXPECT_TRUE(original->open());
+    sql::Table copy(*original);
+    original.reset();
+    EXPECT_EQ(db, copy.getHandle());
+    EXPECT_EQ("people", copy.name());
+    EXPECT_EQ("Cid", copy.getRecord(2)->getValue("name")->asString());
+}
+
+TEST_F(CopiedTableTest, AssignmentTakesNameHandleColumnsAndRows)
+{
+    auto original = std::make_unique<sql::Table>(db, "people", personFields);
+    EXPECT_TRUE(original->open("id > 1"));
+    sql::Table assigned("other");
+    assigned = *original;
+    original.reset();
+    EXPECT_EQ("people", assigned.name());
+    EXPECT_EQ(db, assigned.getHandle());
+    EXPECT_EQ(3, assigned.fields().count());
+    EXPECT_EQ(2, assigned.recordCount());
+    EXPECT_EQ("Bob", assigned.getRecord(0)->getValue("name")->asString());
+}
+
+TEST_F(CopiedTableTest, AssignedTableCanBeRead)
+{
+    sql::Table assigned("other");
+    assigned = people;
+    EXPECT_TRUE(assigned.open());
+    EXPECT_EQ("1 2 3", held(assigned));
+}
+
+TEST_F(CopiedTableTest, CopyHoldsTheRows)
+{
+    sql::Table copy(people);
+    ASSERT_EQ(2, copy.recordCount());
+    EXPECT_EQ("1|Ada|36", copy.getRecord(0)->toString());
+    EXPECT_EQ("2|Bob|29", copy.getRecord(1)->toString());
+}
+
+TEST_F(CopiedTableTest, RowsOfCopyReferToTheCopysColumns)
+{
+    sql::Table copy(people);
+    EXPECT_EQ(&copy.fields(), copy.getRecord(0)->fields());
+    EXPECT_EQ(&copy.fields(), copy.getRecord(1)->fields());
+}
+
+TEST_F(CopiedTableTest, RowsOfTheOriginalKeepItsColumns)
+{
+    const sql::Table copy(people);
+    EXPECT_EQ(&people.fields(), people.getRecord(0)->fields());
+}
+
+TEST_F(CopiedTableTest, CopyCallsNothingOfSQLite)
+{
+    const sql::Table copy(people);
+    EXPECT_EQ("", takeEvents());
+}
+
+TEST_F(CopiedTableTest, ChangeOfRowOfCopyLeavesTheOriginal)
+{
+    sql::Table copy(people);
+    copy.getRecord(0)->setString("name", "Eve");
+    EXPECT_EQ("1|Ada|36", people.getRecord(0)->toString());
+}
+
+TEST_F(CopiedTableTest, CopyReadsOnTheSameConnection)
+{
+    sql::Table copy(people);
+    EXPECT_TRUE(copy.open("id = 2"));
+    EXPECT_EQ("2|Bob|29", copy.getTopRecord()->toString());
+    EXPECT_EQ(2, people.recordCount());
+}
+
+TEST_F(CopiedTableTest, RowThatRefersToAnotherColumnSetKeepsIt)
+{
+    const sql::FieldSet foreign(partFields);
+    *people.getRecord(0) = sql::Record(foreign);
+    sql::Table copy(people);
+    EXPECT_EQ(&foreign, copy.getRecord(0)->fields());
+    EXPECT_EQ(&copy.fields(), copy.getRecord(1)->fields());
+}
+
+TEST_F(CopiedTableTest, MovedTableHoldsRowsThatReferToItsColumns)
+{
+    sql::Table moved(std::move(people));
+    EXPECT_EQ(&moved.fields(), moved.getRecord(0)->fields());
+    EXPECT_EQ(ada, moved.getRecord(0)->dump(false));
+}
+
+TEST_F(CopiedTableTest, AssignmentTakesRowsAndColumns)
+{
+    other = people;
+    ASSERT_EQ(2, other.recordCount());
+    EXPECT_EQ("id, name, age", other.fields().toSql());
+    EXPECT_EQ(bob, other.getRecord(1)->dump(false));
+}
+
+TEST_F(CopiedTableTest, AssignedRowsReferToTheColumnsOfTheirNewTable)
+{
+    other = people;
+    EXPECT_EQ(&other.fields(), other.getRecord(0)->fields());
+    EXPECT_EQ(&other.fields(), other.getRecord(1)->fields());
+}
+
+TEST_F(CopiedTableTest, AssignmentDropsTheRowsBefore)
+{
+    people = other;
+    EXPECT_EQ(0, people.recordCount());
+}
+
+TEST_F(CopiedTableTest, AssignmentToItselfKeepsTheRows)
+{
+    const sql::Table& same = people;
+    people = same;
+    ASSERT_EQ(2, people.recordCount());
+    EXPECT_EQ(&people.fields(), people.getRecord(0)->fields());
+    EXPECT_EQ(ada, people.getRecord(0)->dump(false));
+}
+
+TEST_F(CopiedTableTest, AssignmentToItselfKeepsTheRowsWhereTheyAre)
+{
+    const sql::Record* const held = people.getRecord(0);
+    const sql::Table& same = people;
+    people = same;
+    EXPECT_EQ(held, people.getRecord(0));
+}
+
+TEST_F(CopiedTableTest, AssignmentTakesTheConnection)
+{
+    Connection empty(":memory:");
+    sql::Table elsewhere(empty.db, "people", partFields);
+    elsewhere = people;
+    EXPECT_TRUE(elsewhere.open());
+    EXPECT_EQ(3, elsewhere.recordCount());
+}
+
+TEST_F(CopiedTableTest, AssignmentTakesNoColumnsWhenMemoryRunsOut)
+{
+    int left = 0;
+    for (bool complete = false; !complete; ++left) {
+        sql::Table target(other);
+        faults.allocationsLeft = left;
+        try {
+            target = people;
+            complete = true;
+        } catch (const std::bad_alloc&) {
+            EXPECT_EQ("id, name", target.fields().toSql());
+        }
+        faults.allocationsLeft = -1;
+    }
+    EXPECT_LT(1, left);
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// Column sets and records for tests, and what is logged on their account.
+// Column sets, records and record sets for tests, and what is logged on their account.
 
 #ifndef SQLW_TEST_RECORDS_H
 #define SQLW_TEST_RECORDS_H
@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "SqlRecord.h"
+#include "SqlRecordSet.h"
 #include "World.h"
 
 namespace sqltest
@@ -87,6 +87,25 @@ protected:
     const sql::FieldSet item = columns({id, name, price});
     sql::Record bob = filled(item, {"7", "Bob", "2.5"});
     const sql::Record& readOnlyBob = bob;
+};
+
+/// A test with a record set of two columns.
+class RecordSetTest : public DatabaseTest
+{
+protected:
+    /// Adds a row without a query.
+    static int addRow(sql::RecordSet& to, std::vector<const char*> cells)
+    {
+        std::vector<char*> argv;
+        for (const char* cell : cells)
+            argv.push_back(const_cast<char*>(cell));
+        return sql::RecordSet::on_next_record(&to, static_cast<int>(argv.size()), argv.data(),
+                                              nullptr);
+    }
+
+    const sql::Field itemColumns[3] = {id, name, sql::Field()};
+    const sql::FieldSet item = columns({id, name});
+    sql::RecordSet set{db, item};
 };
 
 } // namespace sqltest

@@ -21,7 +21,7 @@ inline std::string together(const std::vector<std::string>& events)
     return text;
 }
 
-/// A failure of SQLite: its code, the name of the code, and SQLite's words.
+/// A failure of SQLite: its code, the name of the code, and SQLite's words, if it has any.
 struct Refusal
 {
     int rc;
@@ -29,30 +29,44 @@ struct Refusal
     const char* text;
 };
 
-/// `RecordSet::query` of a statement that succeeds, and its rows as records dump them.
+/// The line of a row that `RecordSet::query` reads, as the record dumps it.
+inline std::string rowRead(const std::string& dump)
+{
+    return Source("SqlRecordSet").debug3("on_next_record", "%s", dump.c_str());
+}
+
+/// `RecordSet::query` of a statement that succeeds, and its rows.
 inline std::string queried(const std::string& stmt, const std::vector<std::string>& rows = {})
 {
-    const Source recordset("SqlRecordSet");
     std::vector<std::string> events = {
-        recordset.debug2("query", "stmt='%s'", stmt.c_str()),
+        Source("SqlRecordSet").debug2("query", "stmt='%s'", stmt.c_str()),
         sqlite("exec", stmt),
     };
-    for (const std::string& row : rows)
-        events.push_back(recordset.debug3("on_next_record", "%s", row.c_str()));
+    for (const std::string& dump : rows)
+        events.push_back(rowRead(dump));
     return together(events);
 }
 
-/// The same of a statement that SQLite refuses, after the rows.
-inline std::string refused(const std::string& stmt, const Refusal& refusal,
-                           const std::vector<std::string>& rows = {})
+/// The errors of a statement that SQLite refuses.
+inline std::string errorsOf(const std::string& stmt, const Refusal& refusal)
 {
     const Source recordset("SqlRecordSet");
+    const std::string head =
+        recordset.error("query", "Failed to run the SQL stmt '%s'", stmt.c_str());
+    if (!refusal.text)
+        return together({head, recordset.error("query", "  rc=%d=%s", refusal.rc, refusal.name)});
     return together({
-        queried(stmt, rows),
-        recordset.error("query", "Failed to run the SQL stmt '%s'", stmt.c_str()),
+        head,
         recordset.error("query", "  rc=%d=%s: %s", refusal.rc, refusal.name, refusal.text),
         sqlite("free"),
     });
+}
+
+/// `RecordSet::query` of such a statement, after the rows that it gave.
+inline std::string refused(const std::string& stmt, const Refusal& refusal,
+                           const std::vector<std::string>& rows = {})
+{
+    return together({queried(stmt, rows), errorsOf(stmt, refusal)});
 }
 
 /// The same without connection.
@@ -62,7 +76,7 @@ inline std::string notConnected()
 }
 
 /// `queryNumber` of a query that gives a number.
-inline std::string counted(const std::string& query, int number)
+inline std::string counted(const std::string& query, int result)
 {
     const Source common("SqlCommon");
     return together({
@@ -72,7 +86,7 @@ inline std::string counted(const std::string& query, int number)
         sqlite("column_count"),
         sqlite("column_int", "0"),
         sqlite("finalize"),
-        common.debug2("queryNumber", "SQLite returned number=%d", number),
+        common.debug2("queryNumber", "SQLite returned number=%d", result),
     });
 }
 
@@ -131,8 +145,9 @@ public:
     {
         sqlite3_set_authorizer(
             _db,
-            [](void*, int action, const char*, const char* name, const char*, const char*) {
-                const bool counts = action == SQLITE_FUNCTION && std::strcmp(name, "count") == 0;
+            [](void*, int action, const char*, const char* function, const char*, const char*) {
+                const bool counts =
+                    action == SQLITE_FUNCTION && std::strcmp(function, "count") == 0;
                 return counts ? SQLITE_DENY : SQLITE_OK;
             },
             nullptr);

@@ -135,6 +135,15 @@ std::string trace(const std::vector<std::string>& events)
     return text;
 }
 
+std::string allBytesButQuote()
+{
+    std::string bytes;
+    for (int byte = 1; byte < 256; ++byte)
+        if (byte != '\'')
+            bytes += static_cast<char>(byte);
+    return bytes;
+}
+
 std::string sqlite(const std::string& function, const std::string& argument)
 {
     return "sqlite3_" + function + "(" + argument + ")";

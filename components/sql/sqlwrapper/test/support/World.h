@@ -23,6 +23,9 @@ std::string trace(const std::vector<std::string>& events);
 /// A call of an SQLite function, and what it was given: `sqlite("exec", "COMMIT TRANSACTION")`.
 std::string sqlite(const std::string& function, const std::string& argument = "");
 
+/// The bytes 1 to 255, but for the single quote: all that a text in a statement may hold as it is.
+std::string allBytesButQuote();
+
 const char* const sourceFolder = "components/sql/sqlwrapper/src/";
 
 /// What a source file of the library writes, or of another library that logs as it does.
