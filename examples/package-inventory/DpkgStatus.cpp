@@ -11,7 +11,7 @@
 
 #include <sys/stat.h>
 
-#include "Failure.h"
+#include "Program.h"
 
 namespace inventory
 {
@@ -85,9 +85,10 @@ bool isName(const std::string& text)
     return true;
 }
 
-Failure unreadable(const std::string& path, const char* reason)
+support::Failure unreadable(const std::string& path, const char* reason)
 {
-    return Failure("cannot read '" + path + "': " + reason + "; name a status file of dpkg");
+    return support::Failure{"cannot read '" + path + "': " + reason +
+                            "; name a status file of dpkg"};
 }
 
 StatusReader::StatusReader(const std::string& path) : _path(path), _file(path)
@@ -98,8 +99,8 @@ StatusReader::StatusReader(const std::string& path) : _path(path), _file(path)
 
 void StatusReader::refuse(long long line, const std::string& reason) const
 {
-    throw Failure(_path + ":" + std::to_string(line) + ": " + reason +
-                  "; repair the file (copies are in /var/backups) or name another");
+    throw support::Failure{_path + ":" + std::to_string(line) + ": " + reason +
+                           "; repair the file (copies are in /var/backups) or name another"};
 }
 
 bool StatusReader::nextLine()

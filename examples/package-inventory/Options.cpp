@@ -7,6 +7,8 @@
 
 #include <getopt.h>
 
+#include "Program.h"
+
 namespace inventory
 {
 
@@ -41,15 +43,15 @@ int number(const std::string& option, int greatest)
     int value = 0;
     const auto [stop, error] = std::from_chars(optarg, end, value);
     if (error != std::errc() || stop != end || value < 0 || value > greatest)
-        throw UsageError(option + " needs a number from 0 to " + std::to_string(greatest) +
-                         ", not '" + optarg + "'");
+        throw support::wrongUsage(option + " needs a number from 0 to " + std::to_string(greatest) +
+                                  ", not '" + optarg + "'");
     return value;
 }
 
 std::string text(const std::string& option)
 {
     if (!*optarg)
-        throw UsageError(option + " needs a name, not an empty text");
+        throw support::wrongUsage(option + " needs a name, not an empty text");
     return optarg;
 }
 
@@ -58,7 +60,7 @@ void requireFolder(const std::string& path)
 {
     std::error_code error;
     if (!std::filesystem::is_directory(path, error))
-        throw UsageError("--info needs a folder, and '" + path + "' is not one");
+        throw support::wrongUsage("--info needs a folder, and '" + path + "' is not one");
 }
 
 // getopt_long gives the letter of an unknown short option; a long one it has just passed.
@@ -87,9 +89,9 @@ void take(int letter, char** argv, Options& options)
             options.waitSeconds = number("--wait", 3600);
             break;
         case ':':
-            throw UsageError("option '" + refusedOption(argv) + "' needs a value");
+            throw support::wrongUsage("option '" + refusedOption(argv) + "' needs a value");
         case '?':
-            throw UsageError("unknown option '" + refusedOption(argv) + "'");
+            throw support::wrongUsage("unknown option '" + refusedOption(argv) + "'");
         default: // one of the flags, which getopt_long has set
             break;
     }
@@ -124,10 +126,10 @@ Options parseOptions(int argc, char** argv)
     options.help = help != 0;
 
     if (argc - optind > 1)
-        throw UsageError(std::string("one STATUS-FILE is enough, and there is also '") +
-                         argv[optind + 1] + "'");
+        throw support::wrongUsage(std::string("one STATUS-FILE is enough, and there is also '") +
+                                  argv[optind + 1] + "'");
     if (optind < argc && options.restore)
-        throw UsageError("--restore reads no STATUS-FILE");
+        throw support::wrongUsage("--restore reads no STATUS-FILE");
     if (optind < argc)
         options.statusFile = argv[optind];
     if (options.infoFolder.empty())

@@ -4,7 +4,6 @@
 #ifndef SQLW_EXAMPLE_OPTIONS_H
 #define SQLW_EXAMPLE_OPTIONS_H
 
-#include <stdexcept>
 #include <string>
 
 namespace inventory
@@ -22,14 +21,7 @@ struct Options
     bool help = false;
 };
 
-/// Wrong usage, as one line for the user.
-class UsageError : public std::runtime_error
-{
-public:
-    using std::runtime_error::runtime_error;
-};
-
-/// @throws UsageError
+/// @throws support::Failure for wrong usage.
 Options parseOptions(int argc, char** argv);
 
 /// What --help prints.

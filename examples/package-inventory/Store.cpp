@@ -4,15 +4,48 @@
 #include <map>
 #include <utility>
 
-#include "DatabaseFailure.h"
+#include <sqlite3.h>
+
 #include "DatabaseFile.h"
+#include "Program.h"
 #include "Transaction.h"
 
 namespace inventory
 {
 
+using support::Failure;
+
 // Packages without a section have one of their own.
 static const char* const sectionName = "coalesce(section, '(none)')";
+
+// What last failed on the open connection. The library's log has the statement; the user needs to
+// know what to do.
+static Failure databaseFailure(sqlite3* db, const std::string& path)
+{
+    const std::string file = "the database '" + path + "' ";
+    switch (sqlite3_errcode(db)) {
+        case SQLITE_BUSY:
+        case SQLITE_LOCKED:
+            return {file + "is in use by another program; try again when that is done, or "
+                           "wait longer with --wait"};
+        case SQLITE_OK: // a negative version, which the library takes for a failure
+            return {file + "is not an inventory; name another with --database"};
+        case SQLITE_NOTADB:
+            return {"'" + path + "' is not a database; name another with --database"};
+        case SQLITE_CORRUPT:
+            return {file + "is damaged; put back a copy, or name another with --database"};
+        case SQLITE_FULL:
+            return {file + "has no room left on its disk; make room and try again"};
+        case SQLITE_READONLY:
+        case SQLITE_PERM:
+            return {file + "may not be written; allow it, or name another with --database"};
+        case SQLITE_CANTOPEN:
+            return {file + "needs other files in its folder; allow to create them, or name "
+                           "another with --database"};
+        default:
+            return {file + "failed: " + sqlite3_errmsg(db) + "; the system log has the statement"};
+    }
+}
 
 Store::Store(const std::string& path, sql::Database::AccessMode mode, int waitSeconds)
     : _path(path), _packages("packages"), _previous("previous_packages"), _sections("sections")
@@ -21,11 +54,11 @@ Store::Store(const std::string& path, sql::Database::AccessMode mode, int waitSe
     const std::string refusal =
         support::refusal(path, makes ? support::Missing::made : support::Missing::refused);
     if (!refusal.empty())
-        throw Failure(refusal + "; name another database with --database");
+        throw Failure{refusal + "; name another database with --database"};
     if (!_database.open(support::sqliteName(path), mode, false, waitSeconds * 1000))
-        throw Failure("cannot open the database '" + path +
+        throw Failure{"cannot open the database '" + path +
                       "'; check that its folder is there and may be written, or name another with "
-                      "--database");
+                      "--database"};
     sqlite3* const db = _database.getHandle();
     require(_packages.initTable(db, packageFields));
     require(_previous.initTable(db, packageFields));
@@ -79,12 +112,12 @@ void Store::prepare()
         return;
     }
     if (version != schemaVersion)
-        throw Failure("the database '" + _path + "' has the version " + sql::intToStr(version) +
+        throw Failure{"the database '" + _path + "' has the version " + sql::intToStr(version) +
                       " where this program needs " + sql::intToStr(schemaVersion) +
-                      "; name another with --database");
+                      "; name another with --database"};
     if (!isAsDescribed(_packages) || !isAsDescribed(_previous) || !isAsDescribed(_sections))
-        throw Failure("the database '" + _path +
-                      "' holds something other than an inventory; name another with --database");
+        throw Failure{"the database '" + _path +
+                      "' holds something other than an inventory; name another with --database"};
 }
 
 // Rows are read by the position of their cells, so the columns must be just these.

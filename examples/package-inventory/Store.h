@@ -38,8 +38,8 @@ struct Summary
 
 /// Keeps the packages, what their sections come to, and the packages of the run before.
 ///
-/// Each operation is one transaction, from the first read to the last write, and throws `Failure`
-/// with the database as it was.
+/// Each operation is one transaction, from the first read to the last write, and throws
+/// `support::Failure` with the database as it was.
 class Store
 {
 public:

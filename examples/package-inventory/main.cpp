@@ -6,8 +6,8 @@
 #include <new>
 
 #include "DpkgStatus.h"
-#include "Failure.h"
 #include "Options.h"
+#include "Program.h"
 #include "Progress.h"
 #include "Report.h"
 #include "Store.h"
@@ -60,13 +60,13 @@ int main(int argc, char** argv)
         const Options options = parseOptions(argc, argv);
         run(options);
         if (!std::cout.flush())
-            throw Failure(std::string(options.help ? "the help"
-                                                   : "the inventory is up to date, but "
-                                                     "its report") +
-                          " could not be written; check where standard output goes");
+            throw support::Failure{std::string(options.help ? "the help"
+                                                            : "the inventory is up to date, but "
+                                                              "its report") +
+                                   " could not be written; check where standard output goes"};
         return 0;
-    } catch (const UsageError& error) {
-        return complain(std::string(error.what()) + " (see --help)", 2);
+    } catch (const support::Failure& failure) {
+        return complain(failure.message, failure.status);
     } catch (const std::bad_alloc&) {
         return complain("out of memory; the inventory is as it was", 1);
     } catch (const std::exception& error) {
