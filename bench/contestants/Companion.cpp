@@ -1,8 +1,8 @@
 // The companion library, used as its documentation shows, in three ways:
 //
-//     statement   Statement alone, as near to the C API as it goes: texts are lent in both
-//     directions writer      cells of their types: set on TableWriter, read from Statement, each
-//     text a string record      records, to TableWriter and from Statement
+//     statement  Statement alone, as near to the C API as it goes: texts are lent both ways
+//     writer     cells of their types: set on TableWriter, read from Statement, texts as strings
+//     record     records, to TableWriter and from Statement
 
 #include <SqlPrepared.h>
 

@@ -4,9 +4,60 @@
 #define SQLW_BENCH_COMPILED_H
 
 #include <optional>
+#include <string>
 
 #include "../Contestant.h"
-#include "Sql.h"
+
+// The statements
+namespace bench::statements
+{
+
+inline const char createItem[] = "create table if not exists item (id INTEGER PRIMARY KEY, "
+                                 "name TEXT NOT NULL, price REAL, active INTEGER, created INTEGER)";
+inline const char createCopy[] = "create table item_copy (id INTEGER PRIMARY KEY, "
+                                 "name TEXT NOT NULL, price REAL, active INTEGER, created INTEGER)";
+inline const char copy[] = "insert into item_copy select * from item";
+inline const char remove[] = "delete from item where id=?1";
+inline const char has[] = "select 1 from item where id=?1";
+inline const char get[] = "select * from item where id=?1";
+inline const char readAll[] = "select * from item";
+inline const char readCheaper[] = "select * from item where price < ?1 order by name";
+inline const char readCopy[] = "select * from item_copy";
+
+/// What takes an item.
+struct Writes
+{
+    static constexpr const char* insert = "insert into item values (?1, ?2, ?3, ?4, ?5)";
+    static constexpr const char* update = "update item set name=?2, price=?3, active=?4, "
+                                          "created=?5 where id=?1";
+    static constexpr const char* upsert = "insert into item values (?1, ?2, ?3, ?4, ?5) "
+                                          "on conflict (id) do update set name=?2, price=?3, "
+                                          "active=?4, created=?5";
+};
+
+/// The same for those that number no parameters: the id comes last.
+struct WritesInOrder
+{
+    static constexpr const char* insert = "insert into item (name, price, active, created, id) "
+                                          "values (?, ?, ?, ?, ?)";
+    static constexpr const char* update = "update item set name=?, price=?, active=?, created=? "
+                                          "where id=?";
+    static constexpr const char* upsert = "insert into item (name, price, active, created, id) "
+                                          "values (?, ?, ?, ?, ?) on conflict (id) do update set "
+                                          "name=excluded.name, price=excluded.price, "
+                                          "active=excluded.active, created=excluded.created";
+};
+
+/// An INSERT of so many rows, five parameters each.
+inline std::string insertOf(std::size_t rows)
+{
+    std::string sql = "insert into item values (?, ?, ?, ?, ?)";
+    while (--rows > 0)
+        sql += ", (?, ?, ?, ?, ?)";
+    return sql;
+}
+
+} // namespace bench::statements
 
 namespace bench
 {
@@ -148,6 +199,68 @@ inline void endCell(std::string& lines, int column)
 {
     lines += column < 4 ? '\t' : '\n';
 }
+
+/// What a statement is bound to, for libraries that take and fill variables.
+template <typename Integer, typename Truth> struct Variables
+{
+    struct Row
+    {
+        Integer id = 0;
+        std::string name;
+        double price = 0.0;
+        Truth active = 0;
+        Integer created = 0;
+    };
+
+    void bind(const Item& item)
+    {
+        row.id = item.id;
+        row.name = item.name;
+        row.price = item.price;
+        row.active = item.active;
+        row.created = item.created;
+    }
+    void bind(std::int64_t number) { key = number; }
+    void bindRow(const Variables& other) { row = other.row; }
+
+    void addTo(Reading& reading) const
+    {
+        reading.add(row.id, row.name.size(), row.price, row.active != 0, row.created);
+    }
+    void addTo(std::string& lines) const
+    {
+        for (int column = 0; column < 5; ++column) {
+            lines += texts[column];
+            endCell(lines, column);
+        }
+    }
+
+    Integer key = 0;
+    Row row;
+    std::string texts[5];
+    bool isUnderWay = false;
+};
+
+/// The cells of all rows, for libraries that insert vectors.
+template <typename Integer, typename Truths> struct Columns
+{
+    explicit Columns(const Data& data)
+    {
+        for (std::size_t i = 0; i < data.rows; ++i) {
+            const Item& item = *data.row(i);
+            ids.push_back(item.id);
+            names.push_back(item.name);
+            prices.push_back(item.price);
+            actives.push_back(item.active);
+            created.push_back(item.created);
+        }
+    }
+
+    std::vector<Integer> ids, created;
+    std::vector<std::string> names;
+    std::vector<double> prices;
+    Truths actives;
+};
 
 } // namespace bench
 
