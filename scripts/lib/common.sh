@@ -12,17 +12,16 @@ docs_packages=(doxygen graphviz furo python3-breathe python3-myst-parser python3
 test_packages=("${build_packages[@]}" libgtest-dev sqlite3 locales gnuplot-nox pkg-config python3)
 
 say() { printf '%s\n' "$*"; }
-die() {
-    printf '%s: %s\n' "${0##*/}" "$*" >&2
-    exit 1
-}
+complain() { printf '%s: %s\n' "${0##*/}" "$*" >&2; }
+die() { complain "$@"; exit 1; }
+wrong_usage() { complain "$@"; exit 2; }
+refuse() { wrong_usage "unknown argument '$1'; see ${0##*/} --help"; }
 
 # The comment at the head of a script is its help.
 if [[ ${1:-} == --help ]]; then
     sed -n '2,/^[^#]/s/^#\( \|$\)//p' "$0"
     exit
 fi
-refuse() { die "unknown argument '$1'; see ${0##*/} --help"; }
 
 # alone NAME: waits until no other process holds NAME.lock, then holds it until `release`.
 alone() {

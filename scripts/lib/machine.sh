@@ -58,6 +58,6 @@ use_machine() {
             libraries_path=:$sqlite
             run_on_machine() { on_target "$@"; }
             ;;
-        *) die "no machine '$1'; there are: host target" ;;
+        *) wrong_usage "no machine '$1'; there are: host target" ;;
     esac
 }

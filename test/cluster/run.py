@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Runs the tests on a cluster in FOLDER, and measures there: run.py PROGRAMS FOLDER [OPTION...]"""
+"""Runs the tests on a cluster, and measures there; with --check, only reads the arguments."""
 
 import argparse
 import pathlib
@@ -33,11 +33,8 @@ def tests(pattern):
     loader = unittest.TestLoader()
     if pattern:
         loader.testNamePatterns = [f"*{pattern}*"]
-    found = unittest.TestSuite(
+    return unittest.TestSuite(
         map(loader.loadTestsFromModule, (programs_test, facts_test, kills_test)))
-    if not found.countTestCases():
-        sys.exit(f"scripts/test-cluster: no test has '{pattern}' in its name")
-    return found
 
 
 def of_the_machine():
@@ -47,25 +44,29 @@ def of_the_machine():
 
 
 def arguments():
-    parser = argparse.ArgumentParser(prog="scripts/test-cluster", description=__doc__)
-    parser.add_argument("programs", help=argparse.SUPPRESS)
-    parser.add_argument("folder", help=argparse.SUPPRESS)
-    parser.add_argument("--quick", action="store_true", help="fewer kills, shorter measurements")
+    parser = argparse.ArgumentParser(prog="test-cluster", usage=argparse.SUPPRESS)
+    parser.add_argument("--check", action="store_true", help=argparse.SUPPRESS)
+    parser.add_argument("--quick", action="store_true")
     parser.add_argument("--seed", type=int, default=random.randrange(1000000))
-    parser.add_argument("-k", metavar="PART", help="only the tests with this part of a name")
-    return parser.parse_args()
+    parser.add_argument("-k", metavar="PART")
+    options = parser.parse_args()
+    options.tests = tests(options.k)
+    if not options.tests.countTestCases():
+        parser.error(f"no test has '{options.k}' in its name")
+    return options
 
 
 def main():
     options = arguments()
-    chosen = tests(options.k)
+    if options.check:
+        return 0
     signal.signal(signal.SIGTERM, signal.default_int_handler)  # stops the cluster, as an interrupt does
     print(f"seed {options.seed}", flush=True)
     before = of_the_machine()
-    with Cluster(options.folder, options.programs) as cluster:
+    with Cluster("build/cluster", "build/release") as cluster:
         ClusterCase.cluster, ClusterCase.seed, ClusterCase.isQuick = cluster, options.seed, options.quick
         outcome = unittest.TextTestRunner(sys.stdout, verbosity=2, resultclass=Result).run(
-            chosen)
+            options.tests)
         for figure in ClusterCase.figures:
             print(figure)
         if not options.k:

@@ -26,18 +26,14 @@ run_item() {
         2:--only)
             wanted=("$2")
             [[ " ${all[*]} " == *" $2 "* ]] ||
-                usage "${0##*/}: there is no point '$2'; points are ${all[*]}"
+                wrong_usage "there is no point '$2'; points are ${all[*]}"
             ;;
-        *) usage "usage: ${0##*/} --quick | --full | --only POINT" ;;
+        *) wrong_usage "say --quick, --full or --only POINT" ;;
     esac
     mkdir -p build/faults
     for point in "${wanted[@]}"; do try "$point"; done
     echo "cases $cases"
     exit $((failures > 0))
-}
-usage() {
-    printf '%s\n' "$1" >&2
-    exit 2
 }
 
 # run_tests POINT FOLDER TEST... -- [PREFIX...]: runs class tests that were built in a folder. Those
