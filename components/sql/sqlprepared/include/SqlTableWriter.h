@@ -18,8 +18,9 @@ namespace sql
 /// rounding to eight decimals.
 ///
 /// Borrows the table, which outlives it. Close the writer before `Database::close`; otherwise that
-/// reports an assertion and leaves the connection open. Not copied, not moved. One thread at a time
-/// per connection.
+/// reports an assertion and leaves the connection open. When the table gets other columns, by
+/// `initTable` or by assignment, close the writer as well: it compiles for them then. Not copied,
+/// not moved. One thread at a time per connection.
 ///
 /// A write that fails returns false after two ERROR lines: the statement or the table, then
 /// SQLite's code and words. `error()` has the same code and words until the next success. The
@@ -119,8 +120,8 @@ public:
     bool erase(const string& key);
 
     /// The integer key of the row that the last successful `insert` or `upsert` wrote. Other
-    /// operations and failures leave it. 0 before the first, and in tables without a single integer
-    /// key column.
+    /// operations, failures, and rows that a trigger has ignored leave it. 0 before the first, and
+    /// in tables without a single integer key column.
     integer insertId() const { return _insertId; }
 
     /// The rows that the last write changed; those that triggers changed do not count. 0 after a

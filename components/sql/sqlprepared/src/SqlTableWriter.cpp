@@ -123,7 +123,9 @@ bool TableWriter::hasColumnsOf(const Record& record) const
 {
     const FieldSet& own = _table.fields();
     const FieldSet& other = *record.fields();
-    if (static_cast<size_t>(record.columnCount()) != _row.size())
+    const size_t compiled = _row.size();
+    if (static_cast<size_t>(own.count()) != compiled ||
+        static_cast<size_t>(record.columnCount()) != compiled)
         return false;
     if (&own == &other)
         return true;
@@ -265,7 +267,7 @@ bool TableWriter::writeOnce(Write kind, const Record* record)
 // A key that is NULL has been given a number by SQLite.
 void TableWriter::keepId(const std::vector<Cell>& cells)
 {
-    if (_idColumn < 0)
+    if (_idColumn < 0 || _changes == 0) // a trigger may have ignored the row
         return;
     const Cell& cell = cells[static_cast<size_t>(_idColumn)];
     if (cell.kind == Kind::whole)

@@ -387,6 +387,20 @@ TEST_F(TableWriterTest, InsertIdIsTheKeyHoweverItIsWritten)
     EXPECT_EQ(22, writer.insertId());
 }
 
+TEST_F(TableWriterTest, RowThatATriggerIgnoresLeavesTheInsertId)
+{
+    run("create trigger ignored before insert on item when new.name is 'ignored' "
+        "begin select raise(ignore); end");
+    EXPECT_TRUE(writer.insert(item(7, "a")));
+    run("insert into item (id, name) values (100, 'other')");
+    writer.setString("name", "ignored");
+    EXPECT_TRUE(writer.insert());
+    EXPECT_EQ(0, writer.changes());
+    EXPECT_EQ(7, writer.insertId());
+    EXPECT_TRUE(writer.upsert(item(8, "ignored")));
+    EXPECT_EQ(7, writer.insertId());
+}
+
 TEST_F(TableWriterTest, InsertIdOfATableWithoutRowidIsItsKey)
 {
     run("create table bare (id INTEGER PRIMARY KEY, name TEXT) without rowid");
@@ -475,6 +489,25 @@ TEST_F(TableWriterTest, TableMayGetItsConnectionLate)
     lateWriter.setString("name", "Late");
     EXPECT_TRUE(lateWriter.insert());
     EXPECT_EQ(3, lateWriter.insertId());
+}
+
+TEST_F(TableWriterTest, OtherDescriptionIsTakenInAfterClose)
+{
+    const sql::Field more[] = {sql::Field("extra", sql::type_int, 0), sql::Field()};
+    const sql::Record record = item(7, "a");
+    EXPECT_TRUE(writer.insert(record));
+    run("alter table item add column extra");
+    EXPECT_TRUE(items.initTable(db, more));
+    const sql::FieldSet former(itemFields);
+    for (const sql::FieldSet* fields : {&former, &items.fields()}) {
+        EXPECT_FALSE(writer.insert(sql::Record(*fields)));
+        expectRefused({20, "SQLITE_MISMATCH", "the record has other columns than the table"});
+    }
+    writer.close();
+    setItem(8, "b");
+    writer.setInteger("extra", 5);
+    EXPECT_TRUE(writer.insert());
+    EXPECT_EQ("5", cell("select extra from item where id = 8"));
 }
 
 TEST_F(TableWriterTest, NullConnectionIsReportedOnceByEachWrite)
