@@ -14,10 +14,12 @@ namespace sql
 /// they end in the reverse order of their construction, as variables do.
 ///
 /// Borrows the connection, which outlives it. If the connection is closed before, `Database::close`
-/// reports an assertion and leaves it open. Not copied. One thread at a time per connection.
+/// reports an assertion and leaves it open. Not copied, not moved. One thread at a time per
+/// connection.
 ///
 /// An operation that fails returns false after ERROR lines: the statement, then SQLite's code and
-/// words. `error()` has the same code and words until the next success.
+/// words. `error()` has the same code and words until the next success. No operation throws:
+/// without memory it fails with SQLITE_NOMEM.
 class Transaction
 {
 public:
@@ -40,17 +42,20 @@ public:
 
     /// Whether it has begun and has not ended. False also once SQLite has rolled back by itself, as
     /// it does when the disk is full. What is written after that is kept write by write, so stop at
-    /// the first write that fails.
+    /// the first write that fails, and let this transaction end before another one begins.
     bool isOpen() const;
 
     /// Ends it and keeps what was written.
-    /// @return false and still open with SQLITE_BUSY, when another connection is in the way: it can
-    ///         be tried again. False with SQLITE_ABORT when SQLite has rolled back by itself, and
-    ///         with SQLITE_MISUSE when it has ended or never began.
+    /// @return false and still open when another connection is in the way (SQLITE_BUSY) or a
+    /// deferred
+    ///         foreign key does not hold (SQLITE_CONSTRAINT): it can be tried again. False with
+    ///         SQLITE_ABORT when SQLite has rolled back by itself or a
+    ///         statement has ended it, and with SQLITE_MISUSE after `commit` or `rollback`, and
+    ///         when it never began.
     bool commit();
 
     /// Ends it and undoes what was written. True also when SQLite has rolled back by itself.
-    /// @return false with SQLITE_MISUSE when it has ended or never began.
+    /// @return false with SQLITE_MISUSE after `commit` or `rollback`, and when it never began.
     bool rollback();
 
     /// Why the last operation failed; none when it succeeded.
@@ -65,7 +70,7 @@ private:
     SQLW_INTERNAL bool failHavingEnded();
     SQLW_INTERNAL bool end();
 
-    sqlite3* _db;
+    mutable sqlite3* _db; // null once it is seen that SQLite has rolled back
     bool _hasEnded;
     bool _isSavepoint;
     Statement _commit; // compiled when it begins, so that the connection can't be closed before it

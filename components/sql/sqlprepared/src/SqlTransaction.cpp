@@ -85,16 +85,20 @@ bool Transaction::fail(int extendedCode, const char* text)
 // SQLite rolls back by itself when it can't go on, and then commits each statement by itself.
 bool Transaction::isOpen() const
 {
-    return !_hasEnded && sqlite3_get_autocommit(_db) == 0;
+    if (_hasEnded) // the connection may be closed by now
+        return false;
+    if (_db && sqlite3_get_autocommit(_db) != 0)
+        _db = nullptr;
+    return _db != nullptr;
 }
 
 bool Transaction::commit()
 {
     if (isOpen())
         return run(_commit) && end();
-    return _hasEnded
-               ? failHavingEnded()
-               : fail(SQLITE_ABORT_ROLLBACK, "SQLite has rolled the transaction back by itself");
+    return _hasEnded ? failHavingEnded()
+                     : fail(SQLITE_ABORT_ROLLBACK,
+                            "SQLite has rolled the transaction back, or a statement has ended it");
 }
 
 bool Transaction::rollback()

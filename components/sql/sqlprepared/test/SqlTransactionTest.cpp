@@ -22,7 +22,8 @@ std::string refusedToEnd(const Refusal& refusal)
 }
 
 const Refusal notOpen = {21, "SQLITE_MISUSE", "no transaction is open"};
-const Refusal undone = {4, "SQLITE_ABORT", "SQLite has rolled the transaction back by itself"};
+const Refusal undone = {4, "SQLITE_ABORT",
+                        "SQLite has rolled the transaction back, or a statement has ended it"};
 
 class TransactionTest : public FileTest
 {
@@ -250,7 +251,8 @@ TEST_F(UndoneTransactionTest, IsNotOpenAndCannotBeCommitted)
     EXPECT_FALSE(transaction.isOpen());
     EXPECT_EQ("none", words(transaction.error()));
     EXPECT_FALSE(transaction.commit());
-    EXPECT_EQ("516: SQLite has rolled the transaction back by itself", words(transaction.error()));
+    EXPECT_EQ("516: SQLite has rolled the transaction back, or a statement has ended it",
+              words(transaction.error()));
     EXPECT_EQ(trace({refusedToEnd(undone)}), takeDiagnostics());
     EXPECT_EQ("", ids());
 }
@@ -276,6 +278,22 @@ TEST_F(UndoneTransactionTest, EndsInSilence)
         EXPECT_FALSE(outer.isOpen());
     }
     EXPECT_EQ("", takeDiagnostics());
+}
+
+TEST_F(UndoneTransactionTest, LeavesALaterTransactionAlone)
+{
+    {
+        sql::Transaction transaction(mine.db);
+        fillDisk();
+        EXPECT_FALSE(transaction.isOpen());
+        sql::Transaction later(mine.db);
+        insert(1);
+        EXPECT_FALSE(transaction.isOpen());
+        EXPECT_FALSE(transaction.commit());
+        EXPECT_TRUE(transaction.rollback());
+        EXPECT_TRUE(later.commit());
+    }
+    EXPECT_EQ("1", ids());
 }
 
 TEST_F(UndoneTransactionTest, LaterWritesAreKeptOneByOne)
@@ -373,6 +391,20 @@ TEST_F(TransactionTest, DatabaseThatIsClosedTooEarlyStaysOpen)
     EXPECT_TRUE(transaction->commit());
     transaction.reset();
     EXPECT_EQ(SQLITE_OK, sqlite3_close(db));
+}
+
+TEST_F(TransactionTest, LeavesTheConnectionWhenItHasEnded)
+{
+    sql::Database database;
+    ASSERT_TRUE(database.open(file.path, sql::Database::read_write, false, 0));
+    sql::Transaction committed(database.getHandle());
+    EXPECT_TRUE(committed.commit());
+    sql::Transaction rolledBack(database.getHandle());
+    EXPECT_TRUE(rolledBack.rollback());
+    database.close();
+    EXPECT_EQ("", takeDiagnostics());
+    EXPECT_FALSE(committed.isOpen());
+    EXPECT_FALSE(rolledBack.isOpen());
 }
 
 // Memory
