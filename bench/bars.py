@@ -48,16 +48,20 @@ NOT_YET = {
     ("record", "get-by-key"): (1.45, 1.48), ("record", "read-all"): (2.48, 2.56),
 }
 BULK_BAR = 0.75  # of inserting row by row with the C API
+TARGET = "ppc"
 COMPANION = ["statement", "writer", "record"]
 NOISE = 1.001  # in which the same statement differs from itself, run by a peer
 PEERS = ["sqlitecpp", "soci", "poco-data", "qt-sql"]
 
 
-def bar_of(contestant, over, workload, on_target=False):
+def meant_for(contestant, over, workload, on_target=False):
     bar = BARS.get((contestant, over), {}).get(workload)
-    if over == "prepared":
-        bar = NOT_YET.get((contestant, workload), bar)
     return bar[on_target] if isinstance(bar, tuple) else bar
+
+
+def bar_of(contestant, over, workload, on_target=False):
+    held = NOT_YET.get((contestant, workload)) if over == "prepared" else None
+    return held[on_target] if held else meant_for(contestant, over, workload, on_target)
 
 
 def faults_of(counts, on_target=False):
@@ -108,12 +112,13 @@ def over_memory_bars(memory):
     return faults
 
 
-# The baseline: what the library and its companion cost when they were last accepted.
+# The baseline: what all contestants cost when the library and its companion were last accepted.
 
 def kept(counts):
-    return {contestant: {workload: round(count) for (one, workload, _), count in counts.items()
-                         if one == contestant}
-            for contestant in ["library", *COMPANION] if (contestant, "insert", "memory") in counts}
+    costs = {}
+    for (contestant, workload, _), count in counts.items():
+        costs.setdefault(contestant, {})[workload] = round(count)
+    return costs
 
 
 def accept(counts, about, rows, why):
@@ -123,13 +128,21 @@ def accept(counts, about, rows, why):
     BASELINE.write_text(json.dumps(baseline, indent=2) + "\n")
 
 
+def accepted():
+    """Counts by contestant and workload, of the host and of the target."""
+    return {machine == TARGET: {(contestant, workload): count
+                                for contestant, workloads in entry["instructions"].items()
+                                for workload, count in workloads.items()}
+            for machine, entry in json.loads(BASELINE.read_text()).items()}
+
+
 def over_baseline(counts, about):
     baseline = json.loads(BASELINE.read_text()).get(machine_of(about))
     if baseline is None:
         return [f"{BASELINE} has no counts of {machine_of(about)}: scripts/bench --accept WHY"]
-    faults, missing = [], []
-    for contestant, workloads in kept(counts).items():
-        for workload, now in workloads.items():
+    faults, missing, costs = [], [], kept(counts)
+    for contestant in ["library", *COMPANION]:
+        for workload, now in costs[contestant].items():
             before = baseline["instructions"].get(contestant, {}).get(workload)
             if before is None:
                 missing.append(f"{workload} of {contestant}")

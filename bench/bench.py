@@ -8,12 +8,14 @@ import sys
 import bars
 import builds
 import measure
+import page
 import report
 import scale
+import tables
 
 ROWS, MEMORY_ROWS, MANY_ROWS = 10000, 100000, 1000000
 TRACED = ["insert", "get-by-key", "read-all"]
-TRACE_LEVELS = {"no trace object": None, "level 7": 7, "level 8": 8, "level 9": 9}
+TRACE_LEVELS = {"no trace object": None, "7": 7, "8: statements": 8, "9: rows and times": 9}
 
 
 # What scripts/bench does. Each gives back the faults that it found.
@@ -40,7 +42,7 @@ def per_row(counts, rows):
 def memory_of(programs, rows):
     """Bytes per row read. What keeps no rows reads more of them, so that a byte shows."""
     keeping = [name for name in ("floor", "library") if name in programs.contestants]
-    passing = [name for name in ("prepared", "statement") if name in programs.contestants]
+    passing = [name for name in ("prepared", *bars.COMPANION) if name in programs.contestants]
     return {**measure.memory(programs, keeping, rows),
             **measure.memory(programs, passing, MANY_ROWS)}
 
@@ -64,10 +66,11 @@ def check(programs):
     counts = counted(programs)
     on_target = isinstance(programs, measure.TargetPrograms)
     print(f"{programs.about()}, {ROWS:,} rows in memory\n")
-    print(report.count_tables(counts, "memory", on_target))
+    print(tables.count_tables(f"on {tables.MACHINES[on_target]}",
+                              report.of_storage(counts, "memory"), on_target))
     if not on_target:  # an emulator's memory is not the target's
         memory = memory_of(programs, MEMORY_ROWS)
-        print(report.memory_words(memory))
+        print(tables.memory_table(memory))
         faults = bars.over_memory_bars(memory)
     return bars.faults_of(counts, on_target) + faults + bars.over_baseline(counts, programs.about())
 
@@ -79,13 +82,21 @@ def accept(programs, why):
     return bars.faults_of(counts, isinstance(programs, measure.TargetPrograms))
 
 
+def write_page(into):
+    """Of counts, what was accepted; of everything else, what was last measured."""
+    report.pictures_of_counts(into, bars.accepted()[False])
+    page.write(into)
+    print(f"written: {page.PAGE} and {page.PICTURES}")
+    return []
+
+
 def arguments():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("programs", type=pathlib.Path, help="the folder of the programs")
     parser.add_argument("into", type=pathlib.Path, help="the folder of the results")
     parser.add_argument("--emulator", help="the command that runs and counts the programs")
     mode = parser.add_mutually_exclusive_group(required=True)
-    for name in ("full", "quick", "check", "scale"):
+    for name in ("full", "quick", "check", "scale", "page"):
         mode.add_argument("--" + name, action="store_true")
     mode.add_argument("--accept", metavar="WHY")
     mode.add_argument("--sqlite", metavar="FOLDER", type=pathlib.Path)
@@ -93,6 +104,8 @@ def arguments():
 
 
 def faults_of(options):
+    if options.page:
+        return write_page(options.into)
     if options.emulator:
         programs = measure.TargetPrograms(options.programs, options.emulator)
     else:

@@ -6,6 +6,8 @@ import pathlib
 import charts
 import measure
 import report
+import styles
+import tables
 
 WORKLOADS = ["insert", "read-all", "get-by-key", "update-by-key", "delete-by-key"]
 ROWS, ROUNDS = 10000, 5
@@ -60,10 +62,10 @@ def write(into, stem, about, counts, times, sizes):
     text = [f"# Builds of SQLite: {about}, {ROWS:,} rows in memory\n",
             table("instructions per row", counts, "{:,.0f}".format, sizes)]
     if times:
-        text.append(table("microseconds per row", times, charts.number, sizes))
-        groups = {w: {name: values[w] for name, values in times.items()} for w in WORKLOADS}
-        charts.dots(into / f"{stem}.svg", "What do SQLite's build options bring?", groups,
-                    "microseconds per row, in memory")
+        text.append(table("microseconds per row", times, styles.number, sizes))
+    groups = {w: {name: values[w] for name, values in counts.items()} for w in WORKLOADS}
+    charts.dots(into / f"{stem}.svg", "What do SQLite's build options bring?", groups,
+                "instructions per row, of a program that uses the library")
     (into / f"{stem}.md").write_text("\n".join(text), encoding="utf-8")
     report.write_json(into / f"{stem}.json", {
         "from": about, "instructions": counts, "microseconds": times, "bytes": sizes})
@@ -71,7 +73,7 @@ def write(into, stem, about, counts, times, sizes):
 
 
 def table(unit, values, form, sizes):
-    return report.table(
+    return tables.table(
         [unit, *WORKLOADS, "library, KiB"],
         [[name] + [form(row[w]) for w in WORKLOADS]
          + [f"{sizes[name] / 1024:,.0f}" if name in sizes else ""]

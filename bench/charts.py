@@ -1,6 +1,5 @@
 """Charts, drawn by matplotlib: each is named by the question that it answers."""
 
-import math
 import os
 
 os.environ.setdefault("MPLCONFIGDIR", "/tmp/sqlwrapper-matplotlib")
@@ -8,29 +7,15 @@ import matplotlib  # pylint: disable=wrong-import-position
 matplotlib.use("svg")
 from matplotlib import pyplot, ticker  # pylint: disable=wrong-import-position
 
-# The colours are those of Okabe and Ito, which the colour-blind tell apart, and each line of dots
-# has a shape of its own as well. What is black on white is white on black where the reader's
-# screen is dark.
-INK, FAINT, RULE, PAPER = "#1d2733", "#5d6b7a", "#dde3e9", "#ffffff"
-DARK = {INK: "#e6edf3", FAINT: "#9aa7b4", RULE: "#2c3642", PAPER: "#12171d"}
-STYLES = {  # what people call it, its colour and its shape
-    "floor": ("the floor", "#8d99a6", "|"),
-    "library": ("the library", "#0072b2", "o"),
-    "library-by-name": ("... by name", "#56b4e9", "o"),
-    "prepared": ("the C API, prepared", INK, "|"),
-    "statement": ("Statement", "#009e73", "D"),
-    "writer": ("TableWriter; a string per text", "#d55e00", "s"),
-    "record": ("TableWriter, Statement: records", "#cc79a7", "P"),
-    "sqlitecpp": ("SQLiteCpp", "#8d99a6", "^"),
-    "soci": ("SOCI", "#8d99a6", "v"),
-    "poco-data": ("POCO Data", "#8d99a6", "<"),
-    "qt-sql": ("Qt SQL", "#8d99a6", ">"),
-    "compile": ("SQLite compiles", "#8d99a6", "s"),
-    "run": ("SQLite runs", "#56b4e9", "s"),
-    "program": ("the program", "#e69f00", "s"),
-}
+from styles import DARK, FAINT, INK, PAPER, RULE, STYLES, name_of
+
 SHAPES = "osD^v<>P*Xphd"
-WIDTH = 5.2  # inches: what a telephone shows without shrinking the letters much
+WIDTH = 4.6  # inches: what a telephone shows without shrinking the letters much
+# A diamond is seen in a square, and both on a plus.
+MARKS = {"|": {"markersize": 16, "markeredgewidth": 2.5}, "D": {"markersize": 5, "markeredgewidth": 0},
+         "s": {"markersize": 8, "markeredgewidth": 1.6, "fillstyle": "none"},
+         "P": {"markersize": 9, "markeredgewidth": 0}}
+LANE = 0.2  # of a row, by which dots are moved off its line
 
 pyplot.rcParams.update({
     "svg.hashsalt": "sqlwrapper", "svg.fonttype": "none",
@@ -42,18 +27,6 @@ pyplot.rcParams.update({
     "xtick.minor.size": 0, "figure.facecolor": PAPER, "axes.facecolor": PAPER,
     "legend.frameon": False, "figure.constrained_layout.use": True,
 })
-
-
-def name_of(key):
-    return STYLES[key][0] if key in STYLES else key
-
-
-def number(value):
-    """Three digits, as people read them."""
-    if value == 0:
-        return "0"
-    decimals = max(0, 2 - math.floor(math.log10(abs(value))))
-    return f"{value:,.{decimals}f}"
 
 
 def excess(path, title, rows, allowed, lesser):
@@ -76,16 +49,17 @@ def percent(ratio):
     return (ratio - 1) * 100
 
 
-def dots(path, title, groups, xlabel):
-    """A line for each group, on it a dot for each key, over factors."""
+def dots(path, title, groups, xlabel, below=()):
+    """A line for each group, over factors, with a dot for each key: beneath it those of `below`."""
     keys = list(dict.fromkeys(key for values in groups.values() for key in values))
-    chart, [axes] = figure(title, 0.34 * len(groups) + 1.2 + 0.1 * len(keys))
-    for number_of, key in enumerate(keys):
-        label, colour, shape = STYLES.get(key, (key, None, SHAPES[number_of % len(SHAPES)]))
-        places = [i for i, values in enumerate(groups.values()) if key in values]
+    chart, [axes] = figure(title, (0.4 if below else 0.34) * len(groups) + 1.1 + 0.09 * len(keys))
+    for position, key in enumerate(keys):
+        label, colour, shape = STYLES.get(key, (key, None, SHAPES[position % len(SHAPES)]))
+        lane = 0 if shape == "|" or not below else LANE if key in below else -LANE
+        places = [i + lane for i, values in enumerate(groups.values()) if key in values]
         axes.plot([values[key] for values in groups.values() if key in values], places, shape,
-                  color=colour, label=label, markersize=14 if shape == "|" else 6,
-                  markeredgewidth=2.5 if shape == "|" else 0, zorder=3)
+                  color=colour, label=label, zorder=2 if shape == "|" else 4 - position / len(keys),
+                  **MARKS.get(shape, {"markersize": 6, "markeredgewidth": 0}))
     axes.set_xscale("log")
     axes.xaxis.set_major_locator(ticker.LogLocator(subs=(1, 2, 5)))
     axes.xaxis.set_major_formatter(lambda value, _: f"{value:g}")

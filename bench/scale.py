@@ -5,52 +5,56 @@ import functools
 import charts
 import measure
 import report
+import tables
+from styles import name_of, number
 
 WORKLOADS = ["insert", "read-all", "get-by-key", "copy-table"]
-ROWS, COLUMNS = [1000, 10000, 100000, 1000000], [5, 20, 200]
+ROWS, FEW, MANY = [1000, 10000, 100000, 1000000], 10000, 1000000
+COLUMNS = [5, 20, 200]
 COLUMNS_OF_AN_ITEM = 5
-PAIRS = [("library", "floor"), ("statement", "prepared")]  # and what each may grow with
+# By how much the growth of one, from few rows to many, may exceed that of the other.
+BARS = {("library", "floor"): 1.30, ("statement", "prepared"): 1.10, ("writer", "prepared"): 1.10}
+CONTESTANTS = ["floor", "library", "prepared", "statement", "writer"]
 WIDE = ["floor", "library"]  # those that take more columns
-BAR = 1.30  # from 10,000 rows to a million, over what the other does
 WIDE_ROWS = 200
 CELLS = 400000  # whose memory is measured, in rows of any width
 
 
 def run(programs, into):
     """Measures, writes, and gives back what costs too much."""
-    pairs = [pair for pair in PAIRS if pair[0] in programs.contestants]
-    by_rows = over_rows(programs, [name for pair in pairs for name in pair])
-    by_columns = over_columns(programs)
+    by_rows, by_columns = over_rows(programs), over_columns(programs)
+    growth = {workload: {contestant: line[MANY] / line[FEW]
+                         for contestant, line in by_rows[workload].items()}
+              for workload in WORKLOADS}
     report.write_json(into / "scale.json", {
         "from": programs.about(), "microseconds or bytes per row": by_rows,
         "instructions or bytes per cell": by_columns})
     pictures(into, by_rows, by_columns)
-    text = (f"# Scale: {programs.about()}, in memory\n\n"
-            + table("rows", "µs per row", by_rows) + "\n"
-            + table("columns", "instructions per cell", by_columns))
+    text = f"# Scale: {programs.about()}, in memory\n\n" + "\n".join([
+        growth_table(growth), table("Microseconds per row", "rows", by_rows),
+        table("Instructions per cell", "columns", by_columns)])
     (into / "scale.md").write_text(text, encoding="utf-8")
     print(text)
-    return [fault for pair in pairs for workload in WORKLOADS
-            for fault in judge(workload, by_rows[workload], *pair)]
+    return list(faults_of(growth))
 
 
 def empty(contestants):
     return {name: {c: {} for c in contestants} for name in [*WORKLOADS, "memory"]}
 
 
-def over_rows(programs, contestants):
+def over_rows(programs):
     """Processor time per row, and bytes."""
-    lines = empty(contestants)
+    lines = empty(CONTESTANTS)
     progress = measure.Progress((len(WORKLOADS) + 1) * len(ROWS))
     for rows in ROWS:
         rounds = max(3, min(10, 100000 // rows))
         for workload in WORKLOADS:
             progress.step(f"{workload} of {rows:,} rows")
-            costs = measure.cost(programs, contestants, workload, rows, rounds)
+            costs = measure.cost(programs, CONTESTANTS, workload, rows, rounds)
             for contestant, seconds in costs.items():
                 lines[workload][contestant][rows] = seconds * 1e6
         progress.step(f"memory of {rows:,} rows")
-        for contestant, size in measure.memory(programs, contestants, rows).items():
+        for contestant, size in measure.memory(programs, CONTESTANTS, rows).items():
             lines["memory"][contestant][rows] = size
     return lines
 
@@ -72,32 +76,43 @@ def over_columns(programs):
     return lines
 
 
-def judge(workload, lines, contestant, other):
-    growth = {c: lines[c][1000000] / lines[c][10000] for c in (contestant, other)}
-    over = growth[contestant] / growth[other]
-    print(f"{workload}: a row of a million costs {contestant} {growth[contestant]:.2f} times one "
-          f"of 10,000, {other} {growth[other]:.2f} times: {over:.2f} (at most {BAR:.2f})")
-    if over > BAR:
-        yield f"{workload} of {contestant} costs more with the rows than of {other}"
+def faults_of(growth):
+    for (contestant, other), bar in BARS.items():
+        for workload, times in growth.items():
+            over = times[contestant] / times[other]
+            if over > bar:
+                yield (f"{workload} of {contestant} grows {over:.2f} times as much with the rows as "
+                       f"that of {other}, more than {bar:.2f}")
 
 
-def table(axis, unit, lines):
+def growth_table(growth):
+    return tables.table(
+        [f"Time per row, {MANY:,} / {FEW:,} rows", *map(name_of, CONTESTANTS)],
+        [[workload] + [f"{times[c]:.2f}" for c in CONTESTANTS]
+         for workload, times in growth.items()])
+
+
+def table(unit, axis, lines):
     """The contestants side by side."""
     contestants = list(lines["memory"])
-    rows = [["memory, bytes" if name == "memory" else name]
-            + [" / ".join(charts.number(values[c][position]) for c in contestants)
-               for position in values[contestants[0]]] for name, values in lines.items()]
     positions = lines["memory"][contestants[0]]
-    return report.table([f"{unit}, {' / '.join(contestants)}"]
-                        + [f"{position:,} {axis}" for position in positions], rows)
+    return tables.table(
+        [f"{unit}, {' / '.join(map(name_of, contestants))}"]
+        + [f"{position:,} {axis}" for position in positions],
+        [["memory, bytes" if name == "memory" else name]
+         + [" / ".join(number(values[c][position]) for c in contestants) for position in positions]
+         for name, values in lines.items()])
 
 
 def pictures(into, by_rows, by_columns):
-    def of(groups):
-        return {name: groups[name] for name in WORKLOADS}
-    charts.curves(into / "scale-rows.svg", "Does a row cost more among many?", of(by_rows),
-                  "µs per row", "rows")
+    def over_few(lines):
+        return {contestant: {rows: value / line[FEW] for rows, value in line.items()}
+                for contestant, line in lines.items()}
+    charts.curves(into / "scale-rows.svg", "Does a row cost more among many?",
+                  {workload: over_few(by_rows[workload]) for workload in WORKLOADS},
+                  f"time per row, among {FEW:,} = 1", "rows")
     charts.curves(into / "scale-columns.svg", "Does a cell cost more in a wide row?",
-                  of(by_columns), "instructions per cell", "columns")
+                  {workload: by_columns[workload] for workload in WORKLOADS},
+                  "instructions per cell", "columns")
     charts.curves(into / "scale-memory.svg", "How much memory does a row that was read take?",
                   {"rows of 5 columns": by_rows["memory"]}, "bytes per row", "rows")
