@@ -25,7 +25,7 @@ def run(programs, folder, into):
     times = timed(builds) if isinstance(programs, measure.Programs) else {}
     sizes = {name: (folder / name / "lib/libsqlite3.so.0").stat().st_size
              for name in builds if name != PRESENT}
-    write(into, folder.name, programs.about(), counts, times, sizes)
+    write(into, folder.name, programs, counts, times, sizes)
     return []
 
 
@@ -58,23 +58,25 @@ def timed(builds):
     return least
 
 
-def write(into, stem, about, counts, times, sizes):
-    text = [f"# Builds of SQLite: {about}, {ROWS:,} rows in memory\n",
-            table("instructions per row", counts, "{:,.0f}".format, sizes)]
+def write(into, stem, programs, counts, times, sizes):
+    where = tables.MACHINES[isinstance(programs, measure.TargetPrograms)]
+    over_present = {name: {w: row[w] / counts[PRESENT][w] for w in WORKLOADS}
+                    for name, row in counts.items()}
+    text = [f"# Builds of SQLite: {programs.about()}, {ROWS:,} rows in memory\n",
+            table(f"Build of SQLite, on {where}", over_present, "{:.2f}".format),
+            table("instructions per row", counts, "{:,.0f}".format),
+            tables.table(["build", "KiB of the library's file"],
+                         [[name, f"{size / 1024:,.0f}"] for name, size in sizes.items()])]
     if times:
-        text.append(table("microseconds per row", times, styles.number, sizes))
-    groups = {w: {name: values[w] for name, values in counts.items()} for w in WORKLOADS}
-    charts.dots(into / f"{stem}.svg", "What do SQLite's build options bring?", groups,
-                "instructions per row, of a program that uses the library")
+        text.append(table("microseconds per row", times, styles.number))
+    charts.dots(into / f"{stem}.svg", "Which of SQLite's build options matter?", over_present,
+                f"instructions per row, {PRESENT} = 1")
     (into / f"{stem}.md").write_text("\n".join(text), encoding="utf-8")
     report.write_json(into / f"{stem}.json", {
-        "from": about, "instructions": counts, "microseconds": times, "bytes": sizes})
+        "from": programs.about(), "instructions": counts, "microseconds": times, "bytes": sizes})
     print("\n".join(text))
 
 
-def table(unit, values, form, sizes):
-    return tables.table(
-        [unit, *WORKLOADS, "library, KiB"],
-        [[name] + [form(row[w]) for w in WORKLOADS]
-         + [f"{sizes[name] / 1024:,.0f}" if name in sizes else ""]
-         for name, row in values.items()])
+def table(title, values, form):
+    return tables.table([title, *WORKLOADS],
+                        [[name] + [form(row[w]) for w in WORKLOADS] for name, row in values.items()])

@@ -7,7 +7,7 @@ import matplotlib  # pylint: disable=wrong-import-position
 matplotlib.use("svg")
 from matplotlib import pyplot, ticker  # pylint: disable=wrong-import-position
 
-from styles import DARK, FAINT, INK, PAPER, RULE, STYLES, name_of
+from styles import DARK, FAINT, INK, OTHERS, PAPER, RULE, STYLES, name_of
 
 SHAPES = "osD^v<>P*Xphd"
 WIDTH = 4.6  # inches: what a telephone shows without shrinking the letters much
@@ -25,7 +25,7 @@ pyplot.rcParams.update({
     "axes.grid": True, "grid.color": RULE, "xtick.color": RULE, "ytick.color": RULE,
     "xtick.labelcolor": FAINT, "ytick.labelcolor": INK, "ytick.major.size": 0,
     "xtick.minor.size": 0, "figure.facecolor": PAPER, "axes.facecolor": PAPER,
-    "legend.frameon": False, "figure.constrained_layout.use": True,
+    "axes.prop_cycle": pyplot.cycler(color=OTHERS), "legend.frameon": False, "figure.constrained_layout.use": True,
 })
 
 
@@ -39,7 +39,7 @@ def excess(path, title, rows, allowed, lesser):
               color=STYLES["record"][1], label="by name")
     axes.plot([percent(allowed[row]) for row in rows if row in allowed],
               [i for i, row in zip(places, rows) if row in allowed], "|", zorder=4,
-              color=INK, markersize=14, markeredgewidth=2, label="at most")
+              color=INK, markersize=14, markeredgewidth=2, label="limit by position")
     name_rows(axes, [f"{row}  {percent(value):+.1f} %" for row, value in rows.items()])
     axes.set_xlabel("percent above the floor")
     finish(chart, axes, path, 3)
@@ -50,7 +50,8 @@ def percent(ratio):
 
 
 def dots(path, title, groups, xlabel, below=()):
-    """A line for each group, over factors, with a dot for each key: beneath it those of `below`."""
+    """A line for each group with a dot for each key: beneath it those of `below`. Over factors, if
+    values are larger than 1."""
     keys = list(dict.fromkeys(key for values in groups.values() for key in values))
     chart, [axes] = figure(title, (0.4 if below else 0.34) * len(groups) + 1.1 + 0.09 * len(keys))
     for position, key in enumerate(keys):
@@ -60,8 +61,10 @@ def dots(path, title, groups, xlabel, below=()):
         axes.plot([values[key] for values in groups.values() if key in values], places, shape,
                   color=colour, label=label, zorder=2 if shape == "|" else 4 - position / len(keys),
                   **MARKS.get(shape, {"markersize": 6, "markeredgewidth": 0}))
-    axes.set_xscale("log")
-    axes.xaxis.set_major_locator(ticker.LogLocator(subs=(1, 2, 5)))
+    if max(max(values.values()) for values in groups.values()) > 1:
+        axes.set_xscale("log")
+        axes.xaxis.set_major_locator(ticker.LogLocator(subs=(1, 2, 5)))
+        axes.xaxis.set_minor_locator(ticker.NullLocator())
     axes.xaxis.set_major_formatter(lambda value, _: f"{value:g}")
     name_rows(axes, groups)
     axes.set_xlabel(xlabel)

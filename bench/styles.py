@@ -7,6 +7,7 @@ import math
 # screen is dark.
 INK, FAINT, RULE, PAPER = "#1d2733", "#5d6b7a", "#dde3e9", "#ffffff"
 DARK = {INK: "#e6edf3", FAINT: "#9aa7b4", RULE: "#2c3642", PAPER: "#12171d"}
+OTHERS = ["#0072b2", "#d55e00", "#009e73", "#cc79a7", "#e69f00", "#56b4e9"]  # of what has no style
 STYLES = {  # the name, the colour and the shape
     "floor": ("the floor", "#76838f", "|"),
     "library": ("the library", "#0072b2", "o"),
