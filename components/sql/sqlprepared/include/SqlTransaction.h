@@ -47,11 +47,9 @@ public:
 
     /// Ends it and keeps what was written.
     /// @return false and still open when another connection is in the way (SQLITE_BUSY) or a
-    /// deferred
-    ///         foreign key does not hold (SQLITE_CONSTRAINT): it can be tried again. False with
-    ///         SQLITE_ABORT when SQLite has rolled back by itself or a
-    ///         statement has ended it, and with SQLITE_MISUSE after `commit` or `rollback`, and
-    ///         when it never began.
+    ///         deferred foreign key does not hold (SQLITE_CONSTRAINT): it can be tried again. False
+    ///         with SQLITE_ABORT when SQLite has rolled back by itself or a statement has ended it,
+    ///         and with SQLITE_MISUSE after `commit` or `rollback`, and when it never began.
     bool commit();
 
     /// Ends it and undoes what was written. True also when SQLite has rolled back by itself.
