@@ -48,13 +48,12 @@ enum field_type : int {
 /// @{
 
 /// The name of an SQLite result code, such as "SQLITE_BUSY" for 5.
-/// @return a constant text; "unknown" for extended codes and all that is not a primary code.
+/// @return a constant text; "unknown" for any number that is not a primary code.
 const char* sqliteRc2Str(int rc);
 
 /// Runs a statement that finishes in one step and yields no row.
-/// @return true when it ran to its end. On failure, also when it yields a row, false after two
-///         ERROR lines: the statement, then SQLite's code and words. The statement is logged at
-///         DEBUG2.
+/// @return true when it ran to its end. False on failure, and when it yields a row, after two ERROR
+///         lines: the statement, then SQLite's code and words. The statement is logged at DEBUG2.
 bool runOneStepSqlStmt(sqlite3* db, const string& stmt);
 
 /// Runs a query that yields a single number, such as a count.
@@ -71,8 +70,8 @@ int queryNumber(sqlite3* db, const string& query);
 /// @return "undefined" for any other value, after an assertion report.
 string type2Str(field_type type);
 
-/// Doubles every single quote, as an SQL literal needs it. The enclosing quotes are left to the
-/// caller: `"name = '" + sql::quoteStr(name) + "'"`.
+/// Doubles every single quote, as an SQL literal needs it. The caller adds the enclosing quotes:
+/// `"name = '" + sql::quoteStr(name) + "'"`.
 string quoteStr(const string& text);
 
 /// Removes white space, as `isspace` has it, from the front of `text`, and returns `text`.
@@ -112,7 +111,7 @@ class TextBuffer;
 /// The same as `queryNumber`, which has no overload so that users can take its address.
 SQLW_INTERNAL int queryNumberOf(sqlite3* db, TextBuffer& query);
 
-/// True when the platform's trace level is above `threshold`; false when the platform holds none.
+/// True when the platform's trace level is above `threshold`; false when the platform has none.
 SQLW_INTERNAL bool traceLevelExceeds(int threshold);
 
 /// Hands a failed condition to the platform's assertion reporter, at every trace level.

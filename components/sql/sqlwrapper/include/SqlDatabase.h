@@ -19,9 +19,9 @@ class Database
 public:
     /// How a database is opened.
     enum AccessMode : int {
-        read_only = 0,        ///< the file must be there
-        read_write = 1,       ///< the file must be there
-        read_write_create = 2 ///< the file is made when it is not there
+        read_only = 0,        ///< the file must exist
+        read_write = 1,       ///< the file must exist
+        read_write_create = 2 ///< creates the file if it does not exist
     };
 
     /// Without a connection.
@@ -35,17 +35,17 @@ public:
     /// Closes the connection held, and opens a database. Logged at DEBUG1.
     /// @param path the database file. SQLite takes the empty path for a temporary database, which
     ///        is deleted on closing, and ":memory:" for one in memory: both succeed.
-    /// @param mode whether it may be written, and made.
+    /// @param mode whether the file may be written, and created.
     /// @param unused changes nothing.
     /// @param busyTimeoutMs how long a statement waits for another connection's lock, in
     ///        milliseconds; 0 or less does not wait.
-    /// @return false on failure, after an ERROR line. When the timeout alone could not be set, the
-    ///         database is open nevertheless. An access mode of another value is reported as an
-    ///         assertion, and refused by SQLite.
+    /// @return false on failure, after an ERROR line. If only the timeout could not be set, the
+    ///         database is still open. An access mode of another value is reported as an
+    ///         assertion, and SQLite refuses it.
     bool open(const string& path, AccessMode mode, bool unused, int busyTimeoutMs);
 
-    /// Closes the connection, if there is one, and forgets it. A refusal of SQLite, as when a
-    /// statement is still in use, is reported as an assertion.
+    /// Closes the connection, if there is one, and forgets it. When SQLite refuses to close it,
+    /// for instance because a statement is in use, an assertion report says so.
     void close();
 
     /// Whether the last `open` was accepted by SQLite; false before the first, and after `close`.
@@ -58,24 +58,26 @@ public:
     /// @name Transactions
     /// They run "BEGIN TRANSACTION", "COMMIT TRANSACTION" and "ROLLBACK TRANSACTION". Nesting,
     /// pairing and what a failure undoes are left to SQLite.
-    /// @return false as by `RecordSet::query`, which logs and reports.
+    /// @return false on failure, which `RecordSet::query` logs and reports.
     /// @{
 
     /// Begins a transaction. It takes its locks as its statements need them.
     bool transactionBegin();
-    /// Ends the transaction and keeps what it wrote. While another connection is in the way, it
-    /// fails after the busy timeout, and can be tried again.
+    /// Ends the transaction and keeps what it wrote. While the lock of another connection is
+    /// in the way, it fails after the busy timeout; the transaction is then still open, and can be
+    /// committed again.
     bool transactionCommit();
     /// Ends the transaction and undoes what it wrote.
     bool transactionRollback();
     /// @}
 
     /// The version stamp of the file, 0 in a new one.
-    /// @return -1 as by `queryNumber`, also for a stamp below 0.
+    /// @return -1 on failure, which `queryNumber` logs and reports, and for a stamp below 0.
     int getUserVersion() const;
 
     /// Stamps the file with `version`, which is at most 2147483647.
-    /// @return false on failure: a greater one, after an ERROR line, or as by `runOneStepSqlStmt`.
+    /// @return false for a greater version, after an ERROR line, and on any other failure, which
+    ///         `runOneStepSqlStmt` logs and reports.
     bool setUserVersion(unsigned int version);
 
 private:

@@ -36,7 +36,7 @@ public:
     /// The end marker of a description: no name, type_int, position -1, no flags.
     Field();
 
-    /// A column. `name` goes into SQL neither quoted nor checked. A text column that is the key
+    /// A column. `name` goes into SQL unquoted and unchecked. A text column that is the key
     /// needs `flag_not_null` too: SQLite accepts NULL keys of text any number of times, and no
     /// operation finds, updates or deletes them by key.
     /// REQUIRES: `name` is not empty. An empty one is reported as an assertion and kept: the field

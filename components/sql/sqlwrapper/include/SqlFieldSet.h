@@ -24,13 +24,13 @@ public:
     /// A copy of `fields`, neither checked nor numbered.
     FieldSet(const std::vector<Field>& fields);
 
-    /// The set of an array that ends in a field without a name; null gives the empty set. Faults
-    /// are reported as by `initFieldSet`, whose result is dropped.
+    /// The set of an array that ends in a field without a name; null gives the empty set. Reports
+    /// faults as `initFieldSet` does, but drops its result.
     FieldSet(const Field* fields);
 
     /// Appends an array that ends in a field without a name, and checks the description. The
-    /// positions of the array are written to the first fields of the set, so only an empty set
-    /// comes out numbered throughout. Null changes nothing and is true.
+    /// positions of the array are written to the first fields of the set, so only a set
+    /// that was empty is numbered throughout. Null changes nothing and returns true.
     /// @return false after an assertion report when the set has no PRIMARY KEY column (the fields
     ///         stay), or when a PRIMARY KEY column is neither integer nor text (an ERROR line comes
     ///         first, and the set is emptied).

@@ -15,8 +15,8 @@ namespace sql
 /// A row: one value for each column of a column set.
 ///
 /// Owns its values and borrows its column set, which must outlive it unchanged. Copies and moves
-/// share the column set. `Record*` results of a table or a record set belong to that, until its
-/// next read; a copy of such a record still needs the column set of where it came from.
+/// share the column set. A `Record*` from a table or a record set belongs to it, until its next
+/// read; a copy of such a record still needs the column set of that table or record set.
 ///
 /// A column is named by its position, from 0, or by its name, byte for byte. Where there is no such
 /// column, each operation returns its failure value after an ERROR line and an assertion report.
@@ -95,7 +95,7 @@ public:
     bool equalsColumnValue(const Record* other, const string& name) const;
 
     /// Whether no column outside the key differs (`Value::equals`). A column that `other` lacks
-    /// counts as equal, and one that only `other` has is not looked at. False for a null `other`.
+    /// counts as equal, and one that only `other` has is ignored. False for a null `other`.
     bool equalsValues(const Record* other) const;
 
     /// The values for people: "7|Bob|null|2.5".
@@ -118,7 +118,7 @@ public:
     /// An UPDATE of every column outside the key, for the row with this record's key:
     /// "update item set name='Bob' where id = 7". A text key is written unquoted, after an
     /// assertion report: SQLite may read it as a number, a name or a condition and update other
-    /// rows. When the key is the last column, the list keeps its last comma, and SQLite refuses it.
+    /// rows. When the key is the last column, the list ends in a comma, and SQLite refuses it.
     string toSqlUpdate(const string& table) const;
 
     /// @}

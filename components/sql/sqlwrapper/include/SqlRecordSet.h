@@ -1,5 +1,5 @@
 /// @file
-/// The rows that a query gave.
+/// The rows that a query returned.
 
 #ifndef SQLW_SQL_RECORD_SET_H
 #define SQLW_SQL_RECORD_SET_H
@@ -25,8 +25,8 @@ public:
     RecordSet(sqlite3* db);
     /// With a copy of `fields`.
     RecordSet(sqlite3* db, const FieldSet& fields);
-    /// With the columns of an array that ends in a field without a name. Faults of the description
-    /// are reported by `FieldSet` alone.
+    /// With the columns of an array that ends in a field without a name. Only `FieldSet` reports
+    /// faults of the description.
     RecordSet(sqlite3* db, const Field* fields);
     ~RecordSet();
 
@@ -42,11 +42,11 @@ public:
     /// cells beyond the columns are dropped. The statement is logged at DEBUG2, each row at DEBUG3.
     /// REQUIRES: a connection. Without one it returns false after an assertion report.
     /// @return false on failure after two ERROR lines: the statement, then SQLite's code and words.
-    ///         The rows that came before the failure are kept. When memory ends in the midst of the
-    ///         rows the code is 7, SQLITE_NOMEM.
+    ///         The rows that came before the failure are kept. When memory runs out while a row is
+    ///         kept, the code is 7, SQLITE_NOMEM.
     bool query(const string& sql);
 
-    /// What SQLite calls for each row; `param` is the set. Always 0, so that SQLite goes on. A
+    /// What SQLite calls for each row; `param` is the set. Always 0, so that SQLite continues. A
     /// negative `argc` counts as 0.
     static int on_next_record(void* param, int argc, char** argv, char** columnNames);
 
@@ -66,8 +66,8 @@ public:
     /// The first row. Null when there is none, or when the last query failed.
     const Record* getTopRecord() const;
 
-    /// The first cell of the first row. Null as by `getTopRecord`, and for a set without columns,
-    /// which `Record::getValue` reports.
+    /// The first cell of the first row. Null when `getTopRecord` is null, and for a set without
+    /// columns, which `Record::getValue` reports.
     const Value* getTopRecordFirstValue() const;
 
     /// The rows for people, numbered from 1, each ended by CR LF: "1. 7|Bob".

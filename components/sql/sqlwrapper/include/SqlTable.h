@@ -26,8 +26,8 @@ class Table
 public:
     /// A name alone, to be completed by `initTable`.
     Table(const string& name);
-    /// With the columns of an array that ends in a field without a name. Faults of the description
-    /// are reported by `FieldSet` alone.
+    /// With the columns of an array that ends in a field without a name. Only `FieldSet` reports
+    /// faults of the description.
     Table(sqlite3* db, const string& name, const Field* fields);
     /// With a copy of `fields`.
     Table(sqlite3* db, const string& name, const FieldSet& fields);
@@ -48,14 +48,14 @@ public:
     /// @{
 
     /// Whether the database has a table of this name. Logged at DEBUG2.
-    /// @return true also when that cannot be determined, after an ERROR line.
+    /// @return also true when this cannot be determined, after an ERROR line.
     bool exists();
 
-    /// Creates the table unless `exists()`. The columns of one that exists are not looked at, and
-    /// it is true also when `exists()` could not tell. Without columns false, after ERROR lines and
-    /// assertion reports.
-    /// @note When two processes create the table at once, one may find that the other was quicker,
-    ///       and fail. Call it again, or run `query("BEGIN IMMEDIATE")` before and commit after.
+    /// Creates the table unless `exists()`. It does not look at the columns of a table that exists,
+    /// and is also true when `exists()` cannot tell. Without columns it is false, after ERROR lines
+    /// and assertion reports.
+    /// @note When two processes create the table at once, the slower one may fail. Call it again,
+    ///       or run `query("BEGIN IMMEDIATE")` before it and commit after it.
     bool create();
 
     /// Deletes every row of the table.
@@ -99,10 +99,10 @@ public:
     /// its own.
     /// @{
 
-    /// Adds a row. A NULL key is given a number by SQLite, where the key column is an integer one.
+    /// Adds a row. If the key column is an integer, SQLite gives a number to a NULL key.
     bool addRecord(const Record& record);
 
-    /// Updates the row with the key that `record` holds. True also when there is no such row.
+    /// Updates the row with the key that `record` holds. Also true when there is no such row.
     bool updateRecord(const Record& record);
 
     /// Deletes the rows that match; all of them for an empty condition.
@@ -116,12 +116,12 @@ public:
     /// after ERROR lines and assertion reports.
     /// @{
 
-    /// Updates when there is a row with the key, adds when not. The key must be the one that
-    /// `record` holds; that is not checked. When the test fails, it adds. Logged at DEBUG2.
+    /// Updates the row with the key, or adds one if there is none or the test for it fails. The key
+    /// must be the one that `record` holds, which is not checked. Logged at DEBUG2.
     bool addOrUpdateRecord(string keyId, const Record& record);
     bool addOrUpdateRecord(integer keyId, const Record& record);
 
-    /// Deletes the row. True also when there is no such row.
+    /// Deletes the row. Also true when there is no such row.
     bool deleteRecord(string keyId);
     bool deleteRecord(integer keyId);
 
@@ -129,18 +129,18 @@ public:
     Record* getRecordByKeyId(string keyId);
     Record* getRecordByKeyId(integer keyId);
 
-    /// Whether there is such a row. False also when that cannot be determined.
+    /// Whether there is such a row. Also false when this cannot be determined.
     bool hasRecordWithKeyId(string keyId);
     bool hasRecordWithKeyId(integer keyId);
 
     /// @}
     /// @name Copying
-    /// They go row by row, in no transaction: a failure leaves what was copied before it. What a
-    /// text cannot carry changes: a float keeps 15 digits, a text ends at its first NUL byte, and a
-    /// BLOB becomes such a text. SQL copies rows exactly: "insert into copy select * from item".
+    /// They copy row by row and begin no transaction: a failure leaves the rows copied so far. What
+    /// a text cannot carry changes: a float keeps 15 digits, a text ends at its first NUL byte, and
+    /// a BLOB becomes such a text. SQL copies rows exactly: "insert into copy select * from item".
     /// @{
 
-    /// Adds the rows that `source` holds, which its last read gave.
+    /// Adds the rows that `source` holds from its last read.
     bool copyRecords(Table& source);
 
     /// Drops and creates this table, and copies every row that `source` has in the database. The

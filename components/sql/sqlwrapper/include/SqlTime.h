@@ -59,13 +59,13 @@ public:
     /// Argument, product and sum are cut to `time_t`: they wrap around where it does.
     /// @{
 
-    /// Goes on by `seconds`; back where they are negative, here and below.
+    /// Adds `seconds`; a negative number, here and below, goes back in time.
     void addValue(integer seconds);
-    /// Goes on by `minutes` of 60 seconds.
+    /// Adds `minutes` of 60 seconds.
     void addMinutes(integer minutes);
-    /// Goes on by `hours` of 3600 seconds.
+    /// Adds `hours` of 3600 seconds.
     void addHours(integer hours);
-    /// Goes on by `days` of 86400 seconds, whatever the clocks of the time zone do.
+    /// Adds `days` of 86400 seconds, whatever the clocks of the time zone do.
     void addDays(integer days);
     /// @}
 

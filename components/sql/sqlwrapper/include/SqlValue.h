@@ -12,7 +12,7 @@ namespace sql
 /// A cell: a text, whether it is NULL, and the type that it is read as.
 ///
 /// A value type: copied and moved freely, owns nothing outside itself. No operation fails: a text
-/// that does not fit a type is read as far as it does. Three kinds of operations write lines or
+/// that does not fit a type is read as far as it fits. Three kinds of operations write lines or
 /// reports: each `Time` that is constructed, also by `equals` and the texts of type_time, is logged
 /// at DEBUG3; the text of a time that cannot be broken down is empty after an ERROR line; `dump` of
 /// a type of another value reports as `type2Str` does.
@@ -58,7 +58,7 @@ public:
     integer asInteger() const;
     /// As `strtod` reads it in the C locale: 0.0 for what is no number.
     double asDouble() const;
-    /// True for the text "1" alone.
+    /// True only for the text "1".
     bool asBool() const;
     /// The time of `asInteger()` seconds, so the epoch for NULL.
     Time asTime() const;
