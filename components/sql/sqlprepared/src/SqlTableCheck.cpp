@@ -41,11 +41,11 @@ const char sentences[] =
     "names. Rename one of them.\0"
     "%s has a keyword of SQL as its name, which SQLite refuses in statements. Choose another "
     "name.\0"
-    "%s has a name that SQLite does not take without quotes, which no statement has. Use "
-    "letters, digits and '_', and begin with no digit.\0"
+    "%s has a name that SQLite takes only in quotes, and names are written without. Use "
+    "letters, digits and '_', and do not begin with a digit.\0"
     "%s is not numbered by its position, and Record does not find its cell by name. Describe the "
     "columns in an array that ends in sql::Field(), once.\0"
-    "%s is not in the file%d. Create it with Table::create.\0"
+    "%s is not in the file%d.\0"
     "%s is spelled '%d' in the file. Table::exists does not find it, and Table::create fails. "
     "Spell it as the file does.\0"
     "%s %d, and each statement that writes it fails. Add it to the file as a plain column, or "
@@ -61,7 +61,7 @@ const char sentences[] =
     "%s %d.\0"
     "%s %d.\0"
     "%s %d.\0"
-    "%s can't be compared with the file: %d. Try again when that is mended.\0";
+    "%s can't be compared with the file: %d. Remove the cause, then check again.\0";
 
 // What SQLite refuses as a name in one of the statements that the libraries write.
 const char reservedWords[] =
@@ -386,7 +386,9 @@ void Check::findTable(sqlite3* db, string& name)
     if (_error)
         return;
     if (name.empty())
-        add(Finding::no_table, nullptr, isView ? ", where a view has its name" : "");
+        add(Finding::no_table, nullptr,
+            isView ? ", where a view has its name. Drop the view, or choose another name"
+                   : ". Create it with Table::create");
     else if (name != _table)
         add(Finding::table_spelled_otherwise, nullptr, name.c_str());
 }
@@ -532,20 +534,23 @@ void Check::compareRules(const Column& column, const string& name, const Field& 
                                "NOT NULL there, or drop the flag");
     // A key is unique by itself.
     if (field.isUnique() && !column.isUnique && !isOnlyKey(column))
-        add(Finding::unique_differs, &column.name,
+        add(Finding::unique_differs, &name,
             "accepts a value twice in the file in spite of its flag_unique. Make it UNIQUE there, "
             "or drop the flag");
     else if (column.isUnique && !field.isUnique() && !field.isPrimaryKey())
-        add(Finding::unique_differs, &column.name,
+        add(Finding::unique_differs, &name,
             "is UNIQUE in the file, and a second row with its value is refused. Give it "
             "flag_unique");
-    if (column.isKey != field.isPrimaryKey())
+    if (column.isKey && !field.isPrimaryKey())
         add(Finding::key_differs, &name,
-            column.isKey ? "is a key in the file, and a second row with its value is refused. Give "
-                           "it flag_primary_key"
-                         : "is no key in the file in spite of its flag_primary_key, and operations "
-                           "by key reach several rows. Make it the PRIMARY KEY there, or drop the "
-                           "flag");
+            isOnlyKey(column) ? "is the key in the file, and a second row with its value is "
+                                "refused. Give it flag_primary_key"
+                              : "is part of the key in the file, and operations by key reach "
+                                "several rows. Give it flag_primary_key");
+    else if (!column.isKey && field.isPrimaryKey())
+        add(Finding::key_differs, &name,
+            "is no key in the file in spite of its flag_primary_key, and operations by key reach "
+            "several rows. Make it the PRIMARY KEY there, or drop the flag");
 }
 
 void Check::compareUndescribed(const Column& column)

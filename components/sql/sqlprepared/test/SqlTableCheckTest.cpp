@@ -169,8 +169,8 @@ TEST_F(TableCheckTest, FindsEmptyNames)
     const std::vector<Field> fields = {id, Field()};
     const std::vector<Finding> findings = sql::checkDescription("item", sql::FieldSet(fields));
     EXPECT_EQ(
-        "Column '' of table 'item' has a name that SQLite does not take without quotes, which "
-        "no statement has. Use letters, digits and '_', and begin with no digit.",
+        "Column '' of table 'item' has a name that SQLite takes only in quotes, and names are "
+        "written without. Use letters, digits and '_', and do not begin with a digit.",
         findings[0].text);
 }
 
@@ -276,8 +276,8 @@ TEST_F(TableCheckTest, FindsNothingInATableWithATextKeyThatTheLibraryCreated)
 TEST_F(TableCheckTest, FindsThatTheTableIsNotThere)
 {
     EXPECT_EQ(Found({{Finding::no_table, ""}}), compare({id, name}, "create table items (id)"));
-    EXPECT_EQ("Table 'item' is not in the file, where a view has its name. Create it with "
-              "Table::create.\n",
+    EXPECT_EQ("Table 'item' is not in the file, where a view has its name. Drop the view, or "
+              "choose another name.\n",
               textOf({id, name}, "create view Item as select 1"));
 }
 
@@ -450,6 +450,9 @@ TEST_F(TableCheckTest, FindsColumnsThatAreUniqueOnOneSideAlone)
                      {Finding::unique_differs, "w"}}),
               compare({id, u, v, w}, "create table item (id integer primary key, u int,"
                                      " v int unique, w int); create unique index i on item (w)"));
+    EXPECT_EQ(
+        Found({{Finding::unique_differs, "u"}}), // as the description spells it
+        compare({id, u}, "drop table item; create table item (id integer primary key, U int)"));
 }
 
 TEST_F(TableCheckTest, TakesOnlyWholeIndexesOfOneColumnForUnique)
@@ -494,6 +497,9 @@ TEST_F(TableCheckTest, FindsKeysOnOneSideAlone)
     mine.run("drop table item");
     EXPECT_EQ(Found({{Finding::key_differs, "name"}}),
               compare({id, name}, "create table item (id int, name text, primary key (id, name))"));
+    EXPECT_EQ("Column 'name' of table 'item' is part of the key in the file, and operations by "
+              "key reach several rows. Give it flag_primary_key.\n",
+              textsOf(check({id, name})));
 }
 
 TEST_F(TableCheckTest, QuotesTheNamesThatItAsksFor)
@@ -512,10 +518,9 @@ TEST_F(TableCheckTest, ReportsANullConnectionOnce)
     sql::Table table(nullptr, "item", described({name, id}));
     const std::vector<Finding> findings = sql::checkTable(table);
     EXPECT_EQ(Found({{Finding::key_last, "id"}, {Finding::failed, ""}}), kindsOf(findings));
-    EXPECT_EQ(
-        "Table 'item' can't be compared with the file: there is no connection. Try again when "
-        "that is mended.",
-        findings[1].text);
+    EXPECT_EQ("Table 'item' can't be compared with the file: there is no connection. Remove "
+              "the cause, then check again.",
+              findings[1].text);
     EXPECT_EQ(
         trace({companionSource("SqlTableCheck")
                    .asserted("db", "std::vector<sql::Finding> sql::checkTable(sql::Table&)")}),
@@ -528,10 +533,9 @@ TEST_F(TableCheckTest, SaysWhyTheFileCannotBeRead)
     other.run("begin exclusive");
     const std::vector<Finding> findings = check({name, id});
     EXPECT_EQ(Found({{Finding::key_last, "id"}, {Finding::failed, ""}}), kindsOf(findings));
-    EXPECT_EQ(
-        "Table 'item' can't be compared with the file: database is locked. Try again when that "
-        "is mended.",
-        findings[1].text);
+    EXPECT_EQ("Table 'item' can't be compared with the file: database is locked. Remove the "
+              "cause, then check again.",
+              findings[1].text);
 }
 
 // What SQLite makes of pragmas while this lives: SQLITE_DENY refuses one, and SQLITE_IGNORE gives
@@ -573,8 +577,8 @@ TEST_F(TableCheckTest, SaysThatSQLiteRefusesToDescribeTheTable)
         const std::vector<Finding> findings = check({name, id});
         EXPECT_EQ(Found({{Finding::key_last, "id"}, {Finding::failed, ""}}), kindsOf(findings))
             << refusal.begin()->first;
-        EXPECT_EQ("Table 'item' can't be compared with the file: not authorized. Try again when "
-                  "that is mended.",
+        EXPECT_EQ("Table 'item' can't be compared with the file: not authorized. Remove the "
+                  "cause, then check again.",
                   findings.back().text);
     }
 }
@@ -603,7 +607,8 @@ TEST_F(TableCheckTest, TakesAnInterruptionForAFailure)
         ASSERT_FALSE(findings.empty());
         isInterrupted = left < 0;
         if (isInterrupted)
-            EXPECT_NE(std::string::npos, findings.back().text.find(": interrupted. Try again"));
+            EXPECT_NE(std::string::npos,
+                      findings.back().text.find(": interrupted. Remove the cause"));
         else
             EXPECT_EQ(whole, kindsOf(findings));
     }
