@@ -267,7 +267,7 @@ int Statement::parameter(const string& name) const
 
 // Always reset, so that the statement leaves no lock and can run again. SQLite's words come first:
 // the reset replaces them.
-bool Statement::end(int rc)
+inline bool Statement::end(int rc)
 {
     _isOnRow = false;
     if (rc != SQLITE_ROW && rc != SQLITE_DONE) {
@@ -343,7 +343,9 @@ bool Statement::readAlone(Record& record)
     return end(SQLITE_ROW) && isRead && succeed();
 }
 
-// The row. SQLite itself reads a cell that is not there as NULL.
+// The row. SQLite itself reads a cell that is not there as NULL. Where both the type and the number
+// of a cell matter, they come from its value: the connection is locked once, no other thread uses
+// it meanwhile, and reading a number takes no memory.
 
 int Statement::columnCount() const
 {
@@ -381,7 +383,7 @@ int Statement::column(const string& name) const
 
 bool Statement::isNull(int column) const
 {
-    return sqlite3_column_type(_handle, column) == SQLITE_NULL;
+    return sqlite3_value_type(sqlite3_column_value(_handle, column)) == SQLITE_NULL;
 }
 
 integer Statement::getInteger(int column) const
@@ -394,14 +396,12 @@ double Statement::getDouble(int column) const
     return sqlite3_column_double(_handle, column);
 }
 
-// Most cells are settled by one call of SQLite.
 bool Statement::getBool(int column) const
 {
-    if (getInteger(column) != 1)
-        return false;
-    switch (sqlite3_column_type(_handle, column)) {
+    sqlite3_value* const stored = sqlite3_column_value(_handle, column);
+    switch (sqlite3_value_type(stored)) {
         case SQLITE_INTEGER:
-            return true;
+            return sqlite3_value_int64(stored) == 1;
         case SQLITE_FLOAT: // whose text is "1.0"
             return false;
     }
@@ -411,16 +411,17 @@ bool Statement::getBool(int column) const
 
 string Statement::getString(int column) const
 {
+    string copy;
     try {
         const char* const text = getText(column);
         if (text)
-            return string(text, static_cast<size_t>(getSize(column)));
-        if (!isNull(column))
+            copy.assign(text, static_cast<size_t>(getSize(column)));
+        else if (!isNull(column))
             withoutMemory();
     } catch (const std::exception&) {
         withoutMemory();
     }
-    return string();
+    return copy;
 }
 
 const char* Statement::getText(int column) const
@@ -438,7 +439,7 @@ bool Statement::read(Record& record) const
     if (!_isOnRow)
         return fail(SQLITE_MISUSE, "there is no row");
     const int count = record.columnCount();
-    if (count != sqlite3_data_count(_handle))
+    if (count != columnCount())
         return fail(SQLITE_MISMATCH, "the record has not as many cells as the row");
     try {
         for (int i = 0; i < count; ++i)
@@ -457,12 +458,13 @@ bool Statement::readCell(int column, Value& cell) const
 {
     const field_type type = cell.getType();
     if (type != type_text) {
-        switch (sqlite3_column_type(_handle, column)) {
+        sqlite3_value* const stored = sqlite3_column_value(_handle, column);
+        switch (sqlite3_value_type(stored)) {
             case SQLITE_INTEGER:
-                cell.setInteger(getInteger(column));
+                cell.setInteger(sqlite3_value_int64(stored));
                 return true;
             case SQLITE_FLOAT: {
-                const StoredDouble number(getDouble(column));
+                const StoredDouble number(sqlite3_value_double(stored));
                 if (!number.text())
                     break;
                 cell.setValue(number.text(), type);

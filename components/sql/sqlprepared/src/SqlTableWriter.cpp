@@ -140,9 +140,12 @@ bool TableWriter::take(const Record& record)
     try {
         if (!hasColumnsOf(record))
             return fail(SQLITE_MISMATCH, "the record has other columns than the table");
-        for (size_t i = 0; i < _row.size(); ++i)
-            if (!_row[i].take(*record.getValue(static_cast<int>(i))))
-                return failForNoNumber(static_cast<int>(i));
+        int column = 0;
+        for (Cell& cell : _row) {
+            if (!cell.take(*record.getValue(column)))
+                return failForNoNumber(column);
+            ++column;
+        }
         return true;
     } catch (const std::exception&) {
         return withoutMemory();
@@ -197,7 +200,7 @@ SQLW_COLD bool TableWriter::failForNoNumber(int column)
 
 // Writing
 
-int TableWriter::Cell::bind(sqlite3_stmt* handle, int parameter) const
+inline int TableWriter::Cell::bind(sqlite3_stmt* handle, int parameter) const
 {
     switch (kind) {
         case Kind::null:

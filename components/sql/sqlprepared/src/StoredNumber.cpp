@@ -13,46 +13,49 @@ namespace sql
 static const double tooLarge = 1e5;
 static const double least = 1e-3;
 
-// The number of units; -1 when it is not a whole one.
-static integer shiftedBy(double unit, double magnitude)
-{
-    const integer shifted =
-        static_cast<integer>(magnitude * unit + 0.5); // NOLINT(bugprone-incorrect-roundings)
-    // Rounded once, so that equal means nearest, whichever way the sum above was rounded.
-    return static_cast<double>(shifted) / unit == magnitude ? shifted : -1;
-}
-
 StoredDouble::StoredDouble(double number) : _first(nullptr)
 {
     const double magnitude = std::fabs(number);
     const bool isZero = magnitude == 0.0 && !std::signbit(number);
     if (FLT_EVAL_METHOD != 0 || !(isZero || (magnitude >= least && magnitude < tooLarge)))
         return;
+    const bool isWritten = write(magnitude, 1e2, 2) || write(magnitude, 1e8, 8);
+    if (isWritten && number < 0.0)
+        *--_first = '-';
+}
 
-    int decimals = 2; // of most numbers
-    integer shifted = shiftedBy(1e2, magnitude);
-    if (shifted < 0) {
-        decimals = 8;
-        shifted = shiftedBy(1e8, magnitude);
-        if (shifted < 0)
-            return;
-    }
+// What is added to it loses its fraction.
+static const double withoutFraction = 4503599627370496.0; // 2^52
+
+// Divides numbers of 32 bits, because many processors are slow with larger ones.
+bool StoredDouble::write(double magnitude, double unit, int decimals)
+{
+    const int wholes = static_cast<int>(magnitude);
+    const double parts = (magnitude - wholes) * unit + withoutFraction - withoutFraction;
+    // Rounded once, so that equal means nearest, whichever way the parts were rounded.
+    if ((wholes * unit + parts) / unit != magnitude)
+        return false;
+
     // From the last digit to the first, without zeros after the first decimal.
-    char* next = _bytes + sizeof(_bytes);
-    *--next = '\0';
-    char* const end = next;
-    for (; decimals >= 0 || shifted != 0; --decimals) {
-        if (decimals == 0)
-            *--next = '.';
-        const integer tenth = shifted / 10;
-        const integer digit = shifted - 10 * tenth;
-        shifted = tenth;
-        if (digit != 0 || next != end || decimals <= 1)
+    char* const end = _bytes + sizeof(_bytes) - 1;
+    char* next = end;
+    *end = '\0';
+    unsigned rest = static_cast<unsigned>(static_cast<int>(parts));
+    for (; decimals > 0; --decimals) {
+        const unsigned tenth = rest / 10;
+        const unsigned digit = rest - 10 * tenth;
+        if (digit != 0 || next != end || decimals == 1)
             *--next = static_cast<char>('0' + digit);
+        rest = tenth;
     }
-    if (number < 0.0)
-        *--next = '-';
+    *--next = '.';
+    rest = static_cast<unsigned>(wholes);
+    do {
+        *--next = static_cast<char>('0' + rest % 10);
+        rest /= 10;
+    } while (rest != 0);
     _first = next;
+    return true;
 }
 
 // Up to fifteen digits are exact in a double, and so is a power of ten: their quotient is rounded

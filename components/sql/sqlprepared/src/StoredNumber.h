@@ -19,8 +19,10 @@ public:
     const char* text() const { return _first; }
 
 private:
-    char _bytes[24]; // a sign, nine digits at least, a point, and the end
-    const char* _first;
+    bool write(double magnitude, double unit, int decimals);
+
+    char _bytes[16]; // a sign, five digits, a point, eight digits, and the end
+    char* _first;
 };
 
 /// A text that is to be stored in a number column: what to bind, so that the file gets the bytes
