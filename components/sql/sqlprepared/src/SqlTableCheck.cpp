@@ -372,9 +372,10 @@ void Check::compareWith(sqlite3* db)
 void Check::findTable(sqlite3* db, string& name)
 {
     Statement statement;
-    if (statement.prepare(db,
-                          "select name, type = 'view' from sqlite_master where name = ?1 collate "
-                          "nocase and type in ('table', 'view')"))
+    string sql;
+    sql += "select name, type = 'view' from sqlite_master where name = ?1 collate nocase "
+           "and type in ('table', 'view')";
+    if (statement.prepare(db, sql))
         statement.bindString(1, _table);
     bool isView = false;
     if (hasRow(statement)) {
