@@ -17,3 +17,10 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
     platform::setTraceLevel(9);
     return 0;
 }
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    FuzzedDataProvider input(data, size);
+    fuzz::tryInput(input);
+    return 0;
+}

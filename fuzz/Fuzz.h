@@ -16,6 +16,9 @@
 namespace fuzz
 {
 
+/// What a harness does with an input.
+void tryInput(FuzzedDataProvider& input);
+
 /// What must hold for every input.
 inline void require(bool holds, const char* what)
 {

@@ -45,19 +45,17 @@ void use(sql::Database& database)
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void fuzz::tryInput(FuzzedDataProvider& input)
 {
     static const std::string path = "/dev/shm/sqlwrapper-fuzz-" + std::to_string(getpid()) + ".db";
-    std::ofstream(path, std::ios::binary)
-        .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
+    std::ofstream(path, std::ios::binary) << input.ConsumeRemainingBytesAsString();
     {
         sql::Database database;
-        fuzz::require(database.open(path, sql::Database::read_write, false, 0), "opened");
+        require(database.open(path, sql::Database::read_write, false, 0), "opened");
         int steps = 0;
         sqlite3_progress_handler(database.getHandle(), 1000, giveUp, &steps);
         use(database);
     }
     unlink(path.c_str());
     unlink((path + "-journal").c_str());
-    return 0;
 }

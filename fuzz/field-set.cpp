@@ -2,9 +2,8 @@
 
 #include "Fuzz.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void fuzz::tryInput(FuzzedDataProvider& input)
 {
-    FuzzedDataProvider input(data, size);
     std::vector<sql::Field> fields;
     while (input.remaining_bytes() > 0 && fields.size() < 20)
         fields.emplace_back(input.ConsumeRandomLengthString(12),
@@ -25,12 +24,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
 
     sql::FieldSet set(nullptr);
-    fuzz::require(set.initFieldSet(fields.data()) == (key && !wrongKey), "valid or not");
-    fuzz::require(set.count() == (wrongKey ? 0 : described), "kept, or emptied");
+    require(set.initFieldSet(fields.data()) == (key && !wrongKey), "valid or not");
+    require(set.count() == (wrongKey ? 0 : described), "kept, or emptied");
     for (int i = 0; i < set.count(); ++i) {
-        fuzz::require(set.getByIndex(i)->getIndex() == i, "numbered");
+        require(set.getByIndex(i)->getIndex() == i, "numbered");
         const sql::Field* found = set.getByName(set.getByIndex(i)->getName());
-        fuzz::require(found && found->getIndex() <= i, "found by name");
+        require(found && found->getIndex() <= i, "found by name");
         found->dump();
     }
     set.getDefinition();
@@ -38,7 +37,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     set.dump();
     set.getKeyIdName();
     const sql::FieldSet vectorMade(fields);
-    fuzz::require(vectorMade.count() == static_cast<int>(fields.size()),
-                  "a vector is taken as it is");
-    return 0;
+    require(vectorMade.count() == static_cast<int>(fields.size()), "a vector is taken as it is");
 }

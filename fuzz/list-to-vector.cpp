@@ -31,13 +31,11 @@ static std::vector<std::string> split(const std::string& list, const std::string
     return items;
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void fuzz::tryInput(FuzzedDataProvider& input)
 {
-    FuzzedDataProvider input(data, size);
-    const std::string delimiters = fuzz::upToNul(input.ConsumeRandomLengthString(8));
+    const std::string delimiters = upToNul(input.ConsumeRandomLengthString(8));
     const std::string list = input.ConsumeRemainingBytesAsString();
     std::vector<sql::string> items(3, "left from before");
     sql::listToVector(list, items, delimiters.c_str());
-    fuzz::require(items == split(fuzz::upToNul(list), delimiters), "items as split plainly");
-    return 0;
+    require(items == split(upToNul(list), delimiters), "items as split plainly");
 }

@@ -24,7 +24,7 @@ static void fill(sql::Record& record, FuzzedDataProvider& input)
     record.setTime("created", sql::Time(input.ConsumeIntegral<std::int32_t>()));
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void fuzz::tryInput(FuzzedDataProvider& input)
 {
     static sql::Database database;
     static sql::Table table("item");
@@ -34,7 +34,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         table.create();
     }
 
-    FuzzedDataProvider input(data, size);
     sql::Record record(table.fields());
     const auto id = input.ConsumeIntegral<long long>();
     record.setInteger("id", id);
@@ -42,18 +41,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text = record.getValue("name")->asString();
     const bool whole = text.find('\0') == std::string::npos; // a NUL byte ends a statement
     table.truncate();
-    fuzz::require(table.addRecord(record) == whole, "added");
+    require(table.addRecord(record) == whole, "added");
     if (!whole)
-        return 0;
+        return;
 
     const sql::Record* read = table.getRecordByKeyId(id);
-    fuzz::require(read != nullptr, "found");
-    fuzz::require(read->equalsColumnValue(&record, "name"), "the name comes back");
-    fuzz::require(read->equalsColumnValue(&record, "active"), "the truth comes back");
-    fuzz::require(read->getValue("created")->asInteger() == record.getValue("created")->asInteger(),
-                  "the time comes back");
+    require(read != nullptr, "found");
+    require(read->equalsColumnValue(&record, "name"), "the name comes back");
+    require(read->equalsColumnValue(&record, "active"), "the truth comes back");
+    require(read->getValue("created")->asInteger() == record.getValue("created")->asInteger(),
+            "the time comes back");
     fill(record, input);
     if (record.getValue("name")->asString().find('\0') == std::string::npos)
-        fuzz::require(table.updateRecord(record), "updated");
-    return 0;
+        require(table.updateRecord(record), "updated");
 }

@@ -24,10 +24,9 @@ private:
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void fuzz::tryInput(FuzzedDataProvider& input)
 {
     static sqltest::BothWays byInteger(sql::type_int), byText(sql::type_text);
-    FuzzedDataProvider input(data, size);
     FuzzedChoices choices(input);
     sqltest::BothWays& ways = input.ConsumeBool() ? byInteger : byText;
     ways.clear();
@@ -36,6 +35,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         difference = ways.write(choices);
     if (difference.empty())
         difference = ways.difference();
-    fuzz::require(difference.empty(), difference.c_str());
-    return 0;
+    require(difference.empty(), difference.c_str());
 }

@@ -126,9 +126,8 @@ void remove(fuzz::Compared& compared, const Texts& texts, sql::Table& table)
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void fuzz::tryInput(FuzzedDataProvider& input)
 {
-    FuzzedDataProvider input(data, size);
     const Texts texts(input);
     const sql::Field fields[] = {
         sql::Field(texts.column, sql::type_text, sql::flag_primary_key),
@@ -141,5 +140,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     write(compared, texts, table);
     read(compared, texts, table);
     remove(compared, texts, table);
-    return 0;
 }

@@ -27,9 +27,8 @@ void requireFormat(const std::string& text, std::time_t seconds, const char* pat
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void fuzz::tryInput(FuzzedDataProvider& input)
 {
-    FuzzedDataProvider input(data, size);
     std::int64_t numbers[5];
     for (std::int64_t& number : numbers)
         number = input.ConsumeIntegral<long long>();
@@ -43,15 +42,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (int i = 0; i < 5; ++i)
         sum += static_cast<std::uint64_t>(numbers[i]) * factors[i];
     const auto seconds = static_cast<std::time_t>(sum);
-    fuzz::require(time.getTime() == seconds && time.asInteger() == seconds, "the sum");
+    require(time.getTime() == seconds && time.asInteger() == seconds, "the sum");
 
-    const std::string pattern = fuzz::upToNul(input.ConsumeRemainingBytesAsString());
+    const std::string pattern = upToNul(input.ConsumeRemainingBytesAsString());
     requireFormat(time.format(pattern.c_str()), seconds, pattern.c_str());
     requireFormat(time.asString(), seconds, "%d-%m-%Y %H:%M:%S, %a");
     requireFormat(time.asDateString(), seconds, "%d-%m-%Y");
     requireFormat(time.asTimeString(), seconds, "%H:%M:%S");
     sql::Time first(numbers[0]);
-    fuzz::require(time.diff(first) == std::difftime(seconds, numbers[0]), "the difference");
-    fuzz::require(time == first, "any two times are equal");
-    return 0;
+    require(time.diff(first) == std::difftime(seconds, numbers[0]), "the difference");
+    require(time == first, "any two times are equal");
 }

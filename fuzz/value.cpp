@@ -52,9 +52,8 @@ static void set(sql::Value& value, FuzzedDataProvider& input)
     }
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void fuzz::tryInput(FuzzedDataProvider& input)
 {
-    FuzzedDataProvider input(data, size);
     sql::Value value(static_cast<sql::field_type>(input.ConsumeIntegralInRange(0, 4)));
     sql::Value other(static_cast<sql::field_type>(input.ConsumeIntegralInRange(0, 4)));
     while (input.remaining_bytes() > 0) {
@@ -64,8 +63,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const double number = value.asDouble();
         if (value.getType() != sql::type_time) {
             const double expected = std::strtod(text.c_str(), nullptr);
-            fuzz::require(number == expected || (std::isnan(number) && std::isnan(expected)),
-                          "asDouble reads as strtod");
+            require(number == expected || (std::isnan(number) && std::isnan(expected)),
+                    "asDouble reads as strtod");
         }
         value.toString();
         value.dump(true);
@@ -73,7 +72,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         value.toSql(sql::type_int);
         value.equals(other);
         sql::Value copy(value);
-        fuzz::require(copy.toSql(sql::type_text) == value.toSql(sql::type_text), "a copy is equal");
+        require(copy.toSql(sql::type_text) == value.toSql(sql::type_text), "a copy is equal");
     }
-    return 0;
 }
