@@ -86,11 +86,11 @@ class Programs:
                          env=self.environment))
 
     def memory(self, contestant, path, items=1):
-        return int(run([self.folder / "bench_memory", contestant, path, items],
+        return int(run([self.folder / "bench_run", "--memory", contestant, path, items],
                        env=self.environment))
 
     def make_table(self, path, rows, items=1):
-        run([self.folder / "bench_memory", "--make", path, rows, items])
+        run([self.folder / "bench_run", "--make", path, rows, items])
 
     def instructions(self, *arguments, **options):
         return self.profile(*arguments, **options).total

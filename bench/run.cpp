@@ -1,18 +1,24 @@
 // One run of one workload of one contestant:
 //
 //     bench_run CONTESTANT WORKLOAD PATH ROWS [ITEMS_PER_ROW [TRACE_LEVEL]]
+//     bench_run --make PATH ROWS ITEMS_PER_ROW
+//     bench_run --memory CONTESTANT PATH ITEMS_PER_ROW
 //     bench_run --about
 //     bench_run --list
 //
 // A row holds one item where nothing else is said, and the platform has no trace level. Prints the
 // seconds of processor time that the measured part took. The instructions of that part are counted
 // by callgrind, started with --instr-atstart=no, or by the emulator of another processor, with the
-// plugin of this folder. --about prints what all figures depend on, --list the contestants and the
-// workloads.
+// plugin of this folder.
+//
+// --make makes a table, and --memory prints by how many bytes the resident set grows while a whole
+// table is read: the process that reads it has had no use for memory before. --about prints what
+// all figures depend on, --list the contestants and the workloads.
 
 #include <cstdio>
 #include <ctime>
 #include <exception>
+#include <fstream>
 
 #include <sqlite3.h>
 #include <sys/utsname.h>
@@ -30,15 +36,17 @@
 namespace
 {
 
+using namespace bench;
+using Arguments = std::vector<std::string>;
+
 // A call that does nothing, at which the plugin notes how many instructions have run.
 void markForEmulator()
 {
     ::close(-77);
 }
 
-double run(const std::vector<std::string>& arguments)
+double run(const Arguments& arguments)
 {
-    using namespace bench;
     const Workload& work = workload(arguments[1]);
     const std::size_t itemsPerRow = arguments.size() > 4 ? std::stoul(arguments[4]) : 1;
     const Data data(std::stoul(arguments[3]), itemsPerRow, arguments[2]);
@@ -60,6 +68,33 @@ double run(const std::vector<std::string>& arguments)
     return static_cast<double>(end - begin) / CLOCKS_PER_SEC;
 }
 
+void make(const std::string& path, std::size_t rows, std::size_t itemsPerRow)
+{
+    const Data data(rows, itemsPerRow, path);
+    const std::unique_ptr<Contestant> floor = contestant("floor").make(itemsPerRow);
+    floor->open(path);
+    workload("read-all").prepare(*floor, data);
+}
+
+long residentBytes()
+{
+    std::ifstream statistics("/proc/self/statm");
+    long total = 0;
+    long resident = 0;
+    statistics >> total >> resident;
+    return resident * sysconf(_SC_PAGESIZE);
+}
+
+long growthOfReading(const std::string& name, const std::string& path, std::size_t itemsPerRow)
+{
+    const std::unique_ptr<Contestant> reader = contestant(name).make(itemsPerRow);
+    reader->open(path);
+    reader->has(0); // SQLite reads the schema
+    const long before = residentBytes();
+    require(reader->readAll().items > 0, "no rows were read");
+    return residentBytes() - before;
+}
+
 void printAbout()
 {
     utsname system;
@@ -69,10 +104,30 @@ void printAbout()
 
 void printList()
 {
-    for (const bench::Entry& entry : bench::contestants())
+    for (const Entry& entry : contestants())
         std::printf("contestant %s\n", entry.name);
-    for (const bench::Workload& work : bench::workloads())
+    for (const Workload& work : workloads())
         std::printf("workload %s\n", work.name);
+}
+
+// Whether the arguments ask for something that there is.
+bool obey(const Arguments& arguments)
+{
+    const std::size_t count = arguments.size();
+    const std::string what = count > 0 ? arguments[0] : "";
+    if (count == 1 && what == "--about")
+        printAbout();
+    else if (count == 1 && what == "--list")
+        printList();
+    else if (count == 4 && what == "--make")
+        make(arguments[1], std::stoul(arguments[2]), std::stoul(arguments[3]));
+    else if (count == 4 && what == "--memory")
+        std::printf("%ld\n", growthOfReading(arguments[1], arguments[2], std::stoul(arguments[3])));
+    else if (count >= 4 && count <= 6)
+        std::printf("%.6f\n", run(arguments));
+    else
+        return false;
+    return true;
 }
 
 } // namespace
@@ -80,19 +135,10 @@ void printList()
 int main(int count, char** arguments)
 {
     try {
-        if (count == 2 && std::string(arguments[1]) == "--about") {
-            printAbout();
-        } else if (count == 2 && std::string(arguments[1]) == "--list") {
-            printList();
-        } else if (count >= 5 && count <= 7) {
-            std::printf("%.6f\n", run({arguments + 1, arguments + count}));
-        } else {
-            std::fprintf(stderr,
-                         "usage: %s CONTESTANT WORKLOAD PATH ROWS [ITEMS_PER_ROW [TRACE_LEVEL]]\n"
-                         "       %s --about | --list\n",
-                         arguments[0], arguments[0]);
-            return 2;
-        }
+        if (obey({arguments + 1, arguments + count}))
+            return 0;
+        std::fprintf(stderr, "%s: wrong arguments; see the head of run.cpp\n", arguments[0]);
+        return 2;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());
         return 1;
