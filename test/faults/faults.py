@@ -117,7 +117,7 @@ def run_all(wanted, mode):
 
 
 def main():
-    parser = argparse.ArgumentParser(prog="scripts/faults", description=__doc__,
+    parser = argparse.ArgumentParser(prog="faults", usage=argparse.SUPPRESS, description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     mode = parser.add_mutually_exclusive_group()
     mode.add_argument("--quick", action="store_const", const="--quick", dest="mode")

@@ -129,7 +129,7 @@ def chosen(args, mutants):
 
 
 def arguments():
-    parser = argparse.ArgumentParser(prog="scripts/mutation", description=__doc__,
+    parser = argparse.ArgumentParser(prog="mutation", usage=argparse.SUPPRESS, description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     which = parser.add_mutually_exclusive_group()
     which.add_argument("--full", action="store_true")
