@@ -204,8 +204,10 @@ bool Statement::isReady()
 
 SQLW_COLD bool Statement::makeReady()
 {
-    if (!_handle)
+    if (!_handle) {
+        _changes = 0;
         return fail(SQLITE_MISUSE, "no statement is prepared");
+    }
     reset();
     return succeed();
 }
@@ -322,11 +324,13 @@ void Statement::reset()
 
 bool Statement::find(integer key)
 {
+    _changes = 0;
     return bindInteger(1, key) && next();
 }
 
 bool Statement::find(const string& key)
 {
+    _changes = 0;
     if (!isReady())
         return false;
     try {

@@ -355,6 +355,17 @@ TEST_F(StatementTest, ChangesAreNoneAfterAFailure)
     EXPECT_EQ(1, statement.changes());
     EXPECT_FALSE(statement.run());
     EXPECT_EQ(0, statement.changes());
+    EXPECT_TRUE(prepare("delete from item"));
+    EXPECT_TRUE(statement.run());
+    EXPECT_EQ(4, statement.changes());
+    EXPECT_FALSE(statement.find(1)); // there is no such parameter
+    EXPECT_EQ(0, statement.changes());
+    EXPECT_TRUE(prepare("insert into item (id) values (1)"));
+    EXPECT_TRUE(statement.run());
+    statement.close();
+    EXPECT_EQ(1, statement.changes());
+    EXPECT_FALSE(statement.run());
+    EXPECT_EQ(0, statement.changes());
 }
 
 TEST_F(StatementTest, ChangesOfAWriteThatReturnsRowsComeWithTheEnd)
