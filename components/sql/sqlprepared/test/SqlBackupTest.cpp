@@ -261,4 +261,64 @@ TEST_P(ClosedTooEarlyTest, StaysOpenUntilTheCopyEnds)
 
 INSTANTIATE_TEST_SUITE_P(DestinationAndSource, ClosedTooEarlyTest, ::testing::Bool());
 
+TEST_F(BackupTest, StepOfNoPagesCountsThem)
+{
+    sql::Backup backup(copy.db, mine.db);
+    EXPECT_TRUE(backup.step(0));
+    EXPECT_EQ(pages(mine), backup.pageCount());
+    EXPECT_EQ(pages(mine), backup.remaining());
+    EXPECT_FALSE(backup.isDone());
+}
+
+TEST_F(BackupTest, CopiesFromAWriteAheadLog)
+{
+    mine.run("pragma journal_mode = wal; insert into item (name) values ('in the log')");
+    sql::Backup backup(copy.db, mine.db);
+    EXPECT_TRUE(backup.step(1));
+    other.run("insert into item (name) values ('while it is copied')");
+    EXPECT_FALSE(backup.step(-1));
+    EXPECT_TRUE(backup.isDone());
+    EXPECT_EQ("1002", rows(copy));
+}
+
+TEST_F(BackupTest, EmptyDatabaseIsCopiedAsWell)
+{
+    sql::Backup backup(mine.db, copy.db);
+    EXPECT_FALSE(backup.step(1));
+    EXPECT_TRUE(backup.isDone());
+    EXPECT_EQ("0", mine.cell("select count(*) from sqlite_master"));
+}
+
+TEST_F(BackupTest, WriteOfTheSourceConnectionIsToBeWaitedFor)
+{
+    mine.run("begin; insert into item (name) values ('not committed')");
+    sql::Backup backup(copy.db, mine.db);
+    EXPECT_TRUE(backup.step(-1));
+    EXPECT_TRUE(backup.isBusy());
+    mine.run("commit");
+    EXPECT_FALSE(backup.step(-1));
+    EXPECT_EQ("1001", rows(copy));
+}
+
+TEST_F(BackupTest, DestinationThatReadsOrWritesIsRefused)
+{
+    copy.run("create table own (n); begin; insert into own values (1)");
+    sql::Backup backup(copy.db, mine.db);
+    EXPECT_EQ("1: destination database is in use", words(backup.error()));
+    EXPECT_FALSE(backup.step(-1));
+    EXPECT_FALSE(backup.isDone());
+    copy.run("commit");
+    EXPECT_EQ("1", copy.cell("select n from own"));
+}
+
+TEST_F(BackupTest, DestinationInMemoryNeedsTheSamePageSize)
+{
+    Connection small(":memory:");
+    small.run("pragma page_size = 1024; create table own (n)");
+    sql::Backup backup(small.db, mine.db);
+    EXPECT_FALSE(backup.step(-1));
+    EXPECT_EQ(SQLITE_READONLY, backup.error().code());
+    EXPECT_FALSE(backup.isDone());
+}
+
 } // namespace

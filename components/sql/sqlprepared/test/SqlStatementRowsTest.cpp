@@ -363,4 +363,72 @@ TEST_F(StatementTest, RowsTakeNoMemory)
     EXPECT_EQ(before, allocations());
 }
 
+// Whatever the database is like
+
+TEST_F(StatementTest, TextsOfADatabaseInUtf16AreReadInUtf8)
+{
+    Connection wide(":memory:");
+    wide.run("pragma encoding = 'UTF-16'; create table t (name text);"
+             "insert into t values ('\xc3\x96l')");
+    EXPECT_TRUE(statement.prepare(wide.db, "select name from t"));
+    ASSERT_TRUE(statement.next());
+    EXPECT_EQ(3, statement.getSize(0));
+    EXPECT_STREQ("\xc3\x96l", statement.getText(0));
+    statement.close();
+}
+
+TEST_F(StatementTest, PragmasAndExplanationsGiveRows)
+{
+    EXPECT_TRUE(prepare("pragma user_version"));
+    EXPECT_EQ("0", rows());
+    EXPECT_TRUE(prepare("pragma user_version = 7"));
+    EXPECT_TRUE(statement.run());
+    EXPECT_EQ("7", cell("pragma user_version"));
+    EXPECT_TRUE(prepare("explain delete from item"));
+    ASSERT_TRUE(statement.next());
+    EXPECT_EQ("Init", statement.getString("opcode"));
+    EXPECT_TRUE(statement.run());
+    EXPECT_EQ("3", cell("select count(*) from item"));
+}
+
+TEST_F(StatementTest, InterruptionEndsTheRun)
+{
+    EXPECT_TRUE(prepare("select id from item"));
+    ASSERT_TRUE(statement.next());
+    sqlite3_interrupt(db);
+    EXPECT_FALSE(statement.next());
+    EXPECT_EQ("9: interrupted", words(statement.error()));
+    EXPECT_EQ("1 2 3", rows());
+}
+
+TEST_F(StatementTest, CodesAreExtendedWhateverTheConnectionReturns)
+{
+    EXPECT_TRUE(prepare("insert into item (id) values (1)"));
+    for (int isExtended : {0, 1}) {
+        sqlite3_extended_result_codes(db, isExtended);
+        EXPECT_FALSE(statement.run());
+        EXPECT_EQ(19, statement.error().code());
+        EXPECT_EQ("1555: UNIQUE constraint failed: item.id", words(statement.error()));
+    }
+}
+
+class StatementInLogTest : public FileTest
+{
+};
+
+TEST_F(StatementInLogTest, OnARowItKeepsTheLogFromBeingEmptied)
+{
+    const std::string empty = "pragma wal_checkpoint(truncate)";
+    mine.run("pragma journal_mode = wal; create table item (id integer primary key);"
+             "insert into item values (1), (2)");
+    sql::Statement statement;
+    EXPECT_TRUE(statement.prepare(mine.db, "select id from item"));
+    ASSERT_TRUE(statement.next());
+    other.run("insert into item values (3)");
+    EXPECT_EQ("1", other.cell(empty)) << "busy";
+    EXPECT_TRUE(statement.next());
+    EXPECT_FALSE(statement.next()) << "as it was when the run began";
+    EXPECT_EQ("0", other.cell(empty));
+}
+
 } // namespace

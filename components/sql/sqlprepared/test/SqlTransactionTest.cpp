@@ -213,6 +213,46 @@ TEST_F(TransactionTest, CommitThatFindsALockStaysOpenAndCanBeTriedAgain)
     EXPECT_EQ("1", ids());
 }
 
+TEST_F(TransactionTest, WriteThatIsOnARowKeepsItOpen)
+{
+    if (sqlite3_libversion_number() < 3035000)
+        GTEST_SKIP() << "without RETURNING";
+    sql::Statement write;
+    EXPECT_TRUE(write.prepare(mine.db, "insert into item values (1), (2) returning id"));
+    sql::Transaction transaction(mine.db);
+    ASSERT_TRUE(write.next());
+    EXPECT_FALSE(transaction.commit());
+    EXPECT_TRUE(transaction.isOpen());
+    EXPECT_EQ("5: cannot commit transaction - SQL statements in progress",
+              words(transaction.error()));
+    write.reset();
+    EXPECT_TRUE(transaction.commit());
+    EXPECT_EQ("1 2", ids());
+}
+
+TEST_F(TransactionTest, ReaderGoesOnAfterARollbackUnlessTheSchemaChanged)
+{
+    for (int id : {1, 2, 3})
+        insert(id);
+    sql::Statement reader;
+    EXPECT_TRUE(reader.prepare(mine.db, "select id from item"));
+    ASSERT_TRUE(reader.next());
+    {
+        sql::Transaction transaction(mine.db);
+        insert(4);
+    }
+    ASSERT_TRUE(reader.next());
+    EXPECT_EQ(2, reader.getInteger(0));
+    {
+        sql::Transaction transaction(mine.db);
+        mine.run("create table another (n)");
+    }
+    EXPECT_FALSE(reader.next());
+    EXPECT_EQ("516: abort due to ROLLBACK", words(reader.error()));
+    ASSERT_TRUE(reader.next());
+    EXPECT_EQ(1, reader.getInteger(0));
+}
+
 TEST_F(TransactionTest, ForeignKeyThatFailsAtCommitLeavesItOpen)
 {
     mine.run("pragma foreign_keys = on; create table part (item references item(id) "

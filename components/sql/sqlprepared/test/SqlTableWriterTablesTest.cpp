@@ -1,0 +1,139 @@
+#include "SqlTableWriter.h"
+
+#include <limits>
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include "support/Items.h"
+
+using namespace sqltest;
+
+namespace
+{
+
+const sql::integer smallest = std::numeric_limits<sql::integer>::min();
+const sql::integer largest = std::numeric_limits<sql::integer>::max();
+
+// Where the table is
+
+class NamedTableTest : public TableWriterTest, public ::testing::WithParamInterface<const char*>
+{
+};
+
+TEST_P(NamedTableTest, IsWrittenAndErased)
+{
+    const std::string table = GetParam();
+    run("attach ':memory:' as more");
+    run("create table " + table + " (id INTEGER PRIMARY KEY, name TEXT)");
+    const sql::Field fields[] = {itemFields[0], itemFields[1], sql::Field()};
+    sql::Table named(db, table, fields);
+    sql::TableWriter own(named);
+    own.setInteger(0, 7);
+    EXPECT_TRUE(own.upsert());
+    own.setString(1, "Screw");
+    EXPECT_TRUE(own.upsert());
+    EXPECT_TRUE(own.update());
+    EXPECT_EQ("7 Screw", cell("select id || ' ' || name from " + table));
+    EXPECT_TRUE(own.erase(7));
+    EXPECT_EQ(1, own.changes());
+}
+
+INSTANTIATE_TEST_SUITE_P(Names, NamedTableTest,
+                         ::testing::Values("more.item", "temp.item", "\"two words\"", "[order]",
+                                           "\"%t and %n\""));
+
+TEST_F(TableWriterTest, TableOfAnotherConnectionIsWrittenThere)
+{
+    Connection another(":memory:");
+    setItem(7, "Screw");
+    EXPECT_TRUE(writer.insert());
+    items = sql::Table(another.db, "item", itemFields);
+    EXPECT_TRUE(items.create());
+    EXPECT_TRUE(writer.insert());
+    EXPECT_EQ("1 2 7", ids());
+    EXPECT_EQ("7", another.cell("select group_concat(id, ' ') from item"));
+    writer.close();
+}
+
+TEST_F(TableWriterTest, ColumnsOfTheFileMayBeMoreAndInAnotherOrder)
+{
+    run("drop table item; create table item (more default 'kept', made, active, price, name,"
+        " id integer primary key)");
+    setItem(7, "Screw");
+    EXPECT_TRUE(writer.insert());
+    run("update item set more = 'own'");
+    setItem(7, "Nail");
+    EXPECT_TRUE(writer.upsert());
+    EXPECT_EQ("Nail own", cell("select name || ' ' || more from item where id = 7"));
+}
+
+TEST_F(TableWriterTest, ColumnThatIsGoneIsAnErrorUntilItIsBack)
+{
+    if (sqlite3_libversion_number() < 3025000)
+        GTEST_SKIP() << "without RENAME COLUMN";
+    setItem(7, "Screw");
+    EXPECT_TRUE(writer.insert());
+    run("alter table item rename column price to cost");
+    EXPECT_FALSE(writer.update());
+    EXPECT_EQ("1: no such column: price", words(writer.error()));
+    run("alter table item rename column cost to price");
+    EXPECT_TRUE(writer.update());
+    EXPECT_EQ("none", words(writer.error()));
+}
+
+TEST_F(TableWriterTest, UpsertLeavesTheRowsThatReferToIt)
+{
+    run("pragma foreign_keys = on;"
+        "create table stock (item references item (id) on delete cascade)");
+    run("insert into stock values (1)");
+    EXPECT_TRUE(writer.upsert(item(1, "Screw")));
+    EXPECT_EQ("1", cell("select count(*) from stock"));
+}
+
+// Which row was written
+
+TEST_F(TableWriterTest, InsertIdIsNotThatOfARowThatATriggerAdds)
+{
+    run("create table log (id integer primary key, text); insert into log (id) values (1000);"
+        "create trigger added after insert on item begin insert into log (text) values (1); end;"
+        "create trigger changed after update on item begin insert into log (text) values (2); end");
+    EXPECT_TRUE(writer.insert(item(7, "a")));
+    EXPECT_EQ(7, writer.insertId());
+    setItem(0, "b");
+    writer.setNull(0);
+    EXPECT_TRUE(writer.upsert());
+    EXPECT_EQ(8, writer.insertId());
+    EXPECT_TRUE(writer.upsert(item(7, "c")));
+    EXPECT_EQ(7, writer.insertId());
+    EXPECT_EQ("1003", cell("select max(id) from log"));
+}
+
+TEST_F(TableWriterTest, WritersOfOneTableCountForThemselves)
+{
+    sql::TableWriter second(items);
+    EXPECT_TRUE(writer.insert(item(7, "a")));
+    EXPECT_TRUE(second.insert(item(8, "b")));
+    EXPECT_TRUE(second.erase(9));
+    EXPECT_EQ(7, writer.insertId());
+    EXPECT_EQ(1, writer.changes());
+    EXPECT_EQ(8, second.insertId());
+    EXPECT_EQ(0, second.changes());
+}
+
+TEST_F(TableWriterTest, KeysAndTimesReachTheLimitsOf64Bits)
+{
+    for (const sql::integer limit : {smallest, largest}) {
+        setItem(limit, "Screw");
+        writer.setTime(4, sql::Time(limit));
+        EXPECT_TRUE(writer.insert());
+        EXPECT_EQ(limit, writer.insertId());
+        EXPECT_TRUE(writer.update());
+        EXPECT_EQ(1, writer.changes());
+        EXPECT_EQ("1", cell("select count(*) from item where made = id"));
+        EXPECT_TRUE(writer.erase(limit));
+        EXPECT_EQ(1, writer.changes());
+    }
+}
+
+} // namespace
