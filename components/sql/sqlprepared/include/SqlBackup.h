@@ -11,13 +11,14 @@ struct sqlite3_backup;
 namespace sql
 {
 
-/// Copies a whole database over another, some pages at a time. Between two steps others may read
-/// and write the source: what is written through the source connection itself is copied along, and
-/// a write through any other connection makes the next step begin again.
+/// Copies a whole database over another, some pages at a time; attached databases are not copied.
+/// Between two steps others may read and write the source: what is written through the source
+/// connection itself is copied along, and a write through any other connection makes the next step
+/// begin again.
 ///
 /// Borrows both connections, which outlive it. If one is closed before the copy has ended,
 /// `Database::close` reports an assertion and leaves it open. Nothing else may use the destination
-/// until then. Not copied. One thread at a time per connection.
+/// until then. Not copied, not moved. One thread at a time per connection. No operation throws.
 class Backup
 {
 public:
@@ -38,7 +39,8 @@ public:
 
     /// Whether the copy is complete.
     bool isDone() const { return _isDone; }
-    /// Whether the last step found a lock of another connection.
+    /// Whether the last step found a lock in the way: that of another connection, or of a write
+    /// transaction of the source connection itself.
     bool isBusy() const { return _isBusy; }
 
     /// The pages that are left, as the last step has counted them; 0 before the first step.

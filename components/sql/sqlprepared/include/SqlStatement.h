@@ -15,9 +15,9 @@ namespace sql
 /// One compiled statement, its parameters, and the row that it is on. Rows come one at a time, and
 /// none is kept.
 ///
-/// Borrows the connection. Close the statement before `Database::close`; otherwise that reports an
-/// assertion and leaves the connection open. Changes of the schema recompile the statement by
-/// themselves. Not copied, not moved. One thread at a time per connection, because changes and
+/// Borrows the connection. Close the statement before `Database::close`, which otherwise reports an
+/// assertion and leaves the connection open. SQLite compiles the statement again when the schema
+/// changes. Not copied, not moved. One thread at a time per connection, because changes and
 /// errors belong to the connection.
 ///
 /// A statement on a row holds a read lock: it keeps others from writing, a write-ahead log from
@@ -101,7 +101,9 @@ public:
     /// Runs the statement from its beginning to its end; rows are passed over.
     bool run();
 
-    /// Ends the run. The parameters stay.
+    /// Ends the run. The parameters stay. A write that returns rows is complete at its first row,
+    /// and is kept; when another connection is in the way, it is undone, and `error()` says why,
+    /// after ERROR lines.
     void reset();
 
     /// Runs a statement of `selectByKey`, or any other, with the key as `?1`, up to the first row.
@@ -114,7 +116,8 @@ public:
     bool find(const string& key, Record& record) { return find(key) && readAlone(record); }
 
     /// The rows that the last run added, changed or deleted; those that triggers changed do not
-    /// count. 0 after a failure, a read, and a statement that changes the schema.
+    /// count. 0 before the first run, during a run, and after a failure, a read, and a statement
+    /// that changes the schema.
     int changes() const { return _changes; }
 
     /// @}
@@ -150,8 +153,9 @@ public:
     string getString(int column) const;
     string getString(const string& name) const { return getString(column(name)); }
 
-    /// The text where SQLite keeps it, until the statement changes or the next row; null for NULL.
-    /// It ends in a NUL byte, which `getSize` does not count.
+    /// The text where SQLite keeps it: it is valid until the statement goes on, is bound, reset or
+    /// closed. It ends in a NUL byte, which `getSize` does not count. Null for NULL; also without
+    /// memory, where `isNull` is false and nothing is logged.
     const char* getText(int column) const;
     /// The size of that text, in bytes.
     int getSize(int column) const;
@@ -160,7 +164,8 @@ public:
     /// bytes come whole. Cells keep their types. A record that is used again takes no memory, as
     /// long as its texts do not grow.
     /// @return false with SQLITE_MISMATCH, and the record unchanged, when the numbers of cells and
-    ///         columns differ; false with SQLITE_MISUSE without a row.
+    ///         columns differ; with SQLITE_MISUSE without a row; with SQLITE_NOMEM without memory,
+    ///         and the record filled in part.
     bool read(Record& record) const;
 
     /// @}

@@ -18,29 +18,29 @@ struct Finding
 {
     /// What was found. Those up to `not_numbered` are of the description by itself.
     enum Kind : int {
-        no_columns,
-        no_key,
-        two_keys,
-        key_last,
-        key_only,
-        key_type,
-        text_key,
-        text_key_nullable,
-        name_twice,
-        name_reserved,
-        name_needs_quotes,
-        not_numbered,
-        no_table,
-        table_spelled_otherwise,
-        column_missing,
-        column_extra,
-        column_extra_not_null,
-        column_elsewhere,
-        affinity_differs,
-        not_null_differs,
-        unique_differs,
-        key_differs,
-        failed
+        no_columns,        ///< there are none
+        no_key,            ///< no column has `flag_primary_key`
+        two_keys,          ///< one finding for each key column after the first
+        key_last,          ///< a key is the last column
+        key_only,          ///< there are only key columns
+        key_type,          ///< a key is neither an integer nor a text
+        text_key,          ///< a key is a text
+        text_key_nullable, ///< a text that is a key lacks `flag_not_null`
+        name_twice,        ///< a column has the name of one before it, in whichever case
+        name_reserved,     ///< SQLite refuses the name of a column or of the table as a keyword
+        name_needs_quotes, ///< SQLite takes the name of a column or of the table only in quotes
+        not_numbered,      ///< the first column that does not have its position as its number
+        no_table,          ///< the file has no table of this name, in whichever case
+        table_spelled_otherwise, ///< the file has its name in other capitals
+        column_missing,          ///< a column is not in the file, or is generated there
+        column_extra,            ///< a column is only in the file
+        column_extra_not_null,   ///< likewise, and it is NOT NULL without a default
+        column_elsewhere,        ///< a column is in another position in the file
+        affinity_differs,        ///< the type in the file makes SQLite store other values
+        not_null_differs,        ///< a column is NOT NULL on one side only
+        unique_differs,          ///< a column is UNIQUE on one side only
+        key_differs,             ///< a column is a key on one side only
+        failed                   ///< the table could not be compared
     };
 
     Kind kind;     ///< what was found

@@ -17,7 +17,7 @@ namespace sql
 /// are stored whole, NUL bytes included. Cells set on the writer are stored exactly, without
 /// rounding to eight decimals.
 ///
-/// Borrows the table, which outlives it. Close the writer before `Database::close`; otherwise that
+/// Borrows the table, which outlives it. Close the writer before `Database::close`, which otherwise
 /// reports an assertion and leaves the connection open. When the table gets other columns, by
 /// `initTable` or by assignment, close the writer as well: it compiles for them then. Not copied,
 /// not moved. One thread at a time per connection.
@@ -81,7 +81,7 @@ public:
         }
     }
     void setInteger(const string& name, integer number) { setInteger(column(name), number); }
-    /// Sets a number, which is stored exactly.
+    /// Sets a number, which is stored exactly. SQLite drops the sign of -0.0.
     void setDouble(int column, double number)
     {
         if (Cell* const cell = cellAt(column)) {

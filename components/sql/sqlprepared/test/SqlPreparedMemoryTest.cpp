@@ -143,6 +143,8 @@ TEST_F(TextMemoryTest, TextThatSqliteCannotMakeIsEmptyAndAnError)
     hasNoMemoryForText = true;
     EXPECT_EQ("", statement.getString("name"));
     EXPECT_EQ("7: out of memory", words(statement.error()));
+    EXPECT_EQ(nullptr, statement.getText(1));
+    EXPECT_FALSE(statement.isNull(1));
     hasNoMemoryForText = false;
     EXPECT_EQ("Bolt", statement.getString("name"));
 }
@@ -160,8 +162,10 @@ TEST_F(TextMemoryTest, RecordWithATextThatSqliteCannotMakeIsNotRead)
 {
     sql::Record record(items.fields());
     hasNoMemoryForText = true;
+    takeDiagnostics();
     EXPECT_FALSE(statement.read(record));
-    EXPECT_EQ("7: out of memory", words(statement.error()));
+    expectFailure("select id, name, price, active, made from item",
+                  {7, "SQLITE_NOMEM", "out of memory"});
     hasNoMemoryForText = false;
     EXPECT_TRUE(statement.read(record));
     EXPECT_EQ("Bolt", record.getValue("name")->asString());
