@@ -25,27 +25,16 @@ sqlite3_file* inner(sqlite3_file* file)
     return reinterpret_cast<File*>(file)->inner;
 }
 
-int closeFile(sqlite3_file* file)
+// A call of the inner file that always reaches it.
+template <auto method, typename... Args> int pass(sqlite3_file* file, Args... args)
 {
-    return inner(file)->pMethods->xClose(inner(file));
+    return (inner(file)->pMethods->*method)(inner(file), args...);
 }
 
-int readFile(sqlite3_file* file, void* data, int size, sqlite3_int64 offset)
+// One that fails on demand.
+template <auto method, int error, typename... Args> int failing(sqlite3_file* file, Args... args)
 {
-    return injector.strikes() ? SQLITE_IOERR_READ
-                              : inner(file)->pMethods->xRead(inner(file), data, size, offset);
-}
-
-int writeFile(sqlite3_file* file, const void* data, int size, sqlite3_int64 offset)
-{
-    return injector.strikes() ? SQLITE_IOERR_WRITE
-                              : inner(file)->pMethods->xWrite(inner(file), data, size, offset);
-}
-
-int truncateFile(sqlite3_file* file, sqlite3_int64 size)
-{
-    return injector.strikes() ? SQLITE_IOERR_TRUNCATE
-                              : inner(file)->pMethods->xTruncate(inner(file), size);
+    return injector.strikes() ? error : pass<method>(file, args...);
 }
 
 // Nothing is really synced: that takes long, and these files need not survive a power cut.
@@ -54,48 +43,28 @@ int syncFile(sqlite3_file*, int)
     return injector.strikes() ? SQLITE_IOERR_FSYNC : SQLITE_OK;
 }
 
-int fileSize(sqlite3_file* file, sqlite3_int64* size)
+using io = sqlite3_io_methods;
+
+sqlite3_io_methods failingMethods()
 {
-    return injector.strikes() ? SQLITE_IOERR_FSTAT
-                              : inner(file)->pMethods->xFileSize(inner(file), size);
+    sqlite3_io_methods methods = {};
+    methods.iVersion = 1;
+    methods.xClose = pass<&io::xClose>;
+    methods.xRead = failing<&io::xRead, SQLITE_IOERR_READ>;
+    methods.xWrite = failing<&io::xWrite, SQLITE_IOERR_WRITE>;
+    methods.xTruncate = failing<&io::xTruncate, SQLITE_IOERR_TRUNCATE>;
+    methods.xSync = syncFile;
+    methods.xFileSize = failing<&io::xFileSize, SQLITE_IOERR_FSTAT>;
+    methods.xLock = failing<&io::xLock, SQLITE_IOERR_LOCK>;
+    methods.xUnlock = pass<&io::xUnlock>;
+    methods.xCheckReservedLock = failing<&io::xCheckReservedLock, SQLITE_IOERR_CHECKRESERVEDLOCK>;
+    methods.xFileControl = pass<&io::xFileControl>;
+    methods.xSectorSize = pass<&io::xSectorSize>;
+    methods.xDeviceCharacteristics = pass<&io::xDeviceCharacteristics>;
+    return methods;
 }
 
-int lockFile(sqlite3_file* file, int level)
-{
-    return injector.strikes() ? SQLITE_IOERR_LOCK
-                              : inner(file)->pMethods->xLock(inner(file), level);
-}
-
-int unlockFile(sqlite3_file* file, int level)
-{
-    return inner(file)->pMethods->xUnlock(inner(file), level);
-}
-
-int checkReservedLock(sqlite3_file* file, int* held)
-{
-    return injector.strikes() ? SQLITE_IOERR_CHECKRESERVEDLOCK
-                              : inner(file)->pMethods->xCheckReservedLock(inner(file), held);
-}
-
-int fileControl(sqlite3_file* file, int operation, void* argument)
-{
-    return inner(file)->pMethods->xFileControl(inner(file), operation, argument);
-}
-
-int sectorSize(sqlite3_file* file)
-{
-    return inner(file)->pMethods->xSectorSize(inner(file));
-}
-
-int characteristics(sqlite3_file* file)
-{
-    return inner(file)->pMethods->xDeviceCharacteristics(inner(file));
-}
-
-sqlite3_io_methods methods = {
-    1,        closeFile,  readFile,          writeFile,   truncateFile, syncFile,        fileSize,
-    lockFile, unlockFile, checkReservedLock, fileControl, sectorSize,   characteristics, nullptr,
-    nullptr,  nullptr,    nullptr,           nullptr,     nullptr};
+const sqlite3_io_methods methods = failingMethods();
 
 int openFile(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* outFlags)
 {
