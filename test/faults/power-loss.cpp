@@ -144,11 +144,6 @@ std::string baseName(const char* path)
     return fs::path(path).filename().string();
 }
 
-int closeFile(sqlite3_file*)
-{
-    return SQLITE_OK;
-}
-
 int readFile(sqlite3_file* file, void* data, int size, sqlite3_int64 offset)
 {
     if (!disk.readable())
@@ -200,36 +195,26 @@ int fileSize(sqlite3_file* file, sqlite3_int64* size)
     return disk.readable() ? SQLITE_OK : SQLITE_IOERR_FSTAT;
 }
 
-int lockFile(sqlite3_file*, int)
+sqlite3_io_methods methodsOfDisk()
 {
-    return SQLITE_OK;
+    sqlite3_io_methods methods = {};
+    methods.iVersion = 1;
+    methods.xClose = [](sqlite3_file*) { return SQLITE_OK; };
+    methods.xRead = readFile;
+    methods.xWrite = writeFile;
+    methods.xTruncate = truncateFile;
+    methods.xSync = syncFile;
+    methods.xFileSize = fileSize;
+    methods.xLock = methods.xUnlock = [](sqlite3_file*, int) { return SQLITE_OK; };
+    methods.xCheckReservedLock = [](sqlite3_file*, int* held) { return *held = 0; };
+    methods.xFileControl = [](sqlite3_file*, int, void*) { return SQLITE_NOTFOUND; };
+    methods.xSectorSize = [](sqlite3_file*) { return 512; };
+    // SQLite's default assumption about disks.
+    methods.xDeviceCharacteristics = [](sqlite3_file*) { return SQLITE_IOCAP_POWERSAFE_OVERWRITE; };
+    return methods;
 }
 
-int checkReservedLock(sqlite3_file*, int* held)
-{
-    *held = 0;
-    return SQLITE_OK;
-}
-
-int fileControl(sqlite3_file*, int, void*)
-{
-    return SQLITE_NOTFOUND;
-}
-
-int sectorSize(sqlite3_file*)
-{
-    return 512;
-}
-
-int characteristics(sqlite3_file*)
-{
-    return SQLITE_IOCAP_POWERSAFE_OVERWRITE; // SQLite's default assumption about disks
-}
-
-sqlite3_io_methods methods = {
-    1,        closeFile, readFile,          writeFile,   truncateFile, syncFile,        fileSize,
-    lockFile, lockFile,  checkReservedLock, fileControl, sectorSize,   characteristics, nullptr,
-    nullptr,  nullptr,   nullptr,           nullptr,     nullptr};
+const sqlite3_io_methods methods = methodsOfDisk();
 
 int openFile(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* outFlags)
 {
