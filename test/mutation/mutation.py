@@ -3,8 +3,8 @@
     scripts/mutation             every change (--full)
     scripts/mutation --quick     a sample of 24 of the library, whose survivors are judged
     scripts/mutation --sample N  a sample of N of both libraries, the same ones every time
-    scripts/mutation --only ID   one change, some, or those of a file: what they are, and what the
-                                 tests say
+    scripts/mutation --only ID   one change, some, or those of a file or a library: what they are,
+                                 and what the tests say
     scripts/mutation --list      every change
 
 A change that no test of a class sees has survived, and is listed; those of test/mutation/equivalent,
@@ -69,13 +69,14 @@ class Equivalents:
         every = self.reasons.get((*place, "*"), [])
         return every[0] if every else None
 
-    def wrong(self, states):
-        """The entries without a mutant that survived, when all were tried."""
+    def wrong(self, states, untried):
+        """The entries without a mutant that survived. Where a file has changes that were not tried,
+        its entries are not judged."""
         survivors = {(m.file, m.function, m.before) for m in states["equivalent"]}
         killed = {(m.file, m.function, m.before) for m in states["killed"]}
         for (*place, after), reasons in self.reasons.items():
             alive = after == "*" and tuple(place) in survivors - killed
-            if reasons and not alive:
+            if reasons and not alive and place[0] not in untried:
                 yield " ".join(place[:2]) + f": {place[2]} -> {after}"
 
 
@@ -86,7 +87,7 @@ def described(mutant):
             f"    - {mutant.before}\n    + {mutant.after}")
 
 
-def report(outcomes, complete, seconds):
+def report(outcomes, untried, seconds):
     equivalents = Equivalents()
     states = collections.defaultdict(list)
     for outcome in outcomes:
@@ -109,9 +110,8 @@ def report(outcomes, complete, seconds):
     failures = []
     if share < BAR:
         failures += [(mutant.id, f"survived: {mutant.after}") for mutant in states["survived"]]
-    if complete:
-        failures += [("-", f"listed as equivalent, but seen or no change: {entry}")
-                     for entry in equivalents.wrong(states)]
+    failures += [("-", f"listed as equivalent, but seen or no change: {entry}")
+                 for entry in equivalents.wrong(states, untried)]
     for point, what in failures:
         print(f"failure {point}: {what}")
     return 1 if failures else 0
@@ -121,11 +121,13 @@ def sample(mutants, size):
     return [mutants[i * len(mutants) // size] for i in range(min(size, len(mutants)))]
 
 
-def chosen(args, mutants):
+def chosen(args, mutants, library_of):
     if args.only:
-        return [mutant for mutant in mutants if {mutant.id, mutant.file} & set(args.only)]
-    size = QUICK if args.quick else args.sample
-    return sample(mutants, size) if size else mutants
+        return [mutant for mutant in mutants
+                if {mutant.id, mutant.file, library_of[mutant.file]} & set(args.only)]
+    if args.quick:
+        return sample([mutant for mutant in mutants if library_of[mutant.file] == JUDGED], QUICK)
+    return sample(mutants, args.sample) if args.sample else mutants
 
 
 def arguments():
@@ -147,19 +149,19 @@ def main():
     with open(workshop.OUT / "lock", "w", encoding="utf-8") as lock:
         fcntl.flock(lock, fcntl.LOCK_EX) # until another run has ended
         workshop.copy_tree(args.uncommitted)
-        paths = [path for path in workshop.sources() if not args.quick or JUDGED in path.parts]
+        paths = workshop.sources()
         mutants = [mutant for path in paths
                    for mutant in changes.mutants_of(path.name, path.read_text())]
-        wanted = chosen(args, mutants)
+        wanted = chosen(args, mutants, {path.name: path.parent.parent.name for path in paths})
         if not wanted:
             parser.error(f"no change '{args.only[0]}'; --list shows them")
         if args.list:
             print("\n".join(described(mutant) for mutant in wanted))
             return 0
-        return attempts(args, wanted, len(wanted) == len(mutants))
+        return attempts(args, wanted, {mutant.file for mutant in set(mutants) - set(wanted)})
 
 
-def attempts(args, wanted, complete):
+def attempts(args, wanted, untried):
     begin = time.monotonic()
     outcomes = []
     with open(workshop.OUT / "outcomes.txt", "w", encoding="utf-8") as log:
@@ -171,7 +173,7 @@ def attempts(args, wanted, complete):
                 print(f"{described(mutant)}\n{outcome.state} {outcome.test}\n{outcome.output}")
             if len(outcomes) % 100 == 0:
                 print(f"{len(outcomes)} of {len(wanted)}", file=sys.stderr, flush=True)
-    return report(outcomes, complete, time.monotonic() - begin)
+    return report(outcomes, untried, time.monotonic() - begin)
 
 
 if __name__ == "__main__":

@@ -19,6 +19,7 @@ OUT = ROOT / "build/mutation"
 TREE = OUT / "tree"
 TESTS = OUT / "tests"
 COMPONENTS = pathlib.Path("components/sql")
+LENGTHY = "*Random*"  # tests that try many thousand cases: others name what they are to see
 SLOW = 1.0  # seconds from which on a test program is kept for the changes of its own class
 
 # The libraries, and what each compiles in that lies elsewhere. Each is built from all sources of the
@@ -113,6 +114,11 @@ class Workshop:
             for part in ("src", "include"):
                 shutil.copytree(TREE / COMPONENTS / library / part, folder / library / part)
         self.sources = sorted(folder.glob("*/src/*.cpp"))
+        self.parts = {library: [*sorted(folder.glob(f"{library}/src/*.cpp")),
+                                *(folder / other for other in others)]
+                      for library, others in LIBRARIES.items()}
+        self.stale = set(LIBRARIES) # libraries that are not linked of untouched sources
+        self.witness = {}           # the program that saw the last change of a file
         self.environment = self.environment_of_tests(tempfile.mkdtemp(dir=scratch))
         self.compile_system_headers()
         if not self.compile(self.sources, ".o") or not self.link([]):
@@ -123,7 +129,7 @@ class Workshop:
         """The tests are built without the sanitizer, which is loaded with the libraries."""
         sanitizer = must("no g++", "g++", "-print-file-name=libasan.so").decode().strip()
         return {**os.environ, "LD_LIBRARY_PATH": str(self.folder), "LD_PRELOAD": sanitizer,
-                "ASAN_OPTIONS": "hard_rss_limit_mb=2048", "LC_ALL": "C",
+                "ASAN_OPTIONS": "hard_rss_limit_mb=2048:symbolize=0", "LC_ALL": "C",
                 "TMPDIR": temporary, "TEST_TMPDIR": temporary,
                 "LOCPATH": str(TESTS / COMPONENTS / "sqlwrapper/test/locales")}
 
@@ -141,23 +147,26 @@ class Workshop:
                        "-c", file, "-o", file.with_suffix(suffix)).returncode == 0
                    for file in files)
 
+    def libraries_of(self, sources):
+        return {library for library, parts in self.parts.items() if set(parts) & set(sources)}
+
     def link(self, changed):
         """`changed` are the sources whose changed objects are wanted."""
-        def linked(library, others):
-            files = [*self.folder.glob(f"{library}/src/*.cpp"),
-                     *(self.folder / other for other in others)]
-            objects = [file.with_suffix(".changed.o" if file in changed else ".o")
-                       for file in files]
+        def linked(library):
+            objects = [part.with_suffix(".changed.o" if part in changed else ".o")
+                       for part in self.parts[library]]
             name = f"lib{library}.so.1"
             return run(*LINK, f"-Wl,-soname,{name}", *objects, "-lsqlite3",
                        "-o", self.folder / name).returncode == 0
-        return all(linked(library, others) for library, others in LIBRARIES.items())
+        concerned = self.libraries_of(changed)
+        wanted, self.stale = self.stale | concerned, concerned
+        return all([linked(library) for library in sorted(wanted)])
 
     def failure(self, program):
         """What a test program says when it fails. One that takes far longer than it did hangs."""
         limit = 2 + math.ceil(10 * self.seconds.get(program, 10))
         command = ["prlimit", f"--cpu={limit}", "--core=0", program,
-                   "--gtest_brief=1", "--gtest_fail_fast"]
+                   "--gtest_brief=1", "--gtest_fail_fast", f"--gtest_filter=-{LENGTHY}"]
         try:
             done = run(*command, env=self.environment, timeout=20 * limit)
         except subprocess.TimeoutExpired:
@@ -167,25 +176,40 @@ class Workshop:
     def attempt(self, mutant):
         file = next(self.folder.glob(f"*/*/{mutant.file}"))
         affected = [source for source in self.sources if str(file) in self.read[source]]
+        objects = self.objects(affected, ".o")
         original = file.read_text()
         file.write_text(mutant.source)
         try:
             for without_value in WITHOUT_VALUE:
-                if not self.compile(affected, ".changed.o", without_value) or not self.link(affected):
+                if not self.compile(affected, ".changed.o", without_value):
+                    return Outcome(mutant, "unbuilt")
+                former, objects = objects, self.objects(affected, ".changed.o")
+                if objects == former:
+                    continue
+                if not self.link(affected):
                     return Outcome(mutant, "unbuilt")
                 again = without_value != WITHOUT_VALUE[0]
-                for program in self.likeliest(file.stem, not again):
+                for program in self.likeliest(file.stem, affected, not again):
                     if output := self.failure(program):
+                        self.witness[file.stem] = program
                         return Outcome(mutant, "killed", program.name, output)
         finally:
             file.write_text(original)
         return Outcome(mutant, "survived")
 
-    def likeliest(self, stem, and_others):
-        """The tests of the class, which are the likeliest to see a change, and then the others."""
-        own = [program for program in self.programs if program.name.startswith(stem)]
-        others = [program for program in self.quick if program not in own]
-        return own + others if and_others or not own else own
+    @staticmethod
+    def objects(sources, suffix):
+        return [source.with_suffix(suffix).read_bytes() for source in sources]
+
+    def likeliest(self, stem, affected, and_others):
+        """The tests of the class, which are the likeliest to see a change, and then the others. Those
+        of the companion load both libraries, those of the library nothing else."""
+        loaded = {"sqlprepared"} | self.libraries_of(affected)
+        programs = [program for program in self.programs if program.parent.parent.name in loaded]
+        own = [program for program in programs if program.name.startswith(stem)]
+        others = [program for program in programs if program in self.quick and program not in own]
+        candidates = own + others if and_others or not own else own
+        return sorted(candidates, key=lambda program: program != self.witness.get(stem))
 
 
 def seconds_of(workshop, programs):

@@ -5,10 +5,19 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include "platform/Interposed.h"
 #include "SqlDatabase.h"
 #include "support/Prepared.h"
 
 using namespace sqltest;
+
+// Replaces SQLite's own, which returns this while the source connection itself is writing.
+static bool isSourceWriting = false;
+
+extern "C" int sqlite3_backup_step(sqlite3_backup* backup, int pages)
+{
+    return isSourceWriting ? SQLITE_LOCKED : SQLW_REAL(sqlite3_backup_step)(backup, pages);
+}
 
 namespace
 {
@@ -41,6 +50,23 @@ protected:
     const TemporaryFile copyFile;
     Connection copy{copyFile.path};
 };
+
+TEST_F(BackupTest, HasNotBegunWhateverItsMemoryHeld)
+{
+    const Fresh<sql::Backup> backup(copy.db, mine.db);
+    EXPECT_FALSE(backup->isDone());
+    EXPECT_FALSE(backup->isBusy());
+    EXPECT_EQ(0, backup->remaining());
+    EXPECT_EQ(0, backup->pageCount());
+    EXPECT_EQ("none", words(backup->error()));
+}
+
+TEST_F(BackupTest, LogsTheStatementThatKeepsTheDestinationOpen)
+{
+    setTraceLevel(9);
+    const sql::Backup backup(copy.db, mine.db);
+    EXPECT_EQ(trace({prepared("select 1")}), takeDiagnostics());
+}
 
 TEST_F(BackupTest, CopiesAtOnce)
 {
@@ -166,6 +192,19 @@ TEST_F(BackupTest, LockOfTheDestinationIsToBeWaitedFor)
     EXPECT_FALSE(backup.step(-1));
     EXPECT_TRUE(backup.isDone());
     EXPECT_EQ("1000", rows(copy));
+}
+
+TEST_F(BackupTest, WriteOfTheSourceConnectionIsToBeWaitedFor)
+{
+    sql::Backup backup(copy.db, mine.db);
+    isSourceWriting = true;
+    EXPECT_TRUE(backup.step(-1));
+    EXPECT_TRUE(backup.isBusy());
+    EXPECT_EQ("none", words(backup.error()));
+    isSourceWriting = false;
+    EXPECT_FALSE(backup.step(-1));
+    EXPECT_TRUE(backup.isDone());
+    EXPECT_EQ("", takeDiagnostics());
 }
 
 // Failures

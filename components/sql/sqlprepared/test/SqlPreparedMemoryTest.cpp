@@ -24,6 +24,8 @@ namespace
 
 const std::string longText(100, 'x'); // which no string holds without memory
 
+const std::string selectLongName = "select " + longText;
+
 // Repeats an operation, with memory that runs out after no allocation, after one, and so forth.
 // Returns how often it fails before it succeeds.
 int failuresOf(const std::function<bool()>& operation, const sql::Error& error, Faults& faults)
@@ -123,6 +125,16 @@ TEST_P(StatementMemoryTest, WordsThatFindNoRoomAreMissingWhileTheCodeIsKept)
     EXPECT_EQ("1: ", words(statement.error()));
     EXPECT_FALSE(prepare(sql));
     EXPECT_EQ("1: no such column: absent", words(statement.error()));
+}
+
+TEST_P(StatementMemoryTest, WordsThatFindNoRoomLeaveNoneOfAnEarlierFailure)
+{
+    EXPECT_FALSE(prepare("selec"));
+    EXPECT_EQ("1: near \"selec\": syntax error", words(statement.error()));
+    faults.allocationsLeft = 0;
+    EXPECT_FALSE(prepare(selectLongName));
+    faults.allocationsLeft = -1;
+    EXPECT_EQ("1: ", words(statement.error()));
 }
 
 // Memory of SQLite itself

@@ -76,15 +76,6 @@ TEST_F(TransactionTest, IsRolledBackOnDemand)
     EXPECT_EQ("", ids());
 }
 
-TEST_F(TransactionTest, LogsWhatItCompiles)
-{
-    setTraceLevel(9);
-    sql::Transaction transaction(mine.db);
-    EXPECT_EQ(trace({prepared("COMMIT TRANSACTION"), prepared("ROLLBACK TRANSACTION"),
-                     prepared("BEGIN IMMEDIATE TRANSACTION")}),
-              takeDiagnostics());
-}
-
 // Modes
 
 TEST_F(TransactionTest, ModesAreNumberedFrom0)
@@ -92,6 +83,24 @@ TEST_F(TransactionTest, ModesAreNumberedFrom0)
     EXPECT_EQ(0, static_cast<int>(sql::Transaction::deferred));
     EXPECT_EQ(1, static_cast<int>(sql::Transaction::immediate));
     EXPECT_EQ(2, static_cast<int>(sql::Transaction::exclusive));
+}
+
+TEST_F(TransactionTest, LogsWhatItCompilesForEachMode)
+{
+    setTraceLevel(9);
+    const struct
+    {
+        sql::Transaction::Mode mode;
+        const char* beginning;
+    } modes[] = {{sql::Transaction::deferred, "BEGIN DEFERRED TRANSACTION"},
+                 {sql::Transaction::immediate, "BEGIN IMMEDIATE TRANSACTION"},
+                 {sql::Transaction::exclusive, "BEGIN EXCLUSIVE TRANSACTION"}};
+    for (const auto& each : modes) {
+        const sql::Transaction transaction(mine.db, each.mode);
+        EXPECT_EQ(trace({prepared("COMMIT TRANSACTION"), prepared("ROLLBACK TRANSACTION"),
+                         prepared(each.beginning)}),
+                  takeDiagnostics());
+    }
 }
 
 TEST_F(TransactionTest, ImmediateTakesTheLockToWriteAtOnce)
@@ -158,6 +167,16 @@ TEST_F(TransactionTest, WithinAnotherItIsASavepoint)
     EXPECT_TRUE(outer.commit());
     EXPECT_EQ("1 2", ids());
     EXPECT_EQ("", takeDiagnostics());
+}
+
+TEST_F(TransactionTest, SavepointLogsWhatItCompiles)
+{
+    const sql::Transaction outer(mine.db);
+    setTraceLevel(9);
+    const sql::Transaction inner(mine.db);
+    EXPECT_EQ(trace({prepared("RELEASE sqlprepared"), prepared("ROLLBACK TO sqlprepared"),
+                     prepared("SAVEPOINT sqlprepared")}),
+              takeDiagnostics());
 }
 
 TEST_F(TransactionTest, SavepointIsGoneAfterItsRollback)
@@ -415,6 +434,15 @@ TEST_F(TransactionTest, NullConnectionIsReportedOnce)
     EXPECT_FALSE(transaction.rollback());
     EXPECT_EQ(21, transaction.error().code());
     EXPECT_EQ(trace({refusedToEnd(notOpen), refusedToEnd(notOpen)}), takeDiagnostics());
+}
+
+TEST_F(TransactionTest, ConnectionCanBeClosedOnceItHasEnded)
+{
+    sqlite3* db = nullptr;
+    EXPECT_EQ(SQLITE_OK, sqlite3_open(file.path.c_str(), &db));
+    sql::Transaction transaction(db);
+    EXPECT_TRUE(transaction.commit());
+    EXPECT_EQ(SQLITE_OK, sqlite3_close(db));
 }
 
 TEST_F(TransactionTest, DatabaseThatIsClosedTooEarlyStaysOpen)

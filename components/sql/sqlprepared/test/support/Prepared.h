@@ -3,6 +3,8 @@
 #ifndef SQLW_TEST_PREPARED_H
 #define SQLW_TEST_PREPARED_H
 
+#include <cstring>
+#include <new>
 #include <string>
 
 #include "../../../sqlwrapper/test/support/Statements.h"
@@ -48,6 +50,27 @@ inline std::string words(const sql::Error& error)
         return error.text().empty() ? "none" : "none, and yet " + error.text();
     return std::to_string(error.extendedCode()) + ": " + error.text();
 }
+
+/// An object in memory that held ones: a member that is left without a value shows.
+template <typename Class> class Fresh
+{
+public:
+    template <typename... Args> explicit Fresh(Args&&... args)
+    {
+        std::memset(_memory, 1, sizeof(_memory));
+        _object = new (_memory) Class(args...);
+    }
+    ~Fresh() { _object->~Class(); }
+    Fresh(const Fresh&) = delete;
+    Fresh& operator=(const Fresh&) = delete;
+
+    Class* operator->() const { return _object; }
+    Class& operator*() const { return *_object; }
+
+private:
+    alignas(Class) unsigned char _memory[sizeof(Class)];
+    Class* _object;
+};
 
 /// A test with a database file and two connections to it, which do not wait for each other.
 class FileTest : public Test
