@@ -171,6 +171,7 @@ TEST_F(StatementTest, TableWithTwoKeysIsNotReadByKey)
                                  sql::Field("name", sql::type_text, sql::flag_primary_key),
                                  sql::Field()};
     sql::Table table(db, "item", fields);
+    EXPECT_TRUE(prepare("select 7"));
     EXPECT_FALSE(statement.selectByKey(table));
     expectFailure("", {21, "SQLITE_MISUSE", "the table has not exactly one key column"});
     EXPECT_FALSE(statement.find(1));
@@ -313,6 +314,15 @@ TEST_F(StatementRecordTest, NeedsARow)
     EXPECT_EQ(42, record.getValue(0)->asInteger());
 }
 
+TEST_F(StatementRecordTest, IsNotReadAfterTheLastRow)
+{
+    EXPECT_TRUE(statement.select(items));
+    while (statement.next())
+        EXPECT_TRUE(statement.read(record));
+    EXPECT_FALSE(statement.read(record));
+    EXPECT_EQ("21: there is no row", words(statement.error()));
+}
+
 TEST_F(StatementRecordTest, NeedsAsManyCellsAsThereAreColumns)
 {
     sql::Record other(parts.fields());
@@ -335,6 +345,15 @@ TEST_F(StatementRecordTest, ErrorOfAReadIsClearedByTheNextRow)
     EXPECT_TRUE(statement.next());
     EXPECT_EQ("none", words(statement.error()));
     EXPECT_EQ(2, statement.getInteger(0));
+}
+
+TEST_F(StatementRecordTest, ErrorOfAReadIsClearedByTheEnd)
+{
+    EXPECT_TRUE(prepare("select 7"));
+    ASSERT_TRUE(statement.next());
+    EXPECT_FALSE(statement.read(record));
+    EXPECT_FALSE(statement.next());
+    EXPECT_EQ("none", words(statement.error()));
 }
 
 TEST_F(StatementRecordTest, UsedAgainTakesNoMemory)

@@ -1,6 +1,7 @@
 #include "SqlStatement.h"
 
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <memory>
 
@@ -43,7 +44,8 @@ TEST_P(OneStatementTest, MayBeFollowedByBlanksAndComments)
 INSTANTIATE_TEST_SUITE_P(Texts, OneStatementTest,
                          ::testing::Values("select 7", "select 7;", " select 7 ; \t\n\f\r",
                                            "select 7; -- select 8", "select 7; /* select 8; */",
-                                           "select 7; /* without an end", "-- first\nselect 7",
+                                           "select 7; /* without an end", "select 7; /*/ likewise",
+                                           "select 7; /* select 2 * 4; */", "-- first\nselect 7",
                                            "select 7 -- ; select 8", "/**/select 7;--\n/*;*/ "));
 
 class OtherThanOneStatementTest : public StatementTest,
@@ -190,6 +192,15 @@ TEST_F(StatementTest, NullTextIsBoundAsNull)
     EXPECT_EQ("up to NUL", rows());
 }
 
+TEST_F(StatementTest, BorrowedTextIsReadWhereItIs)
+{
+    char bytes[] = "Bolt";
+    EXPECT_TRUE(prepare("select ?1"));
+    EXPECT_TRUE(statement.bindText(1, bytes, 4));
+    bytes[0] = 'C';
+    EXPECT_EQ("Colt", rows());
+}
+
 TEST_F(StatementTest, NumbersThatSqliteCannotStoreAreRefused)
 {
     EXPECT_TRUE(prepare("select ?1"));
@@ -201,6 +212,14 @@ TEST_F(StatementTest, NumbersThatSqliteCannotStoreAreRefused)
                                     "SQLite stores neither NaN nor infinities as numbers"});
     }
     EXPECT_EQ("7", rows());
+}
+
+TEST_F(StatementTest, ErrorOfANumberIsClearedByTheNextBinding)
+{
+    EXPECT_TRUE(prepare("select ?1"));
+    EXPECT_FALSE(statement.bindDouble(1, std::nan("")));
+    EXPECT_TRUE(statement.bindInteger(1, 7));
+    EXPECT_EQ("none", words(statement.error()));
 }
 
 TEST_F(StatementTest, TextBeyondTheLimitOfTheConnectionIsRefused)
@@ -355,6 +374,11 @@ TEST_F(StatementTest, ChangesAreNoneAfterAFailure)
     EXPECT_EQ(1, statement.changes());
     EXPECT_FALSE(statement.run());
     EXPECT_EQ(0, statement.changes());
+    EXPECT_TRUE(statement.bindInteger(1, 5));
+    EXPECT_TRUE(statement.run());
+    EXPECT_EQ(1, statement.changes());
+    EXPECT_FALSE(statement.next());
+    EXPECT_EQ(0, statement.changes());
     EXPECT_TRUE(prepare("delete from item"));
     EXPECT_TRUE(statement.run());
     EXPECT_EQ(4, statement.changes());
@@ -365,6 +389,16 @@ TEST_F(StatementTest, ChangesAreNoneAfterAFailure)
     statement.close();
     EXPECT_EQ(1, statement.changes());
     EXPECT_FALSE(statement.run());
+    EXPECT_EQ(0, statement.changes());
+}
+
+TEST_F(StatementTest, ChangesAreNoneBeforeTheFirstRun)
+{
+    const std::string sql = "update item set price = 1";
+    EXPECT_TRUE(prepare(sql));
+    EXPECT_TRUE(statement.run());
+    EXPECT_EQ(3, statement.changes());
+    EXPECT_TRUE(prepare(sql));
     EXPECT_EQ(0, statement.changes());
 }
 
@@ -483,6 +517,23 @@ TEST_F(StatementsOfTwoTest, WriteThatIsLeftOnARowMayFailThen)
     EXPECT_EQ("2", mine.cell("select count(*) from item"));
 }
 
+TEST_F(StatementsOfTwoTest, WriteThatFindEndsMayFailThen)
+{
+    if (sqlite3_libversion_number() < 3035000)
+        GTEST_SKIP() << "without RETURNING";
+    mine.run("create table item (id integer primary key)");
+    const sql::FieldSet fields({sql::Field("id", sql::type_int, 0)});
+    sql::Record record(fields);
+    sql::Statement statement;
+    EXPECT_TRUE(statement.prepare(mine.db, "insert into item values (?1) returning id"));
+    other.run("begin; select * from item");
+    EXPECT_FALSE(statement.find(7, record));
+    EXPECT_EQ("5: database is locked", words(statement.error()));
+    other.run("commit");
+    EXPECT_TRUE(statement.find(7, record));
+    EXPECT_EQ("7", mine.cell("select id from item"));
+}
+
 // The schema
 
 TEST_F(StatementTest, SurvivesChangesOfTheSchema)
@@ -512,23 +563,25 @@ TEST_F(StatementTest, TableThatIsGoneIsAnErrorUntilItIsBack)
 TEST_F(StatementTest, NothingRunsBeforeItIsPrepared)
 {
     sql::Record record(items.fields());
-    EXPECT_FALSE(statement.next());
-    expectFailure("", notThere);
-    EXPECT_FALSE(statement.run());
-    expectFailure("", notThere);
-    EXPECT_FALSE(statement.bindNull(1));
-    expectFailure("", notThere);
-    EXPECT_FALSE(statement.bindInteger(1, 1));
-    EXPECT_FALSE(statement.bindDouble(1, 1));
-    EXPECT_FALSE(statement.bindBool(1, true));
-    EXPECT_FALSE(statement.bindTime(1, sql::Time(0)));
-    EXPECT_FALSE(statement.bindString(1, ""));
-    EXPECT_FALSE(statement.bindText(1, "", 0));
-    EXPECT_FALSE(statement.find(1));
-    EXPECT_FALSE(statement.find("key"));
-    EXPECT_FALSE(statement.find(1, record));
-    EXPECT_FALSE(statement.find("key", record));
-    EXPECT_EQ("21: no statement is prepared", words(statement.error()));
+    const std::function<bool()> operations[] = {
+        [this] { return statement.next(); },
+        [this] { return statement.run(); },
+        [this] { return statement.bindNull(1); },
+        [this] { return statement.bindInteger(1, 1); },
+        [this] { return statement.bindDouble(1, 1); },
+        [this] { return statement.bindBool(1, true); },
+        [this] { return statement.bindTime(1, sql::Time(0)); },
+        [this] { return statement.bindString(1, ""); },
+        [this] { return statement.bindText(1, "", 0); },
+        [this] { return statement.find(1); },
+        [this] { return statement.find("key"); },
+        [this, &record] { return statement.find(1, record); },
+        [this, &record] { return statement.find("key", record); },
+    };
+    for (const auto& operation : operations) {
+        EXPECT_FALSE(operation());
+        expectFailure("", notThere);
+    }
     EXPECT_FALSE(statement.read(record));
     EXPECT_EQ(21, statement.error().code());
     statement.reset();
@@ -548,6 +601,14 @@ TEST_F(StatementTest, NothingRunsAfterItIsClosed)
     expectFailure("", notThere);
     EXPECT_TRUE(statement.isNull(0));
     EXPECT_EQ(0, statement.columnCount());
+}
+
+TEST_F(StatementTest, NothingRunsAfterItIsClosedUnused)
+{
+    EXPECT_TRUE(prepare("select ?1"));
+    statement.close();
+    EXPECT_FALSE(statement.bindNull(1));
+    expectFailure("", notThere);
 }
 
 TEST_F(StatementTest, CloseKeepsTheError)

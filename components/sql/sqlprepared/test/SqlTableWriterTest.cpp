@@ -309,6 +309,24 @@ TEST_F(TableWriterTest, EveryKeyColumnIsCompared)
     EXPECT_EQ("4", cell("select count(*) from place"));
 }
 
+TEST_F(TableWriterTest, TableOfKeysAloneIsSetToItsKeys)
+{
+    const sql::Field fields[] = {sql::Field("shelf", sql::type_int, sql::flag_primary_key),
+                                 sql::Field("box", sql::type_text, sql::flag_primary_key),
+                                 sql::Field()};
+    run("create table place (shelf INTEGER, box TEXT, primary key (shelf, box));"
+        "insert into place values (7, 'a')");
+    sql::Table places(db, "place", fields);
+    sql::TableWriter ofPlaces(places);
+    ofPlaces.setInteger("shelf", 7);
+    ofPlaces.setString("box", "a");
+    setTraceLevel(8);
+    EXPECT_TRUE(ofPlaces.update());
+    EXPECT_EQ(1, ofPlaces.changes());
+    EXPECT_EQ(trace({prepared("update place set shelf=?1, box=?2 where shelf=?1 and box=?2")}),
+              takeDiagnostics());
+}
+
 TEST_F(TableWriterTest, WithoutAKeyColumnRowsAreOnlyAdded)
 {
     run("create table note (text TEXT)");
