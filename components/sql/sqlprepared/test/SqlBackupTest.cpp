@@ -11,12 +11,12 @@
 
 using namespace sqltest;
 
-// Replaces SQLite's own, which returns this while the source connection itself is writing.
-static bool isSourceWriting = false;
+// Replaces SQLite's own, which may find a lock of this program: a cache that connections share.
+static bool isLockedWithin = false;
 
 extern "C" int sqlite3_backup_step(sqlite3_backup* backup, int pages)
 {
-    return isSourceWriting ? SQLITE_LOCKED : SQLW_REAL(sqlite3_backup_step)(backup, pages);
+    return isLockedWithin ? SQLITE_LOCKED : SQLW_REAL(sqlite3_backup_step)(backup, pages);
 }
 
 namespace
@@ -194,14 +194,14 @@ TEST_F(BackupTest, LockOfTheDestinationIsToBeWaitedFor)
     EXPECT_EQ("1000", rows(copy));
 }
 
-TEST_F(BackupTest, WriteOfTheSourceConnectionIsToBeWaitedFor)
+TEST_F(BackupTest, LockWithinTheProgramIsToBeWaitedFor)
 {
     sql::Backup backup(copy.db, mine.db);
-    isSourceWriting = true;
+    isLockedWithin = true;
     EXPECT_TRUE(backup.step(-1));
     EXPECT_TRUE(backup.isBusy());
     EXPECT_EQ("none", words(backup.error()));
-    isSourceWriting = false;
+    isLockedWithin = false;
     EXPECT_FALSE(backup.step(-1));
     EXPECT_TRUE(backup.isDone());
     EXPECT_EQ("", takeDiagnostics());

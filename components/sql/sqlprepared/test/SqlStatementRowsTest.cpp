@@ -356,6 +356,17 @@ TEST_F(StatementRecordTest, ErrorOfAReadIsClearedByTheEnd)
     EXPECT_EQ("none", words(statement.error()));
 }
 
+TEST_F(StatementRecordTest, ErrorOfAReadOutlivesAResetButNoBinding)
+{
+    EXPECT_TRUE(prepare("select ?1"));
+    ASSERT_TRUE(statement.next());
+    EXPECT_FALSE(statement.read(record));
+    statement.reset();
+    EXPECT_EQ(20, statement.error().code());
+    EXPECT_TRUE(statement.bindInteger(1, 7));
+    EXPECT_EQ("none", words(statement.error()));
+}
+
 TEST_F(StatementRecordTest, UsedAgainTakesNoMemory)
 {
     run("update item set name = 'a name that is longer than a string keeps within itself'");

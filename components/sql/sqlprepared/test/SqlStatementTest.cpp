@@ -381,7 +381,7 @@ TEST_F(StatementTest, ChangesAreNoneAfterAFailure)
     EXPECT_EQ(0, statement.changes());
     EXPECT_TRUE(prepare("delete from item"));
     EXPECT_TRUE(statement.run());
-    EXPECT_EQ(4, statement.changes());
+    EXPECT_EQ(5, statement.changes());
     EXPECT_FALSE(statement.find(1)); // there is no such parameter
     EXPECT_EQ(0, statement.changes());
     EXPECT_TRUE(prepare("insert into item (id) values (1)"));
@@ -399,6 +399,14 @@ TEST_F(StatementTest, ChangesAreNoneBeforeTheFirstRun)
     EXPECT_TRUE(statement.run());
     EXPECT_EQ(3, statement.changes());
     EXPECT_TRUE(prepare(sql));
+    EXPECT_EQ(0, statement.changes());
+}
+
+TEST_F(StatementTest, ResetWithoutARowCountsNoChanges)
+{
+    run("update item set price = 1");
+    EXPECT_TRUE(prepare("delete from item"));
+    statement.reset();
     EXPECT_EQ(0, statement.changes());
 }
 
