@@ -1,6 +1,9 @@
 // Ranks the pages that the search finds: a page counts for each word that it has, the more the fewer pages
-// have the word, and for the heading that has most of the words together. No word is required, since a line
-// of the log also holds names that no page knows.
+// have the word, and for the heading that has most of the words together, its title above all. No word is
+// required, since a line of the log also holds names that no page knows. A result leads to the heading that
+// has half of the words.
+
+Search.performObjectSearch = () => []; // the reference has a heading for each operation
 
 Search.performTermsSearch = (words) => {
   const { docnames, titles, filenames, terms, titleterms, alltitles } = Search._index;
@@ -12,15 +15,21 @@ Search.performTermsSearch = (words) => {
       for (const page of pagesOf(index, word)) scores[page] += weight(index, word);
 
   const stemmer = new Stemmer();
-  const together = new Array(docnames.length).fill(0);
+  const known = [...words].filter((word) => pagesOf(terms, word).length || pagesOf(titleterms, word).length);
+  const best = titles.map((heading) => ({ heading, worth: 0, anchor: "" }));
   for (const [heading, places] of Object.entries(alltitles)) {
     const held = new Set(splitQuery(heading.toLowerCase()).map((word) => stemmer.stemWord(word)));
-    const sum = [...words].filter((word) => held.has(word) && pagesOf(titleterms, word).length)
-      .reduce((total, word) => total + weight(titleterms, word), 0);
-    for (const [page] of places) together[page] = Math.max(together[page], sum);
+    const shared = known.filter((word) => held.has(word) && pagesOf(titleterms, word).length);
+    const sum = shared.reduce((total, word) => total + weight(titleterms, word), 0);
+    for (const [page, id] of places) {
+      const isTitle = heading === titles[page];
+      const worth = sum / (isTitle ? 2 : 4);
+      const anchor = isTitle || shared.length < known.length / 2 ? "" : `#${id}`;
+      if (worth > best[page].worth) best[page] = { heading, worth, anchor };
+    }
   }
-  const total = scores.map((score, page) => score + together[page] / 4);
-  const least = Math.max(...total) / 2;
-  return total.map((score, page) => [docnames[page], titles[page], "", null, score, filenames[page]])
-    .filter((result) => result[4] > least);
+  const results = best.map(({ heading, worth, anchor }, page) => [docnames[page],
+    anchor ? `${titles[page]} > ${heading}` : titles[page], anchor, null, scores[page] + worth, filenames[page]]);
+  const least = Math.max(...results.map((result) => result[4])) * 2 / 5;
+  return results.filter((result) => result[4] > least);
 };

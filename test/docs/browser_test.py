@@ -115,7 +115,7 @@ def target_of(address):
 
 
 def hits(driver, folder, words):
-    """The first pages that the search finds."""
+    """The links of the search, the best first."""
     driver.get((folder / "html/search.html").as_uri() + "?q=" + urllib.parse.quote(words))
     end = time.monotonic() + 10
     while time.monotonic() < end:
@@ -123,23 +123,22 @@ def hits(driver, folder, words):
                                  "?.innerText.match(/found|match/) != null"):
             break
         time.sleep(0.05)
-    pages = []
-    for link in driver.execute_script(SEARCH):
-        page = link.split("?")[0].split("#")[0].removesuffix(".html")
-        if page not in pages:
-            pages.append(page)
-    return pages[:HITS]
+    return [link.partition("#") for link in driver.execute_script(SEARCH)]
 
 
 def search(driver, folder):
-    """Questions whose page is not among the first hits."""
+    """Questions whose page is not among the first hits, and hits that lead nowhere."""
     for line in (pathlib.Path(__file__).parent / "questions").read_text(encoding="utf-8").splitlines():
         if not line or line.startswith("#"):
             continue
         page, _, words = line.partition(" | ")
-        first = hits(driver, folder, words)
-        if not set(page.split()) & set(first):
+        found = hits(driver, folder, words)
+        first = list(dict.fromkeys(name.removesuffix(".html") for name, _, _ in found))[:HITS]
+        if page not in first:
             yield f"the search for '{words}' finds {first or 'nothing'}, not {page}"
+        for name, _, anchor in found[:HITS]:
+            if anchor and f'id="{anchor}"' not in (folder / "html" / name).read_text(encoding="utf-8"):
+                yield f"the search for '{words}' leads to {name}#{anchor}, which is not there"
 
 
 def main(folder):
