@@ -69,13 +69,14 @@ class Recording(RecorderTest):
 
     def test_a_signal_ends_it_and_it_keeps_what_it_has(self):
         for number in (signal.SIGINT, signal.SIGTERM):
-            process = start('record', 'a.db', '--rate', 100, '--batch', 100000)
-            self.wait_for_recording('a.db')
-            time.sleep(2 if emulated else 0.5)
+            file = f'{number}.db'
+            process = start('record', file, '--rate', 100, '--batch', 100000)
+            self.wait_for_recording(file)
+            time.sleep(2)
             process.send_signal(number)
             output, errors = process.communicate(timeout=60)
             self.assertEqual(('', 0), (errors, process.returncode))
-            self.assertRegex(output, r'^[1-9]\d* samples of \d+ counters recorded in a.db\n$')
+            self.assertRegex(output, r'^[1-9]\d* samples of \d+ counters recorded in \d+.db\n$')
 
     @beside_another_program
     def test_killed_it_loses_the_last_batch_alone(self):
