@@ -77,13 +77,15 @@ static bool fastDoubleToText(double number, string& text)
     if (beyond > half || (beyond == half && shifted % 2 == 1))
         ++shifted;
 
+    // Copied in pieces of a fixed size: a copy of any other costs as much as its digits.
     const IntegerText digits(number < 0.0 ? -shifted : shifted, decimalsWritten + 1);
-    const string::size_type point = digits.size() - decimalsWritten;
-    char bytes[32]; // one piece, for each one that a text takes costs as much as its digits
-    std::memcpy(bytes, digits.data(), point);
-    bytes[point] = '.';
-    std::memcpy(bytes + point + 1, digits.data() + point, decimalsWritten);
-    text.assign(bytes, digits.size() + 1);
+    const char* const end = digits.data() + digits.size();
+    const string::size_type before = IntegerText::mostSize - decimalsWritten;
+    char bytes[IntegerText::mostSize + 1];
+    std::memcpy(bytes, end - IntegerText::mostSize, before);
+    bytes[before] = '.';
+    std::memcpy(bytes + before + 1, end - decimalsWritten, decimalsWritten);
+    text.assign(bytes + sizeof(bytes) - digits.size() - 1, digits.size() + 1);
     return true;
 }
 

@@ -12,6 +12,8 @@ namespace sql
 class SQLW_INTERNAL IntegerText
 {
 public:
+    static const string::size_type mostSize = sizeof("-9223372036854775808") - 1;
+
     /// Pads a number of fewer digits with zeros in front.
     explicit IntegerText(integer number, string::size_type fewestDigits = 1);
 
@@ -22,7 +24,7 @@ public:
     }
 
 private:
-    char _bytes[sizeof("-9223372036854775808") - 1];
+    char _bytes[mostSize]; // the digits are at the end
     const char* _first;
 };
 
