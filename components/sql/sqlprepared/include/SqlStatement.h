@@ -185,6 +185,7 @@ private:
     SQLW_INTERNAL bool makeReady();
     SQLW_INTERNAL bool bind(int parameter, const string& text, void (*release)(void*));
     SQLW_INTERNAL bool bound(int rc);
+    SQLW_INTERNAL bool runReady();
     SQLW_INTERNAL bool end(int rc);
     bool readAlone(Record& record);
     SQLW_INTERNAL bool readCell(int column, Value& cell) const;

@@ -165,7 +165,8 @@ private:
     SQLW_INTERNAL bool bind(Statement& statement, const std::vector<Cell>& cells);
     SQLW_INTERNAL bool run(Statement& statement, bool isBound);
     bool write(Write kind, const Record* record);
-    SQLW_INTERNAL bool writeOnce(Write kind, const Record* record);
+    SQLW_INTERNAL bool writeOnce(Write kind, const Record* record, bool keepsId);
+    SQLW_INTERNAL bool upsertInTwo(const Record* record);
     SQLW_INTERNAL bool updateOrInsert(const Record* record);
     SQLW_INTERNAL Statement& statementOf(Write kind);
     SQLW_INTERNAL bool isReady(Write kind);
@@ -183,6 +184,7 @@ private:
     }
     Cell* makeCell(int column);
     SQLW_INTERNAL void resizeCells();
+    SQLW_INTERNAL void resize(std::vector<Cell>& cells) const;
     SQLW_INTERNAL void lose(int code);
 
     Table& _table;

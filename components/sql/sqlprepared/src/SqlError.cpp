@@ -8,10 +8,10 @@ namespace sql
 void Error::set(int extendedCode, const char* text)
 {
     _extendedCode = extendedCode;
+    _text.clear();
     try {
-        _text = text;
+        _text += text;
     } catch (const std::exception&) { // the code is enough
-        _text.clear();
     }
 }
 

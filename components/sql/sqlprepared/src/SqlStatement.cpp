@@ -306,8 +306,11 @@ bool Statement::next()
 
 bool Statement::run()
 {
-    if (!isReady())
-        return false;
+    return isReady() && runReady();
+}
+
+bool Statement::runReady()
+{
     _changes = 0;
     int rc = SQLITE_ROW;
     while (rc == SQLITE_ROW)
@@ -419,7 +422,7 @@ string Statement::getString(int column) const
     try {
         const char* const text = getText(column);
         if (text)
-            copy.assign(text, static_cast<size_t>(getSize(column)));
+            copy.append(text, static_cast<size_t>(getSize(column)));
         else if (!isNull(column))
             withoutMemory();
     } catch (const std::exception&) {
@@ -486,7 +489,7 @@ bool Statement::readCell(int column, Value& cell) const
         cell.setValue(text, type);
     } else {
         string whole;
-        whole.assign(text, size);
+        whole.append(text, size);
         cell.setString(whole);
     }
     return true;

@@ -581,7 +581,7 @@ bool setOutOfMemory(std::vector<Finding>& findings)
     try {
         std::vector<Finding>(1).swap(findings);
         findings[0].kind = Finding::failed;
-        findings[0].text = words;
+        findings[0].text += words;
         return true;
     } catch (const std::exception&) {
         SQLW_ERROR("Failed to check a table: %s", words);

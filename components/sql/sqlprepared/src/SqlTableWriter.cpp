@@ -78,7 +78,8 @@ void TableWriter::open()
     close();
     const FieldSet& fields = _table.fields();
     const bool hasOneKey = countKeys(fields) == 1;
-    _row = std::vector<Cell>(static_cast<size_t>(fields.count()));
+    resizeCells();
+    resize(_row);
     _idColumn = -1;
     for (int i = 0; i < fields.count(); ++i) {
         const Field& field = *fields.getByIndex(i);
@@ -86,7 +87,6 @@ void TableWriter::open()
         if (hasOneKey && field.isPrimaryKey() && field.getType() == type_int)
             _idColumn = i;
     }
-    resizeCells();
     _db = _table.getHandle();
 }
 
@@ -163,6 +163,11 @@ bool TableWriter::Cell::take(const Value& value)
         whole = value.asInteger();
         return true;
     }
+    if (columnType == type_bool && value.asBool()) { // most of what is left needs a copy
+        kind = Kind::whole;
+        whole = 1;
+        return true;
+    }
     string taken = value.asString();
     bool isStorable = true;
     if (columnType != type_text) {
@@ -235,7 +240,7 @@ bool TableWriter::bind(Statement& statement, const std::vector<Cell>& cells)
 
 bool TableWriter::run(Statement& statement, bool isBound)
 {
-    if (!isBound || !statement.run())
+    if (!isBound || !statement.runReady())
         return fail(statement.error());
     _changes = statement._changes;
     _error.clear();
@@ -252,21 +257,6 @@ bool TableWriter::isReady(Write kind)
     return (statementOf(kind)._handle && isCurrent()) || compile(kind);
 }
 
-bool TableWriter::writeOnce(Write kind, const Record* record)
-{
-    if (!isReady(kind))
-        return false;
-    if (record ? !take(*record) : _lost != SQLITE_OK && !failForLostCell())
-        return false;
-    const std::vector<Cell>& cells = record ? _row : _cells;
-    Statement& statement = statementOf(kind);
-    if (!bind(statement, cells) || !run(statement, true))
-        return false;
-    if (kind != Write::update)
-        keepId(cells);
-    return true;
-}
-
 // A key that is NULL has been given a number by SQLite.
 void TableWriter::keepId(const std::vector<Cell>& cells)
 {
@@ -279,6 +269,21 @@ void TableWriter::keepId(const std::vector<Cell>& cells)
         _insertId = sqlite3_last_insert_rowid(_db);
     else
         _insertId = keyOf(cell);
+}
+
+bool TableWriter::writeOnce(Write kind, const Record* record, bool keepsId)
+{
+    if (!isReady(kind))
+        return false;
+    if (record ? !take(*record) : _lost != SQLITE_OK && !failForLostCell())
+        return false;
+    const std::vector<Cell>& cells = record ? _row : _cells;
+    Statement& statement = statementOf(kind);
+    if (!bind(statement, cells) || !run(statement, true))
+        return false;
+    if (keepsId)
+        keepId(cells);
+    return true;
 }
 
 // The integer that SQLite makes of a number or a text.
@@ -304,9 +309,13 @@ SQLW_COLD bool TableWriter::failForLostCell()
 bool TableWriter::write(Write kind, const Record* record)
 {
     const int firstWithUpsert = 3024000;
-    if (kind != Write::upsert || sqlite3_libversion_number() >= firstWithUpsert)
-        return writeOnce(kind, record);
+    return kind != Write::upsert || sqlite3_libversion_number() >= firstWithUpsert
+               ? writeOnce(kind, record, kind != Write::update)
+               : upsertInTwo(record);
+}
 
+SQLW_COLD bool TableWriter::upsertInTwo(const Record* record)
+{
     sqlite3* const db = _table.getHandle();
     if (!db || sqlite3_get_autocommit(db) == 0)
         return updateOrInsert(record);
@@ -324,12 +333,8 @@ bool TableWriter::write(Write kind, const Record* record)
 
 bool TableWriter::updateOrInsert(const Record* record)
 {
-    if (!writeOnce(Write::update, record))
-        return false;
-    if (_changes == 0)
-        return writeOnce(Write::insert, record);
-    keepId(record ? _row : _cells);
-    return true;
+    return writeOnce(Write::update, record, true) &&
+           (_changes != 0 || writeOnce(Write::insert, record, true));
 }
 
 bool TableWriter::erase(integer key)
@@ -365,11 +370,17 @@ SQLW_COLD TableWriter::Cell* TableWriter::makeCell(int column)
 
 void TableWriter::resizeCells()
 {
-    std::vector<Cell> cells(static_cast<size_t>(_table.fields().count()));
-    for (size_t i = 0; i < cells.size() && i < _cells.size(); ++i)
-        cells[i] = _cells[i];
-    _cells.swap(cells);
+    resize(_cells);
     _cellCount = static_cast<unsigned>(_cells.size());
+}
+
+// To the columns of the table. What is in the cells stays.
+void TableWriter::resize(std::vector<Cell>& cells) const
+{
+    std::vector<Cell> resized(static_cast<size_t>(_table.fields().count()));
+    for (size_t i = 0; i < resized.size() && i < cells.size(); ++i)
+        resized[i] = cells[i];
+    cells.swap(resized);
 }
 
 void TableWriter::lose(int code)

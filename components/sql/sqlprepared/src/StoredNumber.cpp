@@ -63,6 +63,7 @@ bool StoredDouble::write(double magnitude, double unit, int decimals)
 static const int mostWholes = 12;
 static const int mostDecimals = 3;
 static const int mostDigits = 18; // which fit into 64 bits
+static const int fewDigits = 9;   // which fit into 32 bits, and are read quicker
 
 static unsigned digitOf(char character) // 10 or more: it is none
 {
@@ -96,26 +97,33 @@ DecimalText::DecimalText(const string& text) : _form(no_number), _whole(0), _rea
     const bool isNegative = *begin == '-';
     const char* const first = isNegative || *begin == '+' ? begin + 1 : begin;
     const char* next = first;
-    unsigned long long digits = 0; // wraps around when there are too many
-    for (unsigned digit; (digit = digitOf(*next)) < 10; ++next)
-        digits = digits * 10 + digit;
+    unsigned few = 0;
+    for (; isDigit(*next) && next != first + fewDigits; ++next)
+        few = few * 10 + digitOf(*next);
+    unsigned long long whole = few; // wraps around when there are too many digits
+    for (; isDigit(*next); ++next)
+        whole = whole * 10 + digitOf(*next);
+    const integer magnitude = static_cast<integer>(whole);
     const std::ptrdiff_t wholes = next - first;
     if (next == end && wholes > 0) {
-        if (wholes > mostDigits) {
-            _form = as_text;
+        _form = as_text;
+        if (wholes > mostDigits)
             return;
-        }
         _form = as_integer;
-        _whole = isNegative ? -static_cast<integer>(digits) : static_cast<integer>(digits);
+        _whole = isNegative ? -magnitude : magnitude;
         return;
     }
 
     std::ptrdiff_t decimals = 0;
+    double unit = 1.0;
+    unsigned parts = 0;
     bool hasMore = false; // than decimals that are kept, and zeros
     if (*next == '.') {
         const char* const point = ++next;
-        for (; isDigit(*next) && next != point + mostDecimals; ++next)
-            digits = digits * 10 + digitOf(*next);
+        for (; isDigit(*next) && next != point + mostDecimals; ++next) {
+            parts = parts * 10 + digitOf(*next);
+            unit *= 10.0;
+        }
         while (*next == '0')
             ++next;
         for (; isDigit(*next); ++next)
@@ -128,11 +136,9 @@ DecimalText::DecimalText(const string& text) : _form(no_number), _whole(0), _rea
         _form = as_text;
         return;
     }
-    static const double units[] = {1, 10, 100, 1000};
-    const std::ptrdiff_t kept = decimals < mostDecimals ? decimals : mostDecimals;
-    const double magnitude = static_cast<double>(static_cast<integer>(digits)) / units[kept];
+    const double quotient = (static_cast<double>(magnitude) * unit + parts) / unit;
     _form = as_double;
-    _real = isNegative ? -magnitude : magnitude;
+    _real = isNegative ? -quotient : quotient;
 }
 
 } // namespace sql
