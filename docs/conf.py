@@ -28,8 +28,10 @@ html_copy_source = False
 colours = pathlib.Path(furo.__file__).parent / "assets/styles/variables/_colors.scss"
 dark = re.findall(r"--([\w-]+): ([^;]+);", colours.read_text().partition("@mixin colors-dark")[2])
 html_theme_options = {"dark_css_variables": dict(dark)}
-html_static_path = ["/usr/share/javascript/normalize.css/normalize.min.css", "first-page.css", "print.css"]
-html_css_files = [("normalize.min.css", {"priority": 100}), "first-page.css", "print.css"]
+html_show_copyright = False
+styles = ["first-page.css", "copy-button.css", "print.css"]
+html_static_path = ["/usr/share/javascript/normalize.css/normalize.min.css", *styles]
+html_css_files = [("normalize.min.css", {"priority": 100}), *styles]
 html_js_files = [("scripts/gumshoe-patched.js", {"priority": 100})]  # before Furo's own script
 html_search_scorer = str(root / "docs/scorer.js")
 

@@ -48,7 +48,7 @@ SEARCH = "return [...document.querySelectorAll('#search-results li a')].map(link
 def browser():
     options = webdriver.ChromeOptions()
     for option in ("headless=new", "no-sandbox", "disable-gpu", "disable-background-networking",
-                   "no-first-run", "allow-file-access-from-files", "hide-scrollbars"):
+                   "no-first-run", "hide-scrollbars"):
         options.add_argument(f"--{option}")
     return webdriver.Chrome(options=options)
 

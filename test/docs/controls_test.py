@@ -1,8 +1,8 @@
 #!/usr/bin/python3
 """The controls of the pages do what readers expect of them: controls_test.py FOLDER
 
-The button of the theme, the menu of a narrow window, the buttons that copy code, and the links to the
-next and the previous page. No page may have an error in the browser's console.
+The button of the theme, the menu of a narrow window, the mark in the contents, the buttons that copy code,
+and the links to the next and the previous page. No page may have an error in the browser's console.
 """
 
 import pathlib
@@ -54,6 +54,17 @@ def edge_of_menu(driver):
     return driver.execute_script("return document.querySelector('.sidebar-drawer').getBoundingClientRect().right")
 
 
+def contents(driver):
+    """The contents of a page mark the section that is at the top of the window."""
+    section = driver.find_elements("css selector", "article section section")[1]
+    driver.execute_script("arguments[0].scrollIntoView({behavior: 'instant'})", section)
+    time.sleep(0.5)
+    marked = [link.get_attribute("href") for link in
+              driver.find_elements("css selector", ".toc-tree .scroll-current > a")]
+    if not any(link.endswith(f"#{section.get_attribute('id')}") for link in marked):
+        yield f"the contents mark {marked}, not {section.get_attribute('id')}"
+
+
 def copies(driver):
     """What a button has copied is the code beside it, to the letter."""
     blocks = driver.find_elements("css selector", "div.highlight")
@@ -95,7 +106,7 @@ def main(folder):
     try:
         resize(driver, WIDTHS["wide"])
         driver.get((folder / GUIDE).as_uri())
-        faults = [*theme(driver), *menu(driver), *copies(driver),
+        faults = [*theme(driver), *menu(driver), *contents(driver), *copies(driver),
                   *turn_pages(driver, folder, pages_of(folder))]
     finally:
         driver.quit()
