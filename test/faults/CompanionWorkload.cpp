@@ -19,10 +19,10 @@ bool operation(Witness& witness, const char* name, const std::function<bool()>& 
                const Witness::Effects& effects = {})
 {
     const long throws = witness.outOfMemory();
-    const bool answer = witness.operation(name, run, effects);
+    const bool succeeded = witness.operation(name, run, effects);
     witness.expect(witness.outOfMemory() == throws, std::string(name) + " throws");
-    witness.expect(answer != bool(error()), std::string(name) + " has an error when it failed");
-    return answer;
+    witness.expect(succeeded != bool(error()), std::string(name) + " has an error when it failed");
+    return succeeded;
 }
 
 // Adds rows from the writer's cells, up to the first that fails. Returns whether all were added.

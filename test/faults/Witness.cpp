@@ -15,11 +15,11 @@ Injector injector;
 bool Witness::operation(const char* name, const std::function<bool()>& run, const Effects& effects)
 {
     const Reports before = reports;
-    bool answer = false;
+    bool succeeded = false;
     bool threw = false;
     injector.resume();
     try {
-        answer = run();
+        succeeded = run();
     } catch (const std::bad_alloc&) {
         threw = true;
     }
@@ -28,17 +28,18 @@ bool Witness::operation(const char* name, const std::function<bool()>& run, cons
     if (threw)
         ++_outOfMemory;
     else
-        expect(answer || reports.errors != before.errors || reports.assertions != before.assertions,
+        expect(succeeded || reports.errors != before.errors ||
+                   reports.assertions != before.assertions,
                std::string(name) + " returned false and reported nothing");
-    settle(effects, answer);
-    return answer;
+    settle(effects, succeeded);
+    return succeeded;
 }
 
-void Witness::settle(const Effects& effects, bool answer)
+void Witness::settle(const Effects& effects, bool succeeded)
 {
     Effects& owed = _inTransaction ? _pending : _due;
     for (const auto& effect : effects) {
-        if (answer) {
+        if (succeeded) {
             owed[effect.first] = effect.second;
         } else {
             owed.erase(effect.first);
@@ -55,11 +56,11 @@ bool Witness::begin(const std::function<bool()>& run)
 
 void Witness::end(const char* name, const std::function<bool()>& run)
 {
-    const bool answer = operation(name, run);
+    const bool succeeded = operation(name, run);
     const Effects effects = std::move(_pending);
     _pending.clear();
     _inTransaction = false;
-    settle(effects, answer && std::string(name) == "transactionCommit");
+    settle(effects, succeeded && std::string(name) == "transactionCommit");
 }
 
 namespace

@@ -52,7 +52,7 @@ public:
     long outOfMemory() const { return _outOfMemory; }
 
 private:
-    void settle(const Effects& effects, bool answer);
+    void settle(const Effects& effects, bool succeeded);
 
     const Point& _point;
     Effects _due;

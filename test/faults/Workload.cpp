@@ -117,7 +117,7 @@ bool readRows(Witness& witness, Session& session, sql::Table& table, const char*
         sqlite3_trace_v2(db, SQLITE_TRACE_ROW, count, &delivered);
     const long throws = witness.outOfMemory();
     reports.last[0] = '\0';
-    const bool answer = witness.operation(name, read);
+    const bool succeeded = witness.operation(name, read);
     if (db)
         sqlite3_trace_v2(db, 0, nullptr, nullptr);
     const bool shortOfMemory = witness.outOfMemory() != throws || lastLineHas("=SQLITE_NOMEM");
@@ -125,7 +125,7 @@ bool readRows(Witness& witness, Session& session, sql::Table& table, const char*
                                  : table.recordCount() == delivered,
                    std::string(name) + " holds " + std::to_string(table.recordCount()) + " of " +
                        std::to_string(delivered) + " rows that SQLite delivered");
-    return answer;
+    return succeeded;
 }
 
 void openWhereOrder(Witness& witness, const std::string& path)

@@ -101,14 +101,14 @@ public:
     std::vector<Outcome> compare(const char* operation, Run run, Expected expected)
     {
         const long before = faults::reports.errors;
-        const bool answer = run();
+        const bool succeeded = run();
         const std::vector<Outcome> outcomes = _watch->taken();
-        _point.expect(answer == expected(outcomes), std::string(operation) + " returned " +
-                                                        (answer ? "true" : "false") +
-                                                        ", unlike SQLite itself");
-        _point.expect(answer || faults::reports.errors != before,
+        _point.expect(succeeded == expected(outcomes), std::string(operation) + " returned " +
+                                                           (succeeded ? "true" : "false") +
+                                                           ", unlike SQLite itself");
+        _point.expect(succeeded || faults::reports.errors != before,
                       std::string(operation) + " reports that it failed");
-        _refused += answer ? 0 : 1;
+        _refused += succeeded ? 0 : 1;
         return outcomes;
     }
     template <typename Run> std::vector<Outcome> compare(const char* operation, Run run)
