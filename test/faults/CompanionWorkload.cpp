@@ -108,6 +108,35 @@ void streamRows(Witness& witness, const std::string& path)
     witness.expect(statement.error() || rows == rowsOfMany, "the end comes after the last row");
 }
 
+// SQLite needs memory for each text of a number, and makes the number NULL when it has none.
+void readNumberAsText(Witness& witness, const std::string& path)
+{
+    Session session(witness, path);
+    static const sql::Field texts[] = {sql::Field("id", sql::type_text, sql::flag_primary_key),
+                                       sql::Field()};
+    sql::Table table("item");
+    sql::Statement statement;
+    const auto error = [&]() -> const sql::Error& { return statement.error(); };
+    if (!witness.operation("initTable",
+                           [&] { return table.initTable(session.database.getHandle(), texts); }) ||
+        !operation(
+            witness, "select", [&] { return statement.select(table); }, error) ||
+        !operation(
+            witness, "next", [&] { return statement.next(); }, error))
+        return;
+    sql::Record record(table.fields());
+    if (operation(
+            witness, "read", [&] { return statement.read(record); }, error))
+        same(witness, record.getValue(0)->asString(), "1");
+    std::string text;
+    const auto getString = [&] {
+        text = statement.getString(0);
+        return !statement.error();
+    };
+    if (operation(witness, "getString", getString, error))
+        same(witness, text, "1");
+}
+
 void findRows(Witness& witness, const std::string& path)
 {
     Session session(witness, path);
@@ -226,6 +255,7 @@ std::vector<Scenario> companionScenarios()
     return {{"write-cells", writeCells},
             {"write-records", writeRecords},
             {"stream-rows", streamRows},
+            {"number-as-text", readNumberAsText},
             {"find-rows", findRows},
             {"run-statement", runStatement},
             {"guard", guard},

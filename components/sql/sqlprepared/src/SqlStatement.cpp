@@ -416,6 +416,12 @@ bool Statement::getBool(int column) const
     return text && *text == '1' && getSize(column) == 1;
 }
 
+// SQLite makes NULL of a number for whose text it has no memory, and keeps only the code.
+static bool hasLostNumber(sqlite3_stmt* handle)
+{
+    return handle && sqlite3_errcode(sqlite3_db_handle(handle)) == SQLITE_NOMEM;
+}
+
 string Statement::getString(int column) const
 {
     string copy;
@@ -423,7 +429,7 @@ string Statement::getString(int column) const
         const char* const text = getText(column);
         if (text)
             copy.append(text, static_cast<size_t>(getSize(column)));
-        else if (!isNull(column))
+        else if (!isNull(column) || hasLostNumber(_handle))
             withoutMemory();
     } catch (const std::exception&) {
         withoutMemory();
@@ -482,7 +488,7 @@ bool Statement::readCell(int column, Value& cell) const
     const char* const text = getText(column);
     if (!text) {
         cell.setNull();
-        return isNull(column);
+        return isNull(column) && !hasLostNumber(_handle);
     }
     const string::size_type size = static_cast<string::size_type>(getSize(column));
     if (std::strlen(text) == size) {

@@ -19,6 +19,14 @@ extern "C" const unsigned char* sqlite3_column_text(sqlite3_stmt* statement, int
     return hasNoMemoryForText ? nullptr : SQLW_REAL(sqlite3_column_text)(statement, column);
 }
 
+// It makes a number NULL then: its code alone shows that there was one.
+static bool hasMadeNull = false;
+
+extern "C" int sqlite3_errcode(sqlite3* db)
+{
+    return hasMadeNull ? SQLITE_NOMEM : SQLW_REAL(sqlite3_errcode)(db);
+}
+
 namespace
 {
 
@@ -147,7 +155,7 @@ protected:
         EXPECT_TRUE(statement.select(items));
         EXPECT_TRUE(statement.next());
     }
-    ~TextMemoryTest() override { hasNoMemoryForText = false; }
+    ~TextMemoryTest() override { hasNoMemoryForText = hasMadeNull = false; }
 };
 
 TEST_F(TextMemoryTest, TextThatSqliteCannotMakeIsEmptyAndAnError)
@@ -167,6 +175,30 @@ TEST_F(TextMemoryTest, NullIsNoTextThatSqliteCannotMake)
     EXPECT_TRUE(statement.next());
     hasNoMemoryForText = true;
     EXPECT_EQ("", statement.getString("name"));
+    EXPECT_EQ("none", words(statement.error()));
+}
+
+TEST_F(TextMemoryTest, NumberThatSqliteMakesNullIsAnError)
+{
+    ASSERT_TRUE(statement.next());
+    ASSERT_TRUE(statement.next());
+    ASSERT_TRUE(statement.isNull("name"));
+    hasMadeNull = true;
+    EXPECT_EQ("", statement.getString("name"));
+    EXPECT_EQ("7: out of memory", words(statement.error()));
+    sql::Record record(items.fields());
+    EXPECT_FALSE(statement.read(record));
+    EXPECT_EQ("7: out of memory", words(statement.error()));
+    hasMadeNull = false;
+    EXPECT_TRUE(statement.read(record));
+    EXPECT_EQ("none", words(statement.error()));
+}
+
+TEST_F(TextMemoryTest, NoStatementHasLostNoNumber)
+{
+    statement.close();
+    hasMadeNull = true;
+    EXPECT_EQ("", statement.getString(0));
     EXPECT_EQ("none", words(statement.error()));
 }
 
