@@ -150,14 +150,19 @@ void openMany(Witness& witness, const std::string& path)
     sql::Table many("many");
     witness.operation("initTable",
                       [&] { return many.initTable(session.database.getHandle(), itemFields); });
-    if (readRows(witness, session, many, "open", [&] { return many.open(); }))
+    const bool ok = readRows(witness, session, many, "open", [&] { return many.open(); });
+    if (ok)
         witness.expect(many.recordCount() == rowsOfMany, "open returned true and lacks rows");
     if (many.fields().count() != 5)
         return;
-    for (int i = 0; i < many.recordCount(); ++i)
-        witness.expect(many.getRecord(i)->getValue(0)->asInteger() == i + 1 &&
+    for (int i = 0; i < many.recordCount(); ++i) {
+        const sql::Value& id = *many.getRecord(i)->getValue(0);
+        const bool isLast = i + 1 == many.recordCount();
+        // SQLite makes NULL of a number for whose text it has no memory, and fails after that row.
+        witness.expect((id.asInteger() == i + 1 || (!ok && isLast && id.isNull())) &&
                            many.getRecord(i)->getValue(1)->asString().size() == textOfMany,
                        "row " + std::to_string(i + 1) + " is not whole");
+    }
 }
 
 void remove(Witness& witness, const std::string& path)
