@@ -114,5 +114,5 @@ def pictures(into, by_rows, by_columns):
     charts.curves(into / "scale-columns.svg", "Does a cell cost more in a wide row?",
                   {workload: by_columns[workload] for workload in WORKLOADS},
                   "instructions per cell", "columns")
-    charts.curves(into / "scale-memory.svg", "How much memory does a row that was read take?",
-                  {"rows of 5 columns": by_rows["memory"]}, "bytes per row", "rows")
+    charts.curves(into / "scale-memory.svg", "How much memory does a row take?",
+                  {"read from a table of 5 columns": by_rows["memory"]}, "bytes per row", "rows")
