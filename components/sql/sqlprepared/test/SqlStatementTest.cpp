@@ -379,12 +379,14 @@ TEST_F(StatementTest, ChangesAreNoneAfterAFailure)
     EXPECT_EQ(1, statement.changes());
     EXPECT_FALSE(statement.next());
     EXPECT_EQ(0, statement.changes());
-    EXPECT_TRUE(prepare("delete from item"));
-    EXPECT_TRUE(statement.run());
-    EXPECT_EQ(5, statement.changes());
-    EXPECT_FALSE(statement.find(1)); // there is no such parameter
-    EXPECT_EQ(0, statement.changes());
-    EXPECT_TRUE(prepare("insert into item (id) values (1)"));
+    EXPECT_TRUE(prepare("update item set price = 1"));
+    for (const bool isText : {false, true}) {
+        EXPECT_TRUE(statement.run());
+        EXPECT_EQ(5, statement.changes());
+        EXPECT_FALSE(isText ? statement.find("1") : statement.find(1)); // without a parameter
+        EXPECT_EQ(0, statement.changes());
+    }
+    EXPECT_TRUE(prepare("insert into item (id) values (9)"));
     EXPECT_TRUE(statement.run());
     statement.close();
     EXPECT_EQ(1, statement.changes());
