@@ -155,7 +155,7 @@ public:
 
     /// The text where SQLite keeps it: it is valid until the statement goes on, is bound, reset or
     /// closed. It ends in a NUL byte, which `getSize` does not count. Null for NULL; also without
-    /// memory, where `isNull` is false and nothing is logged.
+    /// memory, which `getString` reports and this does not.
     const char* getText(int column) const;
     /// The size of that text, in bytes.
     int getSize(int column) const;
