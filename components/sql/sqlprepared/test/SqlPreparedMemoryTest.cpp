@@ -11,12 +11,18 @@
 
 using namespace sqltest;
 
-// Replaces SQLite's own, which returns null when it has no memory to make a text.
+// These replace SQLite's own, which return null when they have no memory to make a text.
 static bool hasNoMemoryForText = false;
+static bool hasNoMemoryForName = false;
 
 extern "C" const unsigned char* sqlite3_column_text(sqlite3_stmt* statement, int column)
 {
     return hasNoMemoryForText ? nullptr : SQLW_REAL(sqlite3_column_text)(statement, column);
+}
+
+extern "C" const char* sqlite3_column_name(sqlite3_stmt* statement, int column)
+{
+    return hasNoMemoryForName ? nullptr : SQLW_REAL(sqlite3_column_name)(statement, column);
 }
 
 // It makes a number NULL then: its code alone shows that there was one.
@@ -176,6 +182,15 @@ TEST_F(TextMemoryTest, NullIsNoTextThatSqliteCannotMake)
     hasNoMemoryForText = true;
     EXPECT_EQ("", statement.getString("name"));
     EXPECT_EQ("none", words(statement.error()));
+}
+
+TEST_F(TextMemoryTest, ColumnWhoseNameSqliteCannotMakeIsNotFound)
+{
+    EXPECT_TRUE(prepare("select 7 as i"));
+    hasNoMemoryForName = true;
+    EXPECT_EQ(-1, statement.column("i"));
+    hasNoMemoryForName = false;
+    EXPECT_EQ(0, statement.column("i"));
 }
 
 TEST_F(TextMemoryTest, NumberThatSqliteMakesNullIsAnError)

@@ -1,5 +1,6 @@
 #include "SqlStatement.h"
 
+#include <functional>
 #include <limits>
 
 #include <gtest/gtest.h>
@@ -165,6 +166,19 @@ TEST_F(StatementTest, FindNeedsAParameter)
     EXPECT_EQ(25, statement.error().code());
 }
 
+TEST_F(StatementTest, FindThatCannotRunCountsNoChanges)
+{
+    EXPECT_TRUE(prepare("update item set price = 1"));
+    const std::function<bool()> finds[] = {[this] { return statement.find(1); },
+                                           [this] { return statement.find("key"); }};
+    for (const auto& find : finds) {
+        EXPECT_TRUE(statement.run());
+        EXPECT_EQ(3, statement.changes());
+        EXPECT_FALSE(find());
+        EXPECT_EQ(0, statement.changes());
+    }
+}
+
 TEST_F(StatementTest, TableWithTwoKeysIsNotReadByKey)
 {
     const sql::Field fields[] = {sql::Field("id", sql::type_int, sql::flag_primary_key),
@@ -226,7 +240,8 @@ TEST_F(CellTest, IntegersAreOf64Bits)
 
 TEST_F(CellTest, BoolIsTrueFor1Alone)
 {
-    readRow("1, '1', x'31', 1.0, 2, 0, -1, '1.0', 'true', '01', '1 ', cast(x'3100' as text), null");
+    readRow("1, '1', x'31', 1.0, 2, 0, -1, '1.0', 'true', '2', '01', '1 ', "
+            "cast(x'3100' as text), null");
     for (int i = 0; i < statement.columnCount(); ++i) {
         sql::Value value(sql::type_bool);
         const std::string text = statement.getString(i);
