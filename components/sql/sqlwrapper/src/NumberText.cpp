@@ -31,8 +31,9 @@ IntegerText::IntegerText(integer number, string::size_type fewestDigits)
     std::uint32_t rest = static_cast<std::uint32_t>(magnitude); // quicker on 32-bit processors
     while (rest >= 100) {
         const std::uint32_t hundredth = rest / 100;
+        const size_t pair = rest - 100 * hundredth;
         first -= 2;
-        std::memcpy(first, pairs + 2 * (rest - 100 * hundredth), 2);
+        std::memcpy(first, pairs + 2 * pair, 2);
         rest = hundredth;
     }
     while (rest != 0 || first > padded) {
