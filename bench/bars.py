@@ -39,14 +39,6 @@ BARS = {
         "read-all": (2.2, 2.3),
     },
 }
-# Bars above which the companion still is, and what it costs now, on the host and on the target: it must
-# not get worse until it is below them.
-NOT_YET = {
-    ("writer", "insert"): (1.07, 1.09), ("writer", "delete-by-key"): (1.03, 1.04),
-    ("writer", "read-all"): (1.29, 1.35), ("record", "insert"): (1.55, 1.60),
-    ("record", "update-by-key"): (1.44, 1.45), ("record", "upsert"): (1.41, 1.41),
-    ("record", "get-by-key"): (1.45, 1.48), ("record", "read-all"): (2.48, 2.56),
-}
 BULK_BAR = 0.75  # of inserting row by row with the C API
 TARGET = "ppc"
 COMPANION = ["statement", "writer", "record"]
@@ -54,14 +46,9 @@ NOISE = 1.001  # in which the same statement differs from itself, run by a peer
 PEERS = ["sqlitecpp", "soci", "poco-data", "qt-sql"]
 
 
-def meant_for(contestant, over, workload, on_target=False):
+def bar_of(contestant, over, workload, on_target=False):
     bar = BARS.get((contestant, over), {}).get(workload)
     return bar[on_target] if isinstance(bar, tuple) else bar
-
-
-def bar_of(contestant, over, workload, on_target=False):
-    held = NOT_YET.get((contestant, workload)) if over == "prepared" else None
-    return held[on_target] if held else meant_for(contestant, over, workload, on_target)
 
 
 def faults_of(counts, on_target=False):

@@ -1,6 +1,6 @@
 """What was measured, as tables of Markdown."""
 
-from bars import BULK_BAR, COMPANION, meant_for
+from bars import BULK_BAR, COMPANION, bar_of
 from styles import STYLES, name_of
 
 MACHINES = {False: "the host", True: "the target"}
@@ -61,7 +61,7 @@ def bar_table(title, counts_of, over, contestants, more=()):
         rows.append([workload])
         for contestant in contestants:
             ratios = {on_target: (counts[contestant, workload] / counts[over, workload],
-                                  meant_for(contestant, over, workload, on_target))
+                                  bar_of(contestant, over, workload, on_target))
                       for on_target, counts in counts_of.items()}
             rows[-1] += [ratio_cell(ratios), bar_cell(ratios)]
     return table(head, [*rows, *more])
