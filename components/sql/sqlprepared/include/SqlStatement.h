@@ -188,6 +188,7 @@ private:
     SQLW_INTERNAL bool runReady();
     SQLW_INTERNAL bool end(int rc);
     bool readAlone(Record& record);
+    SQLW_INTERNAL bool isNullInFile(int column) const;
     SQLW_INTERNAL bool readCell(int column, Value& cell) const;
     SQLW_INTERNAL bool succeed();
     SQLW_INTERNAL bool fail(int rc) const;

@@ -416,10 +416,11 @@ bool Statement::getBool(int column) const
     return text && *text == '1' && getSize(column) == 1;
 }
 
-// SQLite makes NULL of a number for whose text it has no memory, and keeps only the code.
-static bool hasLostNumber(sqlite3_stmt* handle)
+// Where there is no text. SQLite makes NULL of a number for whose text it has no memory, and keeps
+// only the code.
+SQLW_COLD bool Statement::isNullInFile(int column) const
 {
-    return handle && sqlite3_errcode(sqlite3_db_handle(handle)) == SQLITE_NOMEM;
+    return isNull(column) && !(_handle && sqlite3_errcode(_db) == SQLITE_NOMEM);
 }
 
 string Statement::getString(int column) const
@@ -429,7 +430,7 @@ string Statement::getString(int column) const
         const char* const text = getText(column);
         if (text)
             copy.append(text, static_cast<size_t>(getSize(column)));
-        else if (!isNull(column) || hasLostNumber(_handle))
+        else if (!isNullInFile(column))
             withoutMemory();
     } catch (const std::exception&) {
         withoutMemory();
@@ -488,7 +489,7 @@ bool Statement::readCell(int column, Value& cell) const
     const char* const text = getText(column);
     if (!text) {
         cell.setNull();
-        return isNull(column) && !hasLostNumber(_handle);
+        return isNullInFile(column);
     }
     const string::size_type size = static_cast<string::size_type>(getSize(column));
     if (std::strlen(text) == size) {

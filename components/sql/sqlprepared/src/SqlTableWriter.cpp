@@ -163,11 +163,6 @@ bool TableWriter::Cell::take(const Value& value)
         whole = value.asInteger();
         return true;
     }
-    if (columnType == type_bool && value.asBool()) { // most of what is left needs a copy
-        kind = Kind::whole;
-        whole = 1;
-        return true;
-    }
     string taken = value.asString();
     bool isStorable = true;
     if (columnType != type_text) {
