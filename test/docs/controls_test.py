@@ -50,7 +50,8 @@ def menu(driver):
 
 
 def edge_of_menu(driver):
-    time.sleep(0.5)  # it glides
+    while driver.execute_script("return document.getAnimations().length"):  # it glides
+        time.sleep(0.05)
     return driver.execute_script("return document.querySelector('.sidebar-drawer').getBoundingClientRect().right")
 
 
@@ -58,11 +59,12 @@ def contents(driver):
     """The contents of a page mark the section that is at the top of the window."""
     section = driver.find_elements("css selector", "article section section")[1]
     driver.execute_script("arguments[0].scrollIntoView({behavior: 'instant'})", section)
-    time.sleep(0.5)
-    marked = [link.get_attribute("href") for link in
-              driver.find_elements("css selector", ".toc-tree .scroll-current > a")]
-    if not any(link.endswith(f"#{section.get_attribute('id')}") for link in marked):
-        yield f"the contents mark {marked}, not {section.get_attribute('id')}"
+    wanted, marked, end = f"#{section.get_attribute('id')}", [], time.monotonic() + 10
+    while wanted not in marked and time.monotonic() < end:
+        marked = driver.execute_script(
+            "return [...document.querySelectorAll('.toc-tree .scroll-current > a')].map(link => link.hash)")
+    if wanted not in marked:
+        yield f"the contents mark {marked}, not {wanted}"
 
 
 def copies(driver):
