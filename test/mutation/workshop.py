@@ -43,6 +43,14 @@ void operator delete[](void* memory, std::size_t) noexcept { operator delete(mem
 """
 
 
+# The tests would be compiled with the inline functions of these headers, where no change reaches them.
+# g++ leaves those of an "interface" to the sources that name it as their "implementation".
+INLINE = COMPONENTS / "sqlprepared/include"
+INTERFACE = "#pragma interface"
+IMPLEMENTATION = OUT / "implementation.h"
+INLINE_LIBRARY = "libsqlprepared-inline.so"
+
+
 def run(*command, **options):
     return subprocess.run([str(part) for part in command], stdin=subprocess.DEVNULL,
                           stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False, **options)
@@ -63,10 +71,14 @@ def copy_tree(uncommitted):
         files = ("git ls-files -z --cached --others --exclude-standard | "
                  "tar -c --ignore-failed-read --null --files-from=-")
     TREE.mkdir(parents=True, exist_ok=True)
-    with tempfile.TemporaryDirectory(dir=OUT) as fresh:
+    with tempfile.TemporaryDirectory(dir=OUT) as folder:
+        fresh = pathlib.Path(folder)
         must("the tree cannot be copied", "bash", "-c",
-             f"set -o pipefail; {files} | tar -x -C {fresh} && "
-             f"rsync --archive --checksum --delete {fresh}/ {TREE}/", cwd=ROOT)
+             f"set -o pipefail; {files} | tar -x -C {fresh}", cwd=ROOT)
+        for header in (fresh / INLINE).iterdir():
+            header.write_text(header.read_text().replace("\n\n", f"\n{INTERFACE}\n", 1))
+        must("the tree cannot be copied", "rsync", "--archive", "--no-times", "--checksum",
+             "--delete", f"{fresh}/", f"{TREE}/")
 
 
 def sources():
@@ -75,16 +87,32 @@ def sources():
             for path in sorted((TREE / COMPONENTS / library / part).iterdir())]
 
 
-def build_tests():
-    """The test programs of the classes and of what is internal."""
+def make_inline():
+    """A library of the inline functions, which the tests are linked with. When they run, the changed
+    library takes its name."""
+    headers = sorted(path.name for path in (TREE / INLINE).iterdir())
+    IMPLEMENTATION.write_text("".join(f'#pragma implementation "{name}"\n' for name in headers))
+    source = OUT / "inline.cpp"
+    source.write_text("".join(f'#include "{name}"\n' for name in headers))
+    must("the inline functions cannot be built", "g++", "-shared", "-fPIC", "-std=c++11",
+         "-DSQLW_INTERNAL=", "-include", IMPLEMENTATION, f"-I{TREE / INLINE}",
+         f"-I{TREE / COMPONENTS / 'sqlwrapper/include'}", source, f"-Wl,-soname,{INLINE_LIBRARY}",
+         "-o", OUT / INLINE_LIBRARY)
+    return OUT / INLINE_LIBRARY
+
+
+def build_tests(libraries):
+    """The test programs of the classes of these libraries, and of what is internal."""
     arrays = OUT / "arrays.cpp"
     arrays.write_text(ARRAYS)
     must("the tests cannot be built", "g++", "-c", arrays, "-o", arrays.with_suffix(".o"))
     must("the tests cannot be configured", "cmake", "-S", TREE, "-B", TESTS,
-         f"-DCMAKE_EXE_LINKER_FLAGS={arrays.with_suffix('.o')}",
-         "-DCMAKE_CXX_COMPILER=g++", "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_FLAGS_DEBUG=-O0",
+         f"-DCMAKE_EXE_LINKER_FLAGS=-rdynamic {arrays.with_suffix('.o')}",
+         f"-DCMAKE_CXX_STANDARD_LIBRARIES=-Wl,--allow-shlib-undefined,--as-needed {make_inline()}",
+         "-DCMAKE_CXX_COMPILER=g++", "-DCMAKE_BUILD_TYPE=Debug",
+         "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -DSQLW_INTERNAL=",
          "-DCMAKE_SKIP_RPATH=ON", "-DSQLWRAPPER_BUILD_EXAMPLES=OFF", "-DSQLWRAPPER_INSTALL=OFF")
-    tests = [path.relative_to(TREE).with_suffix("") for library in LIBRARIES
+    tests = [path.relative_to(TREE).with_suffix("") for library in libraries
              for path in sorted((TREE / COMPONENTS / library / "test").glob("*Test.cpp"))]
     must("the tests cannot be built", "cmake", "--build", TESTS, "-j", os.cpu_count() or 1,
          "--target", *(test.name for test in tests))
@@ -113,6 +141,7 @@ class Workshop:
         for library in LIBRARIES:
             for part in ("src", "include"):
                 shutil.copytree(TREE / COMPONENTS / library / part, folder / library / part)
+        (folder / INLINE_LIBRARY).symlink_to("libsqlprepared.so.1")
         self.sources = sorted(folder.glob("*/src/*.cpp"))
         self.parts = {library: [*sorted(folder.glob(f"{library}/src/*.cpp")),
                                 *(folder / other for other in others)]
@@ -142,9 +171,10 @@ class Workshop:
 
     def compile(self, files, suffix, without_value=WITHOUT_VALUE[0]):
         includes = [f"-I{self.folder / library / 'include'}" for library in LIBRARIES]
-        return all(run(*COMPILE, f"-ftrivial-auto-var-init={without_value}", "-MMD", "-MF",
-                       file.with_suffix(".d"), "-include", self.folder / "system.h", *includes,
-                       "-c", file, "-o", file.with_suffix(suffix)).returncode == 0
+        return all(run(*COMPILE, f"-ftrivial-auto-var-init={without_value}",
+                       "-MMD", "-MF", file.with_suffix(".d"),
+                       "-include", self.folder / "system.h", "-include", IMPLEMENTATION,
+                       *includes, "-c", file, "-o", file.with_suffix(suffix)).returncode == 0
                    for file in files)
 
     def libraries_of(self, sources):
@@ -202,10 +232,9 @@ class Workshop:
         return [source.with_suffix(suffix).read_bytes() for source in sources]
 
     def likeliest(self, stem, affected, and_others):
-        """The tests of the class, which are the likeliest to see a change, and then the others. Those
-        of the companion load both libraries, those of the library nothing else."""
-        loaded = {"sqlprepared"} | self.libraries_of(affected)
-        programs = [program for program in self.programs if program.parent.parent.name in loaded]
+        """The tests of the class, which are the likeliest to see a change, and then the others."""
+        loading = libraries_of_tests({source.name for source in affected})
+        programs = [program for program in self.programs if program.parent.parent.name in loading]
         own = [program for program in programs if program.name.startswith(stem)]
         others = [program for program in programs if program in self.quick and program not in own]
         candidates = own + others if and_others or not own else own
@@ -224,9 +253,16 @@ def seconds_of(workshop, programs):
     return seconds
 
 
+def libraries_of_tests(files):
+    """The tests of the companion load both libraries, those of the library nothing else."""
+    is_shared = any(path.name in files and path.parent.parent.name == "sqlwrapper"
+                    for path in sources())
+    return list(LIBRARIES) if is_shared else ["sqlprepared"]
+
+
 def attempt_all(mutants):
     """The outcomes, in the order of the mutants."""
-    programs = build_tests()
+    programs = build_tests(libraries_of_tests({mutant.file for mutant in mutants}))
     # Where files are written to memory, the tests of files take no time.
     memory = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None
     local = threading.local()

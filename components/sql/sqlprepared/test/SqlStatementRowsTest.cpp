@@ -198,6 +198,16 @@ TEST_F(StatementTest, TableWithoutKeyIsNotReadByKey)
     EXPECT_EQ("21: the table has not exactly one key column", words(statement.error()));
 }
 
+// A new statement
+
+TEST_F(StatementTest, HasNoRowWhateverItsMemoryHeld)
+{
+    const Fresh<sql::Statement> fresh;
+    EXPECT_EQ(0, fresh->changes());
+    EXPECT_FALSE(fresh->next());
+    EXPECT_EQ("21: no statement is prepared", words(fresh->error()));
+}
+
 // Cells
 
 class CellTest : public StatementTest

@@ -51,6 +51,22 @@ TEST_F(TableWriterTest, CellsAreNullAtFirstAndStaySet)
     EXPECT_EQ("4 'Screw' NULL NULL NULL", row("4"));
 }
 
+TEST_F(TableWriterTest, HasNoCellsAndNoIdInTheMemoryOfAnother)
+{
+    alignas(sql::TableWriter) unsigned char memory[sizeof(sql::TableWriter)];
+    for (const int id : {7, 8}) {
+        sql::TableWriter* const fresh = new (memory) sql::TableWriter(items);
+        EXPECT_EQ(0, fresh->insertId());
+        EXPECT_EQ(0, fresh->changes());
+        fresh->setInteger(0, id);
+        fresh->setString(1, "Screw");
+        EXPECT_TRUE(fresh->insert());
+        EXPECT_EQ(id, fresh->insertId());
+        fresh->setInteger(99, 0); // which the next write would report
+        fresh->~TableWriter();
+    }
+}
+
 TEST_F(TableWriterTest, ClearMakesEveryCellNull)
 {
     setItem(7, "Screw");
