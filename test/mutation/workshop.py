@@ -106,6 +106,7 @@ def build_tests(libraries):
     arrays = OUT / "arrays.cpp"
     arrays.write_text(ARRAYS)
     must("the tests cannot be built", "g++", "-c", arrays, "-o", arrays.with_suffix(".o"))
+    # The companion finds the platform also in a program that the linker sees calling nothing of it.
     must("the tests cannot be configured", "cmake", "-S", TREE, "-B", TESTS,
          f"-DCMAKE_EXE_LINKER_FLAGS=-rdynamic {arrays.with_suffix('.o')}",
          f"-DCMAKE_CXX_STANDARD_LIBRARIES=-Wl,--allow-shlib-undefined,--as-needed {make_inline()}",
