@@ -32,7 +32,7 @@ public:
     Backup& operator=(const Backup&) = delete;
 
     /// Copies up to `pages` pages; all that are left for a negative number.
-    /// @return whether there is more to do. True also when a lock is in the way: `isBusy()` is then
+    /// @return true when there is more to do, and when a lock is in the way: `isBusy()` is then
     ///         true, and the step can be tried again. False when the copy is done, and when it has
     ///         failed: `error()` says why, after ERROR lines, and every further step is false.
     bool step(int pages);

@@ -48,9 +48,9 @@ public:
 
     /// Adds a row. A NULL key is given a number by SQLite, where the key column is an integer one.
     bool insert(const Record& record) { return write(Write::insert, &record); }
-    /// Updates the row with the record's key. True also when there is no such row: see `changes`.
-    /// SQLITE_MISUSE when the description has no key column. Where it has more than one, all of
-    /// them are compared.
+    /// Updates the row with the record's key. Also succeeds when there is no such row: see
+    /// `changes`. SQLITE_MISUSE when the description has no key column. Where it has more than one,
+    /// all of them are compared.
     bool update(const Record& record) { return write(Write::update, &record); }
     /// Updates the row with the record's key, or adds it when there is none, as one step. In SQL it
     /// is one statement where SQLite has it (3.24), otherwise two within a savepoint. SQLITE_MISUSE
@@ -114,7 +114,7 @@ public:
 
     /// @}
 
-    /// Deletes the row with the key. True also when there is no such row: see `changes`.
+    /// Deletes the row with the key. Also succeeds when there is no such row: see `changes`.
     /// SQLITE_MISUSE when the description has no key column, or more than one.
     bool erase(integer key);
     bool erase(const string& key);

@@ -52,7 +52,7 @@ public:
     ///         and with SQLITE_MISUSE after `commit` or `rollback`, and when it never began.
     bool commit();
 
-    /// Ends it and undoes what was written. True also when SQLite has rolled back by itself.
+    /// Ends it and undoes what was written. Also succeeds when SQLite has rolled back by itself.
     /// @return false with SQLITE_MISUSE after `commit` or `rollback`, and when it never began.
     bool rollback();
 
