@@ -14,14 +14,15 @@ namespace
 {
 
 // An operation of the companion throws nothing, and has an error exactly when it failed.
-bool operation(Witness& witness, const char* name, const std::function<bool()>& run,
-               const std::function<const sql::Error&()>& error,
-               const Witness::Effects& effects = {})
+template <typename Object>
+bool operation(Witness& witness, const char* name, const Object& object,
+               const std::function<bool()>& run, const Witness::Effects& effects = {})
 {
     const long throws = witness.outOfMemory();
     const bool succeeded = witness.operation(name, run, effects);
     witness.expect(witness.outOfMemory() == throws, std::string(name) + " throws");
-    witness.expect(succeeded != bool(error()), std::string(name) + " has an error when it failed");
+    witness.expect(succeeded != bool(object.error()),
+                   std::string(name) + " has an error when it failed");
     return succeeded;
 }
 
@@ -32,18 +33,16 @@ bool addRows(Witness& witness, Session& session, sql::TableWriter& writer, sql::
     const std::string name = longName;
     bool ok = true;
     for (sql::integer id = first; ok && id <= last; ++id)
-        ok = operation(
-            witness, "insert",
-            [&] {
-                writer.setInteger(0, id);
-                writer.setString(1, name);
-                writer.setDouble(2, 2.5);
-                writer.setBool(3, true);
-                writer.setTime(4, sql::Time(86400));
-                return writer.insert();
-            },
-            [&]() -> const sql::Error& { return writer.error(); },
-            {{countWhere("id = " + std::to_string(id)) + " and price = 2.5", "1"}});
+        ok = operation(witness, "insert", writer,
+                       [&] {
+                           writer.setInteger(0, id);
+                           writer.setString(1, name);
+                           writer.setDouble(2, 2.5);
+                           writer.setBool(3, true);
+                           writer.setTime(4, sql::Time(86400));
+                           return writer.insert();
+                       },
+                       {{countWhere("id = " + std::to_string(id)) + " and price = 2.5", "1"}});
     witness.expect(session.item.recordCount() == 0, "the rows held are left alone");
     return ok;
 }
@@ -60,21 +59,20 @@ void writeRecords(Witness& witness, const std::string& path)
     witness.either("select name from item where id = 2", longName, "renamed");
     Session session(witness, path);
     sql::TableWriter writer(session.item);
-    const auto error = [&]() -> const sql::Error& { return writer.error(); };
     session.withRecord(2, "renamed", [&](const sql::Record& record) {
-        operation(witness, "update", [&] { return writer.update(record); }, error,
+        operation(witness, "update", writer, [&] { return writer.update(record); },
                   {{countWhere("id = 2 and name = 'renamed'"), "1"}});
     });
     for (const sql::integer id : {3, 30})
         session.withRecord(id, "either", [&](const sql::Record& record) {
-            operation(witness, "upsert", [&] { return writer.upsert(record); }, error,
+            operation(witness, "upsert", writer, [&] { return writer.upsert(record); },
                       {{countWhere("name = 'either' and id = " + std::to_string(id)), "1"}});
         });
     session.withRecord(40, "added", [&](const sql::Record& record) {
-        operation(witness, "insert", [&] { return writer.insert(record); }, error,
+        operation(witness, "insert", writer, [&] { return writer.insert(record); },
                   {{countWhere("name = 'added' and id = 40"), "1"}});
     });
-    operation(witness, "erase", [&] { return writer.erase(1); }, error,
+    operation(witness, "erase", writer, [&] { return writer.erase(1); },
               {{countWhere("id = 1"), "0"}});
 }
 
@@ -85,20 +83,15 @@ void streamRows(Witness& witness, const std::string& path)
     witness.operation("initTable",
                       [&] { return many.initTable(session.database.getHandle(), itemFields); });
     sql::Statement statement;
-    const auto error = [&]() -> const sql::Error& { return statement.error(); };
     if (many.fields().count() != 5 ||
-        !operation(
-            witness, "select", [&] { return statement.select(many); }, error))
+        !operation(witness, "select", statement, [&] { return statement.select(many); }))
         return;
     int rows = 0;
     bool more = true;
-    while (more && operation(
-                       witness, "next",
-                       [&] {
-                           more = statement.next();
-                           return more || !statement.error();
-                       },
-                       error))
+    while (more && operation(witness, "next", statement, [&] {
+               more = statement.next();
+               return more || !statement.error();
+           }))
         if (more) {
             ++rows;
             witness.expect(statement.getInteger(0) == rows &&
@@ -116,24 +109,20 @@ void readNumberAsText(Witness& witness, const std::string& path)
                                        sql::Field()};
     sql::Table table("item");
     sql::Statement statement;
-    const auto error = [&]() -> const sql::Error& { return statement.error(); };
     if (!witness.operation("initTable",
                            [&] { return table.initTable(session.database.getHandle(), texts); }) ||
-        !operation(
-            witness, "select", [&] { return statement.select(table); }, error) ||
-        !operation(
-            witness, "next", [&] { return statement.next(); }, error))
+        !operation(witness, "select", statement, [&] { return statement.select(table); }) ||
+        !operation(witness, "next", statement, [&] { return statement.next(); }))
         return;
     sql::Record record(table.fields());
-    if (operation(
-            witness, "read", [&] { return statement.read(record); }, error))
+    if (operation(witness, "read", statement, [&] { return statement.read(record); }))
         same(witness, record.getValue(0)->asString(), "1");
     std::string text;
     const auto getString = [&] {
         text = statement.getString(0);
         return !statement.error();
     };
-    if (operation(witness, "getString", getString, error))
+    if (operation(witness, "getString", statement, getString))
         same(witness, text, "1");
 }
 
@@ -143,14 +132,13 @@ void findRows(Witness& witness, const std::string& path)
     if (session.item.fields().count() != 5)
         return;
     sql::Statement statement;
-    const auto error = [&]() -> const sql::Error& { return statement.error(); };
-    if (!operation(
-            witness, "selectByKey", [&] { return statement.selectByKey(session.item); }, error))
+    if (!operation(witness, "selectByKey", statement,
+                   [&] { return statement.selectByKey(session.item); }))
         return;
     session.withRecord(0, "to be replaced", [&](const sql::Record& record) {
         sql::Record found(record);
-        const bool there = operation(
-            witness, "find", [&] { return statement.find(4, found); }, error);
+        const bool there =
+            operation(witness, "find", statement, [&] { return statement.find(4, found); });
         same(witness, found.getValue("name")->asString(), there ? longName : "to be replaced");
     });
 }
@@ -161,14 +149,11 @@ void runStatement(Witness& witness, const std::string& path)
     Session session(witness, path);
     const std::string sql = "delete from item where id > :id";
     sql::Statement statement;
-    const auto error = [&]() -> const sql::Error& { return statement.error(); };
-    if (!operation(
-            witness, "prepare",
-            [&] { return statement.prepare(session.database.getHandle(), sql); }, error))
+    if (!operation(witness, "prepare", statement,
+                   [&] { return statement.prepare(session.database.getHandle(), sql); }))
         return;
-    operation(
-        witness, "bindInteger", [&] { return statement.bindInteger(1, 3); }, error);
-    if (operation(witness, "run", [&] { return statement.run(); }, error,
+    operation(witness, "bindInteger", statement, [&] { return statement.bindInteger(1, 3); });
+    if (operation(witness, "run", statement, [&] { return statement.run(); },
                   {{countWhere("id > 3"), "0"}}))
         witness.expect(statement.changes() == 2, "two rows are gone");
 }
