@@ -73,6 +73,7 @@ private:
 
 using Add = bool (Application::*)(sql::integer id);
 using MakeRoom = std::function<bool()>;
+using Fill = std::function<void(const Point&, const std::string& path, const MakeRoom&)>;
 
 // Adds rows until one is refused, and checks how that was reported. Returns how many were added.
 sql::integer fill(const Point& point, Application& application, Add add, sql::integer first,
@@ -89,8 +90,8 @@ sql::integer fill(const Point& point, Application& application, Add add, sql::in
 }
 
 // Fills what there is, makes room, and fills that.
-void fillTwice(const Point& point, const std::string& path, Add add, const char* expected,
-               const MakeRoom& makeRoom)
+void fillTwice(const Point& point, const std::string& path, const MakeRoom& makeRoom, Add add,
+               const char* expected)
 {
     Application application(point, path);
     const sql::integer added = fill(point, application, add, 1, expected);
@@ -112,8 +113,8 @@ void addInTransaction(const Point& point, Application& application, sql::integer
 
 // When the disk is full, SQLite rolls back by itself: within the transaction if its cache is small,
 // otherwise at the commit. The guard must not take that for an open transaction.
-void fillTransaction(const Point& point, const std::string& path, int pagesOfCache,
-                     const MakeRoom& makeRoom)
+void fillTransaction(const Point& point, const std::string& path, const MakeRoom& makeRoom,
+                     int pagesOfCache)
 {
     Application application(point, path);
     sql::RecordSet(application.db()).query("pragma cache_size = " + sql::intToStr(pagesOfCache));
@@ -161,9 +162,8 @@ void fillByBackup(const Point& point, const std::string& path, const MakeRoom& m
     copy.expectRows(600);
 }
 
-// Calls `use` with the path of a file on a disk of one megabyte, and a way to double that disk.
-void onSmallDisk(const Point& point,
-                 const std::function<void(const std::string&, const MakeRoom&)>& use)
+// Fills a disk of one megabyte, which can be doubled.
+void onSmallDisk(const Point& point, const Fill& fill)
 {
     const faults::Folder folder("/tmp");
     const char* const path = folder.path.c_str();
@@ -173,29 +173,8 @@ void onSmallDisk(const Point& point,
                              mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
                              mount("tmpfs", path, "tmpfs", 0, "size=1m") == 0,
                          "a tmpfs can be mounted, for which this item needs to be root"))
-            use(folder.path + "/full.db",
-                [&] { return mount("none", path, "tmpfs", MS_REMOUNT, "size=2m") == 0; });
-    });
-}
-
-void smallDisk(const Point& point, Add add)
-{
-    onSmallDisk(point, [&](const std::string& path, const MakeRoom& makeRoom) {
-        fillTwice(point, path, add, "rc=13=SQLITE_FULL", makeRoom);
-    });
-}
-
-void smallDiskInTransaction(const Point& point, int pagesOfCache)
-{
-    onSmallDisk(point, [&](const std::string& path, const MakeRoom& makeRoom) {
-        fillTransaction(point, path, pagesOfCache, makeRoom);
-    });
-}
-
-void smallDiskByBackup(const Point& point)
-{
-    onSmallDisk(point, [&](const std::string& path, const MakeRoom& makeRoom) {
-        fillByBackup(point, path, makeRoom);
+            fill(point, folder.path + "/full.db",
+                 [&] { return mount("none", path, "tmpfs", MS_REMOUNT, "size=2m") == 0; });
     });
 }
 
@@ -205,34 +184,42 @@ bool limitFiles(rlim_t kilobytes)
     return setrlimit(RLIMIT_FSIZE, &limit) == 0;
 }
 
-// SQLite takes only ENOSPC for a full disk; a file at its limit is EFBIG, and an I/O error.
-void limitedFiles(const Point& point, Add add)
+// Fills files that end at 500 kilobytes, which can be doubled.
+void inLimitedFiles(const Point& point, const Fill& fill)
 {
     const faults::Folder folder("/tmp");
     point.inChild([&] {
         std::signal(SIGXFSZ, SIG_IGN);
         point.expect(limitFiles(500), "files can be limited");
-        fillTwice(point, folder.path + "/limited.db", add, "rc=10=SQLITE_IOERR",
-                  [] { return limitFiles(1000); });
+        fill(point, folder.path + "/limited.db", [] { return limitFiles(1000); });
     });
+}
+
+// A trial of one of these places. What the fill takes besides comes last.
+template <typename Filler, typename... More>
+std::function<void(const Point&)> in(void (*place)(const Point&, const Fill&), Filler filler,
+                                     More... more)
+{
+    return [=](const Point& point) {
+        place(point, [&](const Point& within, const std::string& path, const MakeRoom& makeRoom) {
+            filler(within, path, makeRoom, more...);
+        });
+    };
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const auto by = [](void (*fill)(const Point&, Add), Add add) {
-        return [=](const Point& point) { fill(point, add); };
-    };
-    const auto inTransaction = [](int pagesOfCache) {
-        return [=](const Point& point) { smallDiskInTransaction(point, pagesOfCache); };
-    };
+    const Add byTable = &Application::addByTable, byWriter = &Application::addByWriter;
+    const char* const full = "rc=13=SQLITE_FULL";
+    const char* const beyond = "rc=10=SQLITE_IOERR"; // EFBIG: only ENOSPC is a full disk to SQLite
     return faults::run(argc, argv,
-                       {{"tmpfs", by(smallDisk, &Application::addByTable)},
-                        {"tmpfs-writer", by(smallDisk, &Application::addByWriter)},
-                        {"tmpfs-transaction", inTransaction(10)},
-                        {"tmpfs-commit", inTransaction(2000)},
-                        {"tmpfs-backup", smallDiskByBackup},
-                        {"rlimit", by(limitedFiles, &Application::addByTable)},
-                        {"rlimit-writer", by(limitedFiles, &Application::addByWriter)}});
+                       {{"tmpfs", in(onSmallDisk, fillTwice, byTable, full)},
+                        {"tmpfs-writer", in(onSmallDisk, fillTwice, byWriter, full)},
+                        {"tmpfs-transaction", in(onSmallDisk, fillTransaction, 10)},
+                        {"tmpfs-commit", in(onSmallDisk, fillTransaction, 2000)},
+                        {"tmpfs-backup", in(onSmallDisk, fillByBackup)},
+                        {"rlimit", in(inLimitedFiles, fillTwice, byTable, beyond)},
+                        {"rlimit-writer", in(inLimitedFiles, fillTwice, byWriter, beyond)}});
 }
