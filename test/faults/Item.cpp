@@ -108,7 +108,7 @@ void figure(const char* format, ...)
     std::printf("\n");
 }
 
-Item::Item()
+static void prepare()
 {
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     listen();
@@ -123,83 +123,57 @@ Item::Item()
         std::signal(crash, [](int) { endWith("crashes"); });
 }
 
-int run(int argc, char** argv, Item& item)
+static std::string wanted;   // the name of the one point to repeat, or empty for all
+static std::string unwanted; // the first of the other names, for the message
+
+bool isWanted(const std::string& name)
 {
-    const std::string program = std::filesystem::path(argv[0]).filename();
-    const std::string mode = argc > 1 ? argv[1] : "";
-    if (argc == 2 && (mode == "--quick" || mode == "--full")) {
-        item.tryAll(mode == "--quick");
-        return finish();
+    if (wanted.empty() || name == wanted)
+        return true;
+    if (unwanted.size() < 200)
+        unwanted += " " + name;
+    return false;
+}
+
+static int repeat(const char* program, const std::function<void(bool quick)>& tryAll)
+{
+    for (const bool quick : {true, false}) { // the sample has points enough, as a rule
+        unwanted.clear();
+        tryAll(quick);
+        if (tally().cases > 0) {
+            std::printf("the last ERROR line is '%s'\n", reports.last);
+            return finish();
+        }
     }
-    if (argc != 3 || mode != "--only") {
-        std::fprintf(stderr, "usage: %s --quick | --full | --only POINT\n", program.c_str());
-        return 2;
-    }
-    if (item.tryOne(argv[2]))
-        return finish();
-    std::fprintf(stderr, "%s: there is no point '%s'; points are %s\n", program.c_str(), argv[2],
-                 item.points().c_str());
+    std::fprintf(stderr, "%s: there is no point '%s'; the first ones are%s\n", program,
+                 wanted.c_str(), unwanted.c_str());
     return 2;
 }
 
-namespace
+int run(int argc, char** argv, const std::function<void(bool quick)>& tryAll)
 {
-
-class Trials : public Item
-{
-public:
-    explicit Trials(const std::vector<Trial>& trials) : _trials(trials) {}
-
-    std::string points() const override
-    {
-        std::string names;
-        for (const Trial& trial : _trials)
-            names += (names.empty() ? "" : ", ") + trial.name;
-        return names;
+    const std::string program = std::filesystem::path(argv[0]).filename();
+    const std::string mode = argc > 1 ? argv[1] : "";
+    prepare();
+    if (argc == 3 && mode == "--only" && *argv[2]) {
+        wanted = argv[2];
+        return repeat(program.c_str(), tryAll);
     }
-    void tryAll(bool) override
-    {
-        for (const Trial& trial : _trials)
-            trial.run(Point(trial.name));
+    if (argc != 2 || (mode != "--quick" && mode != "--full")) {
+        std::fprintf(stderr, "usage: %s --quick | --full | --only POINT\n", program.c_str());
+        return 2;
     }
-    bool tryOne(const std::string& name) override
-    {
-        for (const Trial& trial : _trials)
-            if (trial.name == name) {
-                trial.run(Point(name));
-                return true;
-            }
-        return false;
-    }
-
-private:
-    const std::vector<Trial>& _trials;
-};
-
-} // namespace
+    tryAll(mode == "--quick");
+    return finish();
+}
 
 int run(int argc, char** argv, const std::vector<Trial>& trials)
 {
-    Trials item(trials);
-    return run(argc, argv, item);
-}
-
-std::vector<std::string> parts(const std::string& name)
-{
-    std::vector<std::string> found(1);
-    for (const char character : name)
-        if (character == ':')
-            found.emplace_back();
-        else
-            found.back() += character;
-    return found;
-}
-
-bool isNumber(const std::string& text, long& number)
-{
-    char* end = nullptr;
-    number = std::strtol(text.c_str(), &end, 10);
-    return !text.empty() && *end == '\0' && number >= 0;
+    return run(argc, argv, [&](bool) {
+        for (const Trial& trial : trials)
+            if (isWanted(trial.name))
+                trial.run(Point(trial.name));
+    });
 }
 
 static std::string newFolder(const char* parent)

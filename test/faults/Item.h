@@ -35,22 +35,13 @@ private:
 /// Prints a figure that is worth a place in the table.
 [[gnu::format(printf, 1, 2)]] void figure(const char* format, ...);
 
-class Item
-{
-public:
-    Item();
-    virtual ~Item() = default;
+/// Whether to try the point of this name, which an item asks for each. When one point is repeated,
+/// no other is wanted.
+bool isWanted(const std::string& name);
 
-    /// How the names of its points are written, for messages.
-    virtual std::string points() const = 0;
-    /// Tries every point, or a sample of them that takes seconds.
-    virtual void tryAll(bool quick) = 0;
-    /// Tries one point. Returns false when there is no point of that name.
-    virtual bool tryOne(const std::string& name) = 0;
-};
-
-/// The body of an item's main: all points or one. Returns the exit status.
-int run(int argc, char** argv, Item& item);
+/// The body of an item's main, which `tryAll` points, or a sample of them that takes seconds.
+/// Returns the exit status.
+int run(int argc, char** argv, const std::function<void(bool quick)>& tryAll);
 
 /// A point of an item that can list them.
 struct Trial
@@ -61,11 +52,6 @@ struct Trial
 
 /// The body of main for an item that is a list of points. Quick mode tries them all as well.
 int run(int argc, char** argv, const std::vector<Trial>& trials);
-
-/// The parts of a name between its colons.
-std::vector<std::string> parts(const std::string& name);
-/// Whether a text is a number, and which one.
-bool isNumber(const std::string& text, long& number);
 
 /// An empty folder, removed with all that is in it. In memory, unless it must be on a disk.
 class Folder

@@ -21,40 +21,19 @@ namespace
 
 const int errorsAlone = 3;
 const int everyLine = 9;
+const long mostCalls = 100000; // of any scenario
 
-class Sweep : public Item
+class Sweep
 {
 public:
     explicit Sweep(long stride) : _stride(stride) { makeDatabase(original()); }
 
-    std::string points() const override
-    {
-        return "SCENARIO:once:N and SCENARIO:on:N, and with :9 at that trace level; scenarios are " +
-               scenarioNames();
-    }
-
-    void tryAll(bool quick) override
+    void tryAll(bool quick)
     {
         for (const Scenario& scenario : scenarios())
             for (const bool fromThenOn : {false, true})
                 for (const int level : {errorsAlone, everyLine})
                     tryCalls(scenario, fromThenOn, level, quick);
-    }
-
-    bool tryOne(const std::string& name) override
-    {
-        const std::vector<std::string> said = parts(name);
-        long nth = 0;
-        const bool known = (said.size() == 3 || (said.size() == 4 && said[3] == "9")) &&
-                           (said[1] == "once" || said[1] == "on") && isNumber(said[2], nth);
-        const Scenario* scenario = known ? scenarioNamed(said[0]) : nullptr;
-        if (!scenario)
-            return false;
-        const bool struck =
-            tryCall(*scenario, said[1] == "on", nth, said.size() == 4 ? everyLine : errorsAlone);
-        std::printf("the fault %s; the last ERROR line is '%s'\n",
-                    struck ? "struck" : "did not strike", reports.last);
-        return true;
     }
 
 private:
@@ -70,15 +49,16 @@ private:
         };
         while (tryCall(scenario, fromThenOn, nth, level))
             nth += step();
-        std::printf("%s, %s, trace level %d: up to call %ld\n", scenario.name,
-                    fromThenOn ? "from then on" : "once", level, nth);
     }
 
     // Whether the fault struck; if not, the scenario has no more calls to fail.
     bool tryCall(const Scenario& scenario, bool fromThenOn, long nth, int level)
     {
-        const Point point(std::string(scenario.name) + (fromThenOn ? ":on:" : ":once:") +
-                          std::to_string(nth) + (level == everyLine ? ":9" : ""));
+        const std::string name = std::string(scenario.name) + (fromThenOn ? ":on:" : ":once:") +
+                                 std::to_string(nth) + (level == everyLine ? ":9" : "");
+        if (!isWanted(name))
+            return nth < mostCalls;
+        const Point point(name);
         const std::string path = _folder.path + "/run.db";
         for (const char* suffix : {"", "-journal", "-new", "-new-journal"})
             fs::remove(path + suffix);
@@ -99,6 +79,8 @@ private:
         point.expect(openFiles() == files, "a file descriptor leaked");
         verifyFile(point, witness, path);
         point.expect(sqlite3_memory_used() == memory, "SQLite's memory leaked");
+        if (!injector.fired())
+            std::printf("%s: there is no such call\n", name.c_str());
         return injector.fired();
     }
 
@@ -110,8 +92,7 @@ private:
 
 int sweep(int argc, char** argv, long stride)
 {
-    Sweep item(stride);
-    return run(argc, argv, item);
+    return run(argc, argv, [=](bool quick) { Sweep(stride).tryAll(quick); });
 }
 
 } // namespace faults

@@ -345,9 +345,9 @@ void texts(Witness& witness, const std::string& path)
     objects(witness);
 }
 
-std::vector<Scenario> libraryScenarios()
+std::vector<Scenario> allScenarios()
 {
-    return {
+    std::vector<Scenario> all = {
         {"open-modes", openModes},
         {"create", create},
         {"add", add},
@@ -366,35 +366,17 @@ std::vector<Scenario> libraryScenarios()
         {"copies", copies},
         {"texts", texts},
     };
+    const std::vector<Scenario> companion = companionScenarios();
+    all.insert(all.end(), companion.begin(), companion.end());
+    return all;
 }
 
 } // namespace
 
 const std::vector<Scenario>& scenarios()
 {
-    static const std::vector<Scenario> all = [] {
-        std::vector<Scenario> both = libraryScenarios();
-        const std::vector<Scenario> companion = companionScenarios();
-        both.insert(both.end(), companion.begin(), companion.end());
-        return both;
-    }();
+    static const std::vector<Scenario> all = allScenarios();
     return all;
-}
-
-const Scenario* scenarioNamed(const std::string& name)
-{
-    for (const Scenario& scenario : scenarios())
-        if (name == scenario.name)
-            return &scenario;
-    return nullptr;
-}
-
-std::string scenarioNames()
-{
-    std::string names;
-    for (const Scenario& scenario : scenarios())
-        names += (names.empty() ? "" : ", ") + std::string(scenario.name);
-    return names;
 }
 
 void makeDatabase(const std::string& path)

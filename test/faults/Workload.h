@@ -22,10 +22,6 @@ struct Scenario
 const std::vector<Scenario>& scenarios();
 /// Those of them that use the companion.
 std::vector<Scenario> companionScenarios();
-/// Null when there is no scenario of that name.
-const Scenario* scenarioNamed(const std::string& name);
-/// All names, for messages.
-std::string scenarioNames();
 
 /// The columns of the tables of the database.
 extern const sql::Field itemFields[];

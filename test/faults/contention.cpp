@@ -88,66 +88,47 @@ const Result* runWriters(const Point& point, const std::string& path, int writer
     return results;
 }
 
-class Contention : public faults::Item
+void contend(int writers, long rows, int busyTimeout)
 {
-public:
-    std::string points() const override { return "WRITERSxTIMEOUT, such as 4x5000"; }
+    const std::string name = std::to_string(writers) + "x" + std::to_string(busyTimeout);
+    if (!faults::isWanted(name))
+        return;
+    const Point point(name, 1800);
+    const faults::Folder folder;
+    const std::string path = folder.path + "/rows.db";
+    makeTable(path);
+    const Result* const results = runWriters(point, path, writers, rows, busyTimeout);
 
-    void tryAll(bool quick) override
-    {
-        for (const int writers : {2, 4, 8})
-            for (const int busyTimeout : {0, 5000})
-                contend(writers, quick ? 500 : 10000, busyTimeout);
+    sql::Database database;
+    database.open(path, sql::Database::read_write, false, 0);
+    sql::Table table(database.getHandle(), "rows", rowFields);
+    Result all = {0, 0, 0, 0};
+    for (int writer = 0; writer < writers; ++writer) {
+        const Result& result = results[writer];
+        all.added += result.added;
+        all.refused += result.refused;
+        point.expect(result.added + result.refused == rows, "a writer ended early");
+        point.expect(result.lines == 2 * result.refused,
+                     std::to_string(result.refused) + " refusals, but " +
+                         std::to_string(result.lines) + " lines");
+        point.expect(result.locked == 0, "an operation left a lock");
+        table.open("writer = " + std::to_string(writer));
+        point.expect(table.recordCount() == result.added,
+                     std::to_string(result.added) + " rows were added, " +
+                         std::to_string(table.recordCount()) + " are there");
     }
-
-    bool tryOne(const std::string& name) override
-    {
-        const std::size_t cross = name.find('x');
-        long writers = 0, busyTimeout = 0;
-        if (cross == std::string::npos || !faults::isNumber(name.substr(0, cross), writers) ||
-            !faults::isNumber(name.substr(cross + 1), busyTimeout))
-            return false;
-        contend(static_cast<int>(writers), 500, static_cast<int>(busyTimeout));
-        return true;
-    }
-
-private:
-    static void contend(int writers, long rows, int busyTimeout)
-    {
-        const Point point(std::to_string(writers) + "x" + std::to_string(busyTimeout), 1800);
-        const faults::Folder folder;
-        const std::string path = folder.path + "/rows.db";
-        makeTable(path);
-        const Result* const results = runWriters(point, path, writers, rows, busyTimeout);
-
-        sql::Database database;
-        database.open(path, sql::Database::read_write, false, 0);
-        sql::Table table(database.getHandle(), "rows", rowFields);
-        Result all = {0, 0, 0, 0};
-        for (int writer = 0; writer < writers; ++writer) {
-            const Result& result = results[writer];
-            all.added += result.added;
-            all.refused += result.refused;
-            point.expect(result.added + result.refused == rows, "a writer ended early");
-            point.expect(result.lines == 2 * result.refused,
-                         std::to_string(result.refused) + " refusals, but " +
-                             std::to_string(result.lines) + " lines");
-            point.expect(result.locked == 0, "an operation left a lock");
-            table.open("writer = " + std::to_string(writer));
-            point.expect(table.recordCount() == result.added,
-                         std::to_string(result.added) + " rows were added, " +
-                             std::to_string(table.recordCount()) + " are there");
-        }
-        point.expect(table.totalRecordCount() == all.added, "rows are lost");
-        faults::figure("%d writers, busy timeout %d ms: %ld added, %ld refused and reported",
-                       writers, busyTimeout, all.added, all.refused);
-    }
-};
+    point.expect(table.totalRecordCount() == all.added, "rows are lost");
+    faults::figure("%d writers, busy timeout %d ms: %ld added, %ld refused and reported", writers,
+                   busyTimeout, all.added, all.refused);
+}
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    Contention item;
-    return faults::run(argc, argv, item);
+    return faults::run(argc, argv, [](bool quick) {
+        for (const int writers : {2, 4, 8})
+            for (const int busyTimeout : {0, 5000})
+                contend(writers, quick ? 500 : 10000, busyTimeout);
+    });
 }

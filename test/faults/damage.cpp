@@ -163,15 +163,10 @@ void Damaged::write(sql::Table& table, sql::Table& another)
     compare("copyRecords", [&] { return another.copyRecords(table); });
 }
 
-class Damage : public faults::Item
+class Damage
 {
 public:
-    std::string points() const override
-    {
-        return "inventory:flip:SEED, inventory:cut:SEED, emoji:flip:SEED and emoji:cut:SEED";
-    }
-
-    void tryAll(bool quick) override
+    void tryAll(bool quick)
     {
         for (const Original& each : _originals) {
             for (unsigned seed = 1; seed <= (quick ? 150 : 5000); ++seed)
@@ -179,29 +174,18 @@ public:
             for (unsigned seed = 1; seed <= (quick ? 25 : 500); ++seed)
                 use(each, "cut", seed);
         }
-        faults::figure("%ld results reported the damage, %ld files were given up", _refused,
-                       _interrupted);
-    }
-
-    bool tryOne(const std::string& name) override
-    {
-        const std::vector<std::string> said = faults::parts(name);
-        long seed = 0;
-        if (said.size() != 3 || (said[1] != "flip" && said[1] != "cut") ||
-            !faults::isNumber(said[2], seed))
-            return false;
-        for (const Original& each : _originals)
-            if (said[0] == each.name) {
-                use(each, said[1], static_cast<unsigned>(seed));
-                return true;
-            }
-        return false;
+        if (faults::isWanted("-"))
+            faults::figure("%ld results reported the damage, %ld files were given up", _refused,
+                           _interrupted);
     }
 
 private:
     void use(const Original& from, const std::string& damage, unsigned seed)
     {
-        const Point point(std::string(from.name) + ":" + damage + ":" + std::to_string(seed), 60);
+        const std::string name = from.name + (":" + damage + ":") + std::to_string(seed);
+        if (!faults::isWanted(name))
+            return;
+        const Point point(name, 60);
         const std::string bytes =
             damage == "flip" ? flipped(from.bytes, seed) : cut(from.bytes, seed);
         const faults::Folder folder;
@@ -229,6 +213,5 @@ private:
 
 int main(int argc, char** argv)
 {
-    Damage item;
-    return faults::run(argc, argv, item);
+    return faults::run(argc, argv, [](bool quick) { Damage().tryAll(quick); });
 }

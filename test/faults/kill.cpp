@@ -99,34 +99,20 @@ long number(sqlite3* db, const std::string& query)
     return result;
 }
 
-class Kills : public faults::Item
+class Kills
 {
 public:
     Kills() { renew(); }
 
-    std::string points() const override { return "table:SEED, writer:SEED and backup:SEED"; }
-
-    void tryAll(bool quick) override
+    void tryAll(bool quick)
     {
         const long count = quick ? 300 : 10000;
         for (long seed = 1; seed <= count; ++seed)
             killWriter(static_cast<std::size_t>(seed) % writerCount, static_cast<unsigned>(seed));
+        if (!faults::isWanted("-"))
+            return;
         faults::figure("%ld of %ld kills left a journal behind", _journals, count);
         Point("-").expect(_journals * 2 >= count, "most kills hit a transaction");
-    }
-
-    bool tryOne(const std::string& name) override
-    {
-        const std::vector<std::string> said = faults::parts(name);
-        long seed = 0;
-        if (said.size() != 2 || !faults::isNumber(said[1], seed))
-            return false;
-        for (std::size_t writer = 0; writer < writerCount; ++writer)
-            if (said[0] == writers[writer].name) {
-                killWriter(writer, static_cast<unsigned>(seed));
-                return true;
-            }
-        return false;
     }
 
 private:
@@ -144,7 +130,10 @@ private:
 
     void killWriter(std::size_t writer, unsigned seed)
     {
-        const Point point(std::string(writers[writer].name) + ":" + std::to_string(seed));
+        const std::string name = std::string(writers[writer].name) + ":" + std::to_string(seed);
+        if (!faults::isWanted(name))
+            return;
+        const Point point(name);
         std::mt19937 random(seed);
         int ends[2];
         if (pipe(ends) != 0)
@@ -205,6 +194,5 @@ private:
 
 int main(int argc, char** argv)
 {
-    Kills item;
-    return faults::run(argc, argv, item);
+    return faults::run(argc, argv, [](bool quick) { Kills().tryAll(quick); });
 }

@@ -264,7 +264,9 @@ sqlite3_vfs diskOfMemory()
     return vfs;
 }
 
-class PowerLoss : public faults::Item
+const long mostChanges = 1000; // of any scenario
+
+class PowerLoss
 {
 public:
     PowerLoss() : _vfs(diskOfMemory())
@@ -273,56 +275,41 @@ public:
         _original = faults::bytesOf(_folder.path + "/original.db");
     }
 
-    std::string points() const override
+    void tryAll(bool quick)
     {
-        return "SCENARIO:CHANGES:SEED; scenarios are " + faults::scenarioNames();
-    }
-
-    void tryAll(bool quick) override
-    {
-        for (const Scenario& scenario : faults::scenarios()) {
-            long changes = 0;
-            while (losePower(scenario, changes, 1, quick ? 10 : 100))
+        for (const Scenario& scenario : faults::scenarios())
+            for (long changes = 0; losePower(scenario, changes, quick ? 10 : 100);)
                 ++changes;
-            std::printf("%s: %ld changes of the disk\n", scenario.name, changes);
-        }
-    }
-
-    bool tryOne(const std::string& name) override
-    {
-        const std::vector<std::string> said = faults::parts(name);
-        const Scenario* scenario = faults::scenarioNamed(said[0]);
-        long changes = 0, seed = 0;
-        if (!scenario || said.size() != 3 || !faults::isNumber(said[1], changes) ||
-            !faults::isNumber(said[2], seed))
-            return false;
-        losePower(*scenario, changes, static_cast<unsigned>(seed), 1);
-        return true;
     }
 
 private:
     // Whether the power was lost before the end of the scenario. The scenario runs once; what the
     // disk holds afterwards differs by the seed.
-    bool losePower(const Scenario& scenario, long changes, unsigned firstSeed, unsigned seeds)
+    bool losePower(const Scenario& scenario, long changes, unsigned seedCount)
     {
-        const auto pointOf = [&](unsigned seed) {
-            return std::string(scenario.name) + ":" + std::to_string(changes) + ":" +
-                   std::to_string(seed);
-        };
+        const std::string prefix = scenario.name + (":" + std::to_string(changes) + ":");
+        std::vector<unsigned> seeds;
+        for (unsigned seed = 1; seed <= seedCount; ++seed)
+            if (faults::isWanted(prefix + std::to_string(seed)))
+                seeds.push_back(seed);
+        if (seeds.empty())
+            return changes < mostChanges;
         disk.files.clear();
         DiskFile& file = disk.files["run.db"];
         file.now = file.synced = _original;
         file.everSynced = true;
 
-        const Point point(pointOf(firstSeed));
+        const Point point(prefix + std::to_string(seeds[0]));
         Witness witness(point);
         disk.losePowerAfter(changes);
         sqlite3_vfs_register(&_vfs, 1);
         scenario.run(witness, _folder.path + "/run.db");
         sqlite3_vfs_unregister(&_vfs);
-        look(point, firstSeed, witness);
-        for (unsigned seed = firstSeed + 1; seed < firstSeed + seeds; ++seed)
-            look(Point(pointOf(seed)), seed, witness);
+        look(point, seeds[0], witness);
+        for (std::size_t i = 1; i < seeds.size(); ++i)
+            look(Point(prefix + std::to_string(seeds[i])), seeds[i], witness);
+        if (!disk.lost())
+            std::printf("%s changes the disk %ld times\n", scenario.name, changes);
         return disk.lost();
     }
 
@@ -347,6 +334,5 @@ private:
 
 int main(int argc, char** argv)
 {
-    PowerLoss item;
-    return faults::run(argc, argv, item);
+    return faults::run(argc, argv, [](bool quick) { PowerLoss().tryAll(quick); });
 }

@@ -219,57 +219,38 @@ void work(bool withCompanion, long rows, Meeting& meeting, long* read)
     meeting.await();
 }
 
-const int levels[] = {3, 8, 9};
-
-class Threads : public faults::Item
+void workAt(int level, long rows)
 {
-public:
-    std::string points() const override { return "the trace levels 3, 8 and 9"; }
-    void tryAll(bool quick) override
-    {
-        for (const int level : levels)
-            workAt(level, quick ? 300 : 5000);
-    }
-    bool tryOne(const std::string& name) override
-    {
-        for (const int level : levels)
-            if (name == std::to_string(level)) {
-                workAt(level, 300);
-                return true;
-            }
-        return false;
-    }
-
-private:
-    static void workAt(int level, long rows)
-    {
-        const Point point(std::to_string(level), 1800);
-        platform::setTraceLevel(level);
-        listedReports = otherReports = 0;
-        std::vector<long> read(threadCount);
-        Meeting meeting;
-        std::vector<std::thread> threads;
-        for (std::size_t i = 0; i < threadCount; ++i)
-            threads.emplace_back(work, i % 2 == 1, rows, std::ref(meeting), &read[i]);
-        for (std::thread& thread : threads)
-            thread.join();
-        for (const long each : read)
-            point.expect(each == rows, "a thread reads all of its rows");
-        point.expect(otherReports == 0, "ThreadSanitizer reports nothing that is not listed");
-        for (const auto& each : listed)
-            point.expect((listedReports > 0) == (level >= each.fromLevel),
-                         std::string("reported from level ") + std::to_string(each.fromLevel) +
-                             " on alone: " + each.what);
-        faults::figure("trace level %d: %zu threads, %ld rows, %ld reports, all listed", level,
-                       threadCount, rows * static_cast<long>(threadCount), listedReports);
-    }
-};
+    if (!faults::isWanted(std::to_string(level)))
+        return;
+    const Point point(std::to_string(level), 1800);
+    platform::setTraceLevel(level);
+    listedReports = otherReports = 0;
+    std::vector<long> read(threadCount);
+    Meeting meeting;
+    std::vector<std::thread> threads;
+    for (std::size_t i = 0; i < threadCount; ++i)
+        threads.emplace_back(work, i % 2 == 1, rows, std::ref(meeting), &read[i]);
+    for (std::thread& thread : threads)
+        thread.join();
+    for (const long each : read)
+        point.expect(each == rows, "a thread reads all of its rows");
+    point.expect(otherReports == 0, "ThreadSanitizer reports nothing that is not listed");
+    for (const auto& each : listed)
+        point.expect((listedReports > 0) == (level >= each.fromLevel),
+                     std::string("reported from level ") + std::to_string(each.fromLevel) +
+                         " on alone: " + each.what);
+    faults::figure("trace level %d: %zu threads, %ld rows, %ld reports, all listed", level,
+                   threadCount, rows * static_cast<long>(threadCount), listedReports);
+}
 
 } // namespace
 
 int main(int argc, char** argv)
 {
     hideMutexes();
-    Threads item;
-    return faults::run(argc, argv, item);
+    return faults::run(argc, argv, [](bool quick) {
+        for (const int level : {3, 8, 9})
+            workAt(level, quick ? 300 : 5000);
+    });
 }
