@@ -35,27 +35,22 @@ def names():
     return ["debian-options"] + [line.split()[0] for line in lines if line and line[0] != "#"]
 
 
+def jobs(builds, what):
+    """The measurements of a kind, by build and workload."""
+    return {(name, workload): functools.partial(getattr(programs, what), "library", workload, ROWS)
+            for name, programs in builds.items() for workload in WORKLOADS}
+
+
 def counted(builds):
     """Instructions per row, by build and workload."""
-    counts = measure.in_parallel({
-        (workload, "with", name): functools.partial(
-            programs.instructions, "library", workload, ROWS)
-        for name, programs in builds.items() for workload in WORKLOADS})
-    return {name: {w: counts[w, "with", name] / ROWS for w in WORKLOADS} for name in builds}
+    counts = measure.in_parallel(jobs(builds, "instructions"))
+    return {name: {w: counts[name, w] / ROWS for w in WORKLOADS} for name in builds}
 
 
 def timed(builds):
-    """The least microseconds of processor time per row, of rounds in which the builds take turns."""
-    progress = measure.Progress(ROUNDS * len(builds))
-    least = {name: {} for name in builds}
-    for number in range(ROUNDS):
-        for name, programs in builds.items():
-            progress.step(f"times with {name}, round {number + 1}")
-            for workload in WORKLOADS:
-                seconds = programs.seconds("library", workload, ROWS)
-                least[name][workload] = min(seconds * 1e6 / ROWS,
-                                            least[name].get(workload, float("inf")))
-    return least
+    """Microseconds of processor time per row, by build and workload."""
+    costs = measure.cost(jobs(builds, "seconds"), ROWS, ROUNDS)
+    return {name: {w: costs[name, w] for w in WORKLOADS} for name in builds}
 
 
 def write(into, stem, programs, counts, times, sizes):
@@ -63,20 +58,15 @@ def write(into, stem, programs, counts, times, sizes):
     over_present = {name: {w: row[w] / counts[PRESENT][w] for w in WORKLOADS}
                     for name, row in counts.items()}
     text = [f"# Builds of SQLite: {programs.about()}, {ROWS:,} rows in memory\n",
-            table(f"Build of SQLite, on {where}", over_present, "{:.2f}".format),
-            table("instructions per row", counts, "{:,.0f}".format),
-            tables.table(["build", "KiB of the library's file"],
-                         [[name, f"{size / 1024:,.0f}"] for name, size in sizes.items()])]
+            tables.grid(f"Build of SQLite, on {where}", over_present, "{:.2f}".format),
+            tables.grid("instructions per row", counts, "{:,.0f}".format),
+            tables.grid("build", {name: {"KiB of the library's file": size / 1024}
+                                  for name, size in sizes.items()}, "{:,.0f}".format)]
     if times:
-        text.append(table("microseconds per row", times, styles.number))
+        text.append(tables.grid("microseconds per row", times, styles.number))
     charts.dots(into / f"{stem}.svg", "Which of SQLite's build options matter?", over_present,
                 f"instructions per row, {PRESENT} = 1")
     (into / f"{stem}.md").write_text("\n".join(text), encoding="utf-8")
     report.write_json(into / f"{stem}.json", {
         "from": programs.about(), "instructions": counts, "microseconds": times, "bytes": sizes})
     print("\n".join(text))
-
-
-def table(title, values, form):
-    return tables.table([title, *WORKLOADS],
-                        [[name] + [form(row[w]) for w in WORKLOADS] for name, row in values.items()])

@@ -8,8 +8,9 @@ import os
 import pathlib
 import re
 import subprocess
-import sys
 import tempfile
+
+from tqdm import tqdm
 
 from bars import PEERS
 
@@ -29,23 +30,11 @@ STEADY = {
 }
 
 
+progress = functools.partial(tqdm, leave=False, disable=None)  # on a terminal alone
+
+
 class Failure(Exception):
     """A program that failed, with what it said."""
-
-
-class Progress:
-    """One line that shows how far the work has come."""
-
-    def __init__(self, total):
-        self.total, self.done = total, 0
-
-    def step(self, what):
-        self.done += 1
-        end = "\n" if self.done == self.total else ""
-        if sys.stderr.isatty():
-            print(f"\r\033[K[{self.done}/{self.total}] {what}{end}", end="", file=sys.stderr)
-        elif self.done == self.total or self.done % max(1, self.total // 10) == 0:
-            print(f"[{self.done}/{self.total}] {what}", file=sys.stderr)
 
 
 def run(command, stderr=subprocess.PIPE, **options):
@@ -104,16 +93,6 @@ class Programs:
                  f"--callgrind-out-file={out}", self.runners[contestant], contestant, workload,
                  path, rows, items, *([] if level is None else [level])], env=self.environment)
             return Profile(out.read_text())
-
-    def times(self, contestant, rows, seconds, storages, folder):
-        """Seconds per row of each workload, as Google Benchmark has them."""
-        pattern = f"^{contestant}/.*/({'|'.join(storages)})/"
-        report = json.loads(run([
-            self.folder / "bench_times", f"--rows={rows}", f"--folder={folder}",
-            f"--benchmark_filter={pattern}", f"--benchmark_min_time={seconds}",
-            "--benchmark_format=json"]))
-        return {tuple(entry["name"].split("/")[:3]): 1 / entry["items_per_second"]
-                for entry in report["benchmarks"]}
 
 
 class TargetPrograms:
@@ -195,15 +174,9 @@ class Profile:
 
 def in_parallel(jobs):
     """Runs a dictionary of functions, as many at once as there are processors."""
-    progress = Progress(len(jobs))
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        futures = {pool.submit(job): key for key, job in jobs.items()}
-        results = {}
-        for future in concurrent.futures.as_completed(futures):
-            key = futures[future]
-            results[key] = future.result()
-            progress.step(" ".join(map(str, key)))
-    return {key: results[key] for key in jobs}  # in the order of the jobs
+        results = pool.map(lambda job: job(), jobs.values())
+        return dict(zip(jobs, progress(results, total=len(jobs))))
 
 
 def count(counted_by, programs, storages, rows):
@@ -214,17 +187,17 @@ def count(counted_by, programs, storages, rows):
 
 
 def time(programs, storages, rows, rounds, seconds):
-    """The least time of each, of rounds in which the contestants take turns."""
-    progress = Progress(rounds * len(programs.contestants))
-    least = {}
+    """The minimum of the seconds per row, of rounds that Google Benchmark mixes."""
     with tempfile.TemporaryDirectory(prefix="sqlwrapper-bench-") as folder:
-        for number in range(rounds):
-            for contestant in programs.contestants:
-                times = programs.times(contestant, rows, seconds, storages, folder)
-                for key, value in times.items():
-                    least[key] = min(value, least.get(key, value))
-                progress.step(f"times of {contestant}, round {number + 1}")
-    return least
+        report = json.loads(run([
+            programs.folder / "bench_times", rows, folder, "--benchmark_format=json",
+            f"--benchmark_filter=/({'|'.join(storages)})/", f"--benchmark_min_time={seconds}",
+            f"--benchmark_repetitions={rounds}", "--benchmark_enable_random_interleaving=true"]))
+    speeds = collections.defaultdict(list)
+    for entry in report["benchmarks"]:
+        if entry["run_type"] == "iteration":
+            speeds[tuple(entry["name"].split("/")[:3])].append(entry["items_per_second"])
+    return {key: 1 / max(values) for key, values in speeds.items()}
 
 
 def memory(programs, contestants, rows, items=1):
@@ -236,11 +209,7 @@ def memory(programs, contestants, rows, items=1):
                 for contestant in contestants}
 
 
-def cost(programs, contestants, workload, rows, rounds):
-    """The least processor time per row, in seconds, of rounds in which the contestants take turns."""
-    least = {}
-    for _ in range(rounds):
-        for contestant in contestants:
-            seconds = programs.seconds(contestant, workload, rows) / rows
-            least[contestant] = min(seconds, least.get(contestant, seconds))
-    return least
+def cost(jobs, rows, rounds):
+    """The minimum of what each job gives, in microseconds per row, of rounds in which they take turns."""
+    seconds = [{key: job() for key, job in jobs.items()} for _ in progress(range(rounds))]
+    return {key: min(each[key] for each in seconds) * 1e6 / rows for key in jobs}

@@ -10,6 +10,7 @@ from bars import BARS, PEERS
 from styles import STYLES, number
 
 PARTS = ["compile", "run", "library", "program"]
+WHOLE = "{:,.0f}".format
 
 
 def of_storage(values, storage):
@@ -47,9 +48,11 @@ def write(into, about, rows, counts, times, shares, traces, memory):
     for words, values in by_storage(times).values():
         text += [f"## Times, {words}\n", tables.value_table(
             f"Microseconds per row {words}", values, lambda value: number(value * 1e6))]
-    text += ["## Where the instructions go, in memory\n", tables.share_table(shares)]
+    text += ["## Where the instructions go, in memory\n", tables.grid(
+        "Instructions per row", shares, WHOLE)]
     if traces:
-        text += ["## Trace levels, in memory\n", tables.trace_table(traces)]
+        text += ["## Trace levels, in memory\n", tables.grid(
+            "Instructions per row, by trace level", traces, WHOLE)]
     text += ["## Memory\n", tables.memory_table(memory)]
     (into / "report.md").write_text("\n".join(text), encoding="utf-8")
     write_json(into / "report.json", {

@@ -31,7 +31,8 @@ def run(programs, into):
         "instructions or bytes per cell": by_columns})
     pictures(into, by_rows, by_columns)
     text = f"# Scale: {programs.about()}, in memory\n\n" + "\n".join([
-        growth_table(growth), table("Microseconds per row", "rows", by_rows),
+        tables.grid(f"Time per row, {MANY:,} / {FEW:,} rows", growth, "{:.2f}".format),
+        table("Microseconds per row", "rows", by_rows),
         table("Instructions per cell", "columns", by_columns)])
     (into / "scale.md").write_text(text, encoding="utf-8")
     print(text)
@@ -45,15 +46,12 @@ def empty(contestants):
 def over_rows(programs):
     """Processor time per row, and bytes."""
     lines = empty(CONTESTANTS)
-    progress = measure.Progress((len(WORKLOADS) + 1) * len(ROWS))
-    for rows in ROWS:
+    for rows in measure.progress(ROWS):
         rounds = max(3, min(10, 100000 // rows))
         for workload in WORKLOADS:
-            progress.step(f"{workload} of {rows:,} rows")
-            costs = measure.cost(programs, CONTESTANTS, workload, rows, rounds)
-            for contestant, seconds in costs.items():
-                lines[workload][contestant][rows] = seconds * 1e6
-        progress.step(f"memory of {rows:,} rows")
+            jobs = {c: functools.partial(programs.seconds, c, workload, rows) for c in CONTESTANTS}
+            for contestant, microseconds in measure.cost(jobs, rows, rounds).items():
+                lines[workload][contestant][rows] = microseconds
         for contestant, size in measure.memory(programs, CONTESTANTS, rows).items():
             lines["memory"][contestant][rows] = size
     return lines
@@ -83,13 +81,6 @@ def faults_of(growth):
             if over > bar:
                 yield (f"{workload} of {contestant} grows {over:.2f} times as much with the rows as "
                        f"that of {other}, more than {bar:.2f}")
-
-
-def growth_table(growth):
-    return tables.table(
-        [f"Time per row, {MANY:,} / {FEW:,} rows", *map(name_of, CONTESTANTS)],
-        [[workload] + [f"{times[c]:.2f}" for c in CONTESTANTS]
-         for workload, times in growth.items()])
 
 
 def table(unit, axis, lines):

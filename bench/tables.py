@@ -12,6 +12,13 @@ def table(head, rows):
     return "\n".join(lines) + "\n"
 
 
+def grid(title, values, form):
+    """Of values by row and column."""
+    columns = next(iter(values.values()))
+    return table([title, *map(name_of, columns)],
+                 [[name] + [form(value) for value in row.values()] for name, row in values.items()])
+
+
 def workloads_of(values):
     return list(dict.fromkeys(workload for _, workload in values))
 
@@ -83,22 +90,5 @@ def count_tables(where, counts, on_target=False):
                       floor_table({on_target: counts})])
 
 
-# Of the library's user
-
-def share_table(shares):
-    parts = list(next(iter(shares.values())))
-    return table(["Instructions per row", *map(name_of, parts)],
-                 [[workload] + [f"{value:,.0f}" for value in values.values()]
-                  for workload, values in shares.items()])
-
-
-def trace_table(traces):
-    levels = list(next(iter(traces.values())))
-    return table(["Instructions per row, by trace level"] + levels,
-                 [[workload] + [f"{value:,.0f}" for value in values.values()]
-                  for workload, values in traces.items()])
-
-
 def memory_table(memory):
-    return table(["Memory", *map(name_of, memory)],
-                 [["bytes per row read"] + [f"{size:.2f}" for size in memory.values()]])
+    return grid("Memory", {"bytes per row read": memory}, "{:.2f}".format)

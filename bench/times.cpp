@@ -1,6 +1,6 @@
 // The time of every workload of every contestant, by Google Benchmark:
 //
-//     bench_times [--rows=ROWS] [--folder=FOLDER] [options of Google Benchmark]
+//     bench_times [options of Google Benchmark] ROWS FOLDER
 //
 // A name is CONTESTANT/WORKLOAD/memory or CONTESTANT/WORKLOAD/file. Each iteration is a whole run
 // on a new database, of which only the measured part counts.
@@ -20,8 +20,8 @@ using namespace bench;
 
 struct Settings
 {
-    std::size_t rows = 10000;
-    std::string folder = ".";
+    std::size_t rows;
+    std::string folder;
 };
 
 std::size_t rowsOf(const Workload& work, const Settings& settings)
@@ -78,37 +78,21 @@ void registerRun(const Entry& entry, const Workload& work, bool onFile, const Se
     benchmark::RegisterBenchmark(name.c_str(), run)->UseManualTime();
 }
 
-// Takes the settings out of the arguments.
-Settings take(int& count, char** arguments)
-{
-    Settings settings;
-    int kept = 1;
-    for (int i = 1; i < count; ++i) {
-        const std::string argument = arguments[i];
-        if (argument.compare(0, 7, "--rows=") == 0)
-            settings.rows = std::stoul(argument.substr(7));
-        else if (argument.compare(0, 9, "--folder=") == 0)
-            settings.folder = argument.substr(9);
-        else
-            arguments[kept++] = arguments[i];
-    }
-    count = kept;
-    return settings;
-}
-
 } // namespace
 
 int main(int count, char** arguments)
 {
     try {
-        const Settings settings = take(count, arguments);
+        benchmark::Initialize(&count, arguments); // which takes its own options away
+        if (count != 3) {
+            std::fprintf(stderr, "%s: ROWS and FOLDER are needed\n", arguments[0]);
+            return 2;
+        }
+        const Settings settings = {std::stoul(arguments[1]), arguments[2]};
         for (const Entry& entry : contestants())
             for (const Workload& work : workloads())
                 for (const bool onFile : {false, true})
                     registerRun(entry, work, onFile, settings);
-        benchmark::Initialize(&count, arguments);
-        if (benchmark::ReportUnrecognizedArguments(count, arguments))
-            return 2;
         benchmark::RunSpecifiedBenchmarks();
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());
