@@ -199,9 +199,9 @@ class RecordNumberTest : public TableWriterTest
 TEST_F(RecordNumberTest, WhatIsNoDecimalNumberIsRefused)
 {
     for (const char* text :
-         {"abc",  "",   "1e",  "1e+",   "nan",  "inf",   "-inf", "2+3",  "true", "null",
-          "0x1F", " 7", "7 ",  "'x'",   "7)--", "--7",   "+-7",  "- 7",  "+",    "-",
-          ".",    "e5", ".e5", "1_000", "7;",   "1.2.3", "7\n",  "1e5.0"}) {
+         {"abc", "",      "1e",  "1e+",   "nan", "inf",   "-inf", "2+3", "true", "null", "0x1F",
+          " 7",  "7 ",    "'x'", "7)--",  "--7", "+-7",   "- 7",  "+",   "-",    ".",    "e5",
+          ".e5", "1_000", "7;",  "1.2.3", "7\n", "1e5.0", "7:",   "0.:", "1e:"}) {
         sql::Record record = item(7, "Screw");
         record.setString("price", text);
         EXPECT_FALSE(writer.insert(record)) << text;
@@ -232,6 +232,41 @@ TEST_F(RecordNumberTest, EveryNumberColumnRefuses)
         EXPECT_FALSE(writer.update(record));
         EXPECT_FALSE(writer.upsert(record));
         EXPECT_EQ(20, writer.error().code()) << column;
+    }
+}
+
+// A column that has no affinity shows what SQLite is given.
+TEST_F(RecordNumberTest, NumberOfFewDigitsIsStoredAsOneWhateverTheColumnIs)
+{
+    run("drop table item; create table item (id integer primary key, name, price, active, made)");
+    const std::pair<const char*, const char*> numbers[] = {
+        {"7", "7"},
+        {"-7", "-7"},
+        {"999999999999999999", "999999999999999999"},
+        {"0.5", "0.5"},
+        {"-0.125", "-0.125"},
+        {"7.0", "7.0"},
+        {"2.50", "2.5"},
+        {"12.1250000", "12.125"},
+        {"999999999999.999", "999999999999.999"}};
+    for (const auto& number : numbers) {
+        sql::Record record = item(7, "Screw");
+        record.setString("price", number.first);
+        EXPECT_TRUE(writer.upsert(record));
+        EXPECT_EQ(number.second, cell("select quote(price) from item where id = 7"));
+    }
+}
+
+TEST_F(RecordNumberTest, NumberOfManyDigitsIsConvertedByTheColumn)
+{
+    run("drop table item; create table item (id integer primary key, name, price, active, made)");
+    for (const char* number :
+         {"1000000000000000000", "0.1234", "1000000000000.5", "1e3", "7.0e0"}) {
+        sql::Record record = item(7, "Screw");
+        record.setString("price", number);
+        EXPECT_TRUE(writer.upsert(record));
+        EXPECT_EQ(number, cell("select price from item where id = 7"));
+        EXPECT_EQ("text", cell("select typeof(price) from item where id = 7"));
     }
 }
 

@@ -48,12 +48,46 @@ TEST_F(TableWriterTest, TableOfAnotherConnectionIsWrittenThere)
     Connection another(":memory:");
     setItem(7, "Screw");
     EXPECT_TRUE(writer.insert());
+    EXPECT_TRUE(writer.update());
     items = sql::Table(another.db, "item", itemFields);
     EXPECT_TRUE(items.create());
     EXPECT_TRUE(writer.insert());
+    setItem(7, "Nail");
+    EXPECT_TRUE(writer.update());
     EXPECT_EQ("1 2 7", ids());
-    EXPECT_EQ("7", another.cell("select group_concat(id, ' ') from item"));
+    EXPECT_EQ("7 'Screw' NULL NULL NULL", row("7"));
+    EXPECT_EQ("7 Nail", another.cell("select group_concat(id || ' ' || name) from item"));
     writer.close();
+}
+
+TEST_F(TableWriterTest, RecordOfOtherColumnsIsTakenAfterClose)
+{
+    const sql::Field more[] = {sql::Field("extra", sql::type_int, sql::flag_primary_key),
+                               sql::Field()};
+    const sql::Record former = item(7, "Screw");
+    EXPECT_TRUE(writer.insert(former));
+    run("alter table item add column extra");
+    EXPECT_TRUE(items.initTable(db, more));
+    writer.close();
+    sql::Record record = item(8, "Nail");
+    record.setInteger(5, 5);
+    EXPECT_TRUE(writer.insert(record));
+    EXPECT_EQ("5", cell("select extra from item where id = 8"));
+    EXPECT_EQ(7, writer.insertId()) << "none of two keys is the number of the row";
+    EXPECT_FALSE(writer.insert(former));
+    expectRefused({20, "SQLITE_MISMATCH", "the record has other columns than the table"});
+}
+
+TEST_F(TableWriterTest, FewerColumnsAreTakenInAfterClose)
+{
+    setItem(7, "Screw");
+    EXPECT_TRUE(writer.insert());
+    const sql::Field fewer[] = {itemFields[0], itemFields[1], sql::Field()};
+    items = sql::Table(db, "item", fewer);
+    writer.close();
+    writer.setInteger(0, 8);
+    EXPECT_TRUE(writer.insert());
+    EXPECT_EQ("8 'Screw' NULL NULL NULL", row("8"));
 }
 
 TEST_F(TableWriterTest, ColumnsOfTheFileMayBeMoreAndInAnotherOrder)
@@ -107,6 +141,41 @@ TEST_F(TableWriterTest, InsertIdIsNotThatOfARowThatATriggerAdds)
     EXPECT_TRUE(writer.upsert(item(7, "c")));
     EXPECT_EQ(7, writer.insertId());
     EXPECT_EQ("1003", cell("select max(id) from log"));
+}
+
+TEST_F(TableWriterTest, InsertIdIsTheKeyOfARowThatIsNotTheNewest)
+{
+    sql::Record record = item(0, "a");
+    for (const char* key : {"1e1", "11.0"}) {
+        record.setString("id", key);
+        EXPECT_TRUE(writer.insert(record));
+    }
+    EXPECT_TRUE(writer.insert(item(50, "b")));
+    EXPECT_TRUE(writer.upsert(record));
+    EXPECT_EQ(11, writer.insertId());
+    record.setString("id", "1e1");
+    EXPECT_TRUE(writer.upsert(record));
+    EXPECT_EQ(10, writer.insertId());
+}
+
+TEST_F(TableWriterTest, InsertIdIsNoTextKeyThatIsANumber)
+{
+    EXPECT_TRUE(partWriter.insert(part("17", 1)));
+    EXPECT_EQ(0, partWriter.insertId());
+}
+
+TEST_F(TableWriterTest, InsertIdIs0WhenSqliteDoesNotConvertTheKey)
+{
+    sql::Record record = item(0, "a");
+    record.setString("id", "1e1");
+    const auto refuse = [](void*, int action, const char*, const char*, const char*, const char*) {
+        return action == SQLITE_SELECT ? SQLITE_DENY : SQLITE_OK;
+    };
+    sqlite3_set_authorizer(db, refuse, nullptr);
+    EXPECT_TRUE(writer.insert(record));
+    sqlite3_set_authorizer(db, nullptr, nullptr);
+    EXPECT_EQ(0, writer.insertId());
+    EXPECT_EQ("1 2 10", ids());
 }
 
 TEST_F(TableWriterTest, WritersOfOneTableCountForThemselves)

@@ -24,6 +24,8 @@ const sql::Field partFields[] = {
     sql::Field("count", sql::type_int, 0),
     sql::Field(),
 };
+const char* const insertItem =
+    "insert into item (id, name, price, active, made) values (?1, ?2, ?3, ?4, ?5)";
 
 class StatementTest : public DatabaseTest
 {
