@@ -1,6 +1,7 @@
 // Memory that runs out at any moment of an operation: the operation fails with SQLITE_NOMEM, and
 // the same object can repeat it at once.
 
+#include <cfloat>
 #include <functional>
 
 #include <gtest/gtest.h>
@@ -207,6 +208,35 @@ TEST_F(TextMemoryTest, NumberThatSqliteMakesNullIsAnError)
     hasMadeNull = false;
     EXPECT_TRUE(statement.read(record));
     EXPECT_EQ("none", words(statement.error()));
+}
+
+// Those of up to five digits and eight decimals. SQLite writes the others.
+TEST_F(TextMemoryTest, NumbersOfFewDigitsNeedNoTextOfSqlite)
+{
+    if (FLT_EVAL_METHOD != 0)
+        GTEST_SKIP() << "SQLite writes all numbers";
+    const sql::FieldSet fields(
+        {sql::Field("number", sql::type_float, 0), sql::Field("whole", sql::type_int, 0)});
+    sql::Record record(fields);
+    EXPECT_TRUE(prepare("select ?1, 7"));
+    hasNoMemoryForText = true;
+    const auto isRead = [&](double number) {
+        return statement.bindDouble(1, number) && statement.next() && statement.read(record);
+    };
+    const std::pair<double, const char*> few[] = {{0.0, "0.0"},
+                                                  {0.001, "0.001"},
+                                                  {0.00100001, "0.00100001"},
+                                                  {0.25, "0.25"},
+                                                  {-1.0, "-1.0"},
+                                                  {-12345.678, "-12345.678"},
+                                                  {99999.99999999, "99999.99999999"}};
+    for (const auto& number : few) {
+        EXPECT_TRUE(isRead(number.first)) << number.second;
+        EXPECT_EQ(number.second, record.getValue(0)->asString());
+        EXPECT_EQ("7", record.getValue(1)->asString());
+    }
+    for (const double number : {-0.0, 0.0009, 1e5, 1.0 / 3, 0.123456789})
+        EXPECT_FALSE(isRead(number)) << number;
 }
 
 TEST_F(TextMemoryTest, NoStatementHasLostNoNumber)
