@@ -92,7 +92,7 @@ void TableWriter::open()
 
 bool TableWriter::isCurrent() const
 {
-    return _db && _db == _table.getHandle();
+    return _db == _table.getHandle();
 }
 
 SQLW_COLD bool TableWriter::compile(Write kind)
@@ -221,8 +221,6 @@ inline int TableWriter::Cell::bind(sqlite3_stmt* handle, int parameter) const
 
 bool TableWriter::bind(Statement& statement, const std::vector<Cell>& cells)
 {
-    if (!statement.isReady())
-        return fail(statement.error());
     int parameter = 0;
     for (const Cell& cell : cells) {
         const int rc = cell.bind(statement._handle, ++parameter);
