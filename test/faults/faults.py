@@ -6,7 +6,7 @@
     scripts/faults --quick ITEM...  only these items
     scripts/faults ITEM --only P    one point of one item again
 
-The table goes to standard output and, with the details, to build/faults/.
+The table goes to standard output and, with the details and junit.xml, to build/faults/.
 The exit status is 1 when anything failed.
 """
 
@@ -18,6 +18,7 @@ import re
 import subprocess
 import sys
 import time
+from xml.sax.saxutils import escape, quoteattr
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 OUT = ROOT / "build" / "faults"
@@ -84,6 +85,21 @@ def table(outcomes):
         for row in rows)
 
 
+def junit(outcomes):
+    lines = ['<?xml version="1.0" encoding="UTF-8"?>', '<testsuites name="faults">']
+    for outcome in outcomes:
+        lines.append(f"  <testsuite name={quoteattr(outcome.item.name)} "
+                     f'tests="{max(outcome.cases, 1)}" failures="{len(outcome.failures)}" '
+                     f'time="{outcome.seconds:.3f}">')
+        if not outcome.failures:
+            lines.append(f"    <testcase name={quoteattr(outcome.item.title)}/>")
+        for point, what in outcome.failures:
+            lines.append(f"    <testcase name={quoteattr(point)}><failure message={quoteattr(what)}>"
+                         f"{escape(outcome.repeat(point))}</failure></testcase>")
+        lines.append("  </testsuite>")
+    return "\n".join(lines + ["</testsuites>"]) + "\n"
+
+
 def run_all(wanted, mode):
     """Runs items side by side, and returns their outcomes."""
     OUT.mkdir(parents=True, exist_ok=True)
@@ -134,6 +150,7 @@ def main():
     outcomes = run_all(wanted, args.mode)
     text = table(outcomes)
     (OUT / "table.txt").write_text(text + "\n")
+    (OUT / "junit.xml").write_text(junit(outcomes))
     print(text)
 
     failed = [(outcome, failure) for outcome in outcomes for failure in outcome.failures]
