@@ -100,20 +100,11 @@ static Reading hasKey(Contestant& contestant, const Data& data)
     return reading;
 }
 
-static Reading updateByKey(Contestant& contestant, const Data& data)
+template <auto change> static Reading changeByKey(Contestant& contestant, const Data& data)
 {
     contestant.begin();
     for (const std::size_t i : data.shuffled)
-        contestant.update(data.changedRow(i));
-    contestant.commit();
-    return Reading();
-}
-
-static Reading upsert(Contestant& contestant, const Data& data)
-{
-    contestant.begin();
-    for (const std::size_t i : data.shuffled)
-        contestant.upsert(data.changedRow(i));
+        (contestant.*change)(data.changedRow(i));
     contestant.commit();
     return Reading();
 }
@@ -228,8 +219,8 @@ const std::vector<Workload>& workloads()
         {"export", fill, exportAll, checkExport},
         {"get-by-key", fill, getByKey, checkFound},
         {"has-key", fill, hasKey, checkPresent},
-        {"update-by-key", fill, updateByKey, checkChanged},
-        {"upsert", fillHalf, upsert, checkChanged},
+        {"update-by-key", fill, changeByKey<&Contestant::update>, checkChanged},
+        {"upsert", fillHalf, changeByKey<&Contestant::upsert>, checkChanged},
         {"delete-by-key", fill, deleteByKey, checkEmpty},
         {"copy-table", fill, copyTable, checkCopy},
         {"copy-to-database", fillAndOpenSecond, copyToSecond, checkSecond},
