@@ -70,10 +70,28 @@ template <typename Number> Number parse(const std::string& text)
     return number;
 }
 
+const char* const columns[][2] = {{"id", " INTEGER"},
+                                  {"name", " TEXT NOT NULL"},
+                                  {"price", " REAL"},
+                                  {"active", " INTEGER"},
+                                  {"created", " INTEGER"}};
+
 class Floor : public Contestant
 {
 public:
-    explicit Floor(std::size_t itemsPerRow);
+    explicit Floor(std::size_t itemsPerRow) : _itemsPerRow(itemsPerRow)
+    {
+        for (std::size_t i = 0; i < itemsPerRow; ++i) {
+            const std::string suffix = i > 0 ? "_" + std::to_string(i + 1) : "";
+            for (const auto& [column, type] : columns) {
+                const char* const separator = _names.empty() ? "" : ", ";
+                _names.push_back(column + suffix);
+                _columns += separator + _names.back();
+                _definitions += separator + _names.back() + type;
+                _definitions += _names.size() == 1 ? " PRIMARY KEY" : "";
+            }
+        }
+    }
     ~Floor() override
     {
         sqlite3_close(_db);
@@ -84,15 +102,57 @@ public:
     void openSecond(const std::string& path) override { _second = opened(path); }
     void begin() override { run(_db, "BEGIN TRANSACTION"); }
     void commit() override { run(_db, "COMMIT TRANSACTION"); }
-    void insert(const Item* row) override;
-    void update(const Item* row) override;
-    void upsert(const Item* row) override;
-    void remove(std::int64_t id) override;
-    bool has(std::int64_t id) override;
-    void get(std::int64_t id, Reading& reading) override;
-    Reading readAll() override;
-    Reading readCheaperThan(int price) override;
-    void exportAll(std::string& lines) override;
+    void insert(const Item* row) override
+    {
+        _sql.start("insert into item (").add(_columns).add(") values (");
+        for (std::size_t i = 0; i < _itemsPerRow; ++i) {
+            const Item& item = row[i];
+            _sql.add(i > 0 ? ", " : "").add(item.id).add(", ").addEnclosed(item.name);
+            _sql.add(", ").add(item.price).add(item.active ? ", 1, " : ", 0, ").add(item.created);
+        }
+        run(_db, _sql.add(")").text());
+    }
+    void update(const Item* row) override
+    {
+        _sql.start("update item set name=").addEnclosed(row->name).add(", price=").add(row->price);
+        _sql.add(row->active ? ", active=1" : ", active=0").add(", created=").add(row->created);
+        run(_db, _sql.add(" where id = ").add(row->id).text());
+    }
+    void upsert(const Item* row) override
+    {
+        if (has(row->id))
+            update(row);
+        else
+            insert(row);
+    }
+    void remove(std::int64_t id) override
+    {
+        run(_db, _sql.start("delete from item where id = ").add(id).text());
+    }
+    bool has(std::int64_t id) override
+    {
+        return queryNumber(_db,
+                           _sql.start("select count(*) from item where id = ").add(id).text()) > 0;
+    }
+    void get(std::int64_t id, Reading& reading) override
+    {
+        read(_db, _sql.start("select * from item where id = ").add(id).text());
+        addTo(reading);
+    }
+    Reading readAll() override { return readingFrom(_db, "select * from item"); }
+    Reading readCheaperThan(int price) override
+    {
+        _sql.start("select * from item where price < ").add(std::int64_t{price});
+        return readingFrom(_db, _sql.add(" order by name").text());
+    }
+    void exportAll(std::string& lines) override
+    {
+        read(_db, "select * from item");
+        for (std::size_t i = 0; i < _cells.size(); ++i) {
+            lines += _cells[i];
+            lines += (i + 1) % _names.size() > 0 ? '\t' : '\n';
+        }
+    }
     void copy() override { copyTo(_db, "item_copy"); }
     Reading readCopy() override { return readingFrom(_db, "select * from item_copy"); }
     void copyToSecond() override
@@ -104,18 +164,88 @@ public:
     Reading readSecond() override { return readingFrom(_second, "select * from item"); }
 
 private:
-    sqlite3* opened(const std::string& path);
-    static void run(sqlite3* db, const char* sql);
-    void read(sqlite3* db, const char* sql);
-    Reading readingFrom(sqlite3* db, const char* sql);
-    static int queryNumber(sqlite3* db, const char* sql);
-    bool exists(sqlite3* db, std::string_view table);
-    void createTable(sqlite3* db, std::string_view table);
-    void copyTo(sqlite3* db, std::string_view table);
-    void insertCells(sqlite3* db, std::string_view table, const std::string* row);
-    void addTo(Reading& reading) const;
-
-    static int keep(void* floor, int count, char** texts, char**);
+    sqlite3* opened(const std::string& path)
+    {
+        sqlite3* db = nullptr;
+        require(sqlite3_open(path.c_str(), &db) == SQLITE_OK, "floor: open");
+        if (!exists(db, "item"))
+            createTable(db, "item");
+        return db;
+    }
+    static void run(sqlite3* db, const char* sql)
+    {
+        require(sqlite3_exec(db, sql, nullptr, nullptr, nullptr) == SQLITE_OK, "floor: run");
+    }
+    static int keep(void* cells, int count, char** texts, char**)
+    {
+        for (int i = 0; i < count; ++i)
+            static_cast<std::vector<std::string>*>(cells)->emplace_back(texts[i] ? texts[i] : "");
+        return 0;
+    }
+    void read(sqlite3* db, const char* sql)
+    {
+        _cells.clear();
+        require(sqlite3_exec(db, sql, keep, &_cells, nullptr) == SQLITE_OK, "floor: read");
+    }
+    static int queryNumber(sqlite3* db, const char* sql)
+    {
+        sqlite3_stmt* statement = nullptr;
+        require(sqlite3_prepare_v2(db, sql, -1, &statement, nullptr) == SQLITE_OK &&
+                    sqlite3_step(statement) == SQLITE_ROW,
+                "floor: number");
+        const int number = sqlite3_column_int(statement, 0);
+        sqlite3_finalize(statement);
+        return number;
+    }
+    void addTo(Reading& reading) const
+    {
+        for (std::size_t i = 0; i < _cells.size(); i += 5)
+            reading.add(parse<std::int64_t>(_cells[i]), _cells[i + 1].size(),
+                        parse<double>(_cells[i + 2]), _cells[i + 3] == "1",
+                        parse<std::int64_t>(_cells[i + 4]));
+    }
+    Reading readingFrom(sqlite3* db, const char* sql)
+    {
+        Reading reading;
+        read(db, sql);
+        addTo(reading);
+        return reading;
+    }
+    bool exists(sqlite3* db, std::string_view table)
+    {
+        _sql.start("select count(*) from sqlite_master where type = 'table' and name = '")
+            .add(table);
+        return queryNumber(db, _sql.add("'").text()) == 1;
+    }
+    void createTable(sqlite3* db, std::string_view table)
+    {
+        run(db, _sql.start("CREATE TABLE ").add(table).add(" (").add(_definitions).add(")").text());
+    }
+    void insertCells(sqlite3* db, std::string_view table, const std::string* row)
+    {
+        _sql.start("insert into ").add(table).add(" (").add(_columns).add(") values (");
+        for (std::size_t i = 0; i < _names.size(); ++i) {
+            _sql.add(i > 0 ? ", " : "");
+            if (i % 5 == 1)
+                _sql.addEnclosed(row[i]);
+            else
+                _sql.add(row[i]);
+        }
+        run(db, _sql.add(")").text());
+    }
+    void copyTo(sqlite3* db, std::string_view table)
+    {
+        if (exists(db, table))
+            run(db, _sql.start("drop table ").add(table).text());
+        if (!exists(db, table))
+            createTable(db, table);
+        read(_db, "select * from item");
+        for (std::size_t i = 0; i < _cells.size(); i += _names.size())
+            insertCells(db, table, &_cells[i]);
+        const int expected = queryNumber(_db, "select count(*) from item");
+        _sql.start("select count(*) from ").add(table);
+        require(queryNumber(db, _sql.text()) == expected, "floor: copy");
+    }
 
     sqlite3* _db = nullptr;
     sqlite3* _second = nullptr;
@@ -126,175 +256,6 @@ private:
     Text _sql;
     std::vector<std::string> _cells;
 };
-
-Floor::Floor(std::size_t itemsPerRow) : _itemsPerRow(itemsPerRow)
-{
-    for (std::size_t i = 0; i < itemsPerRow; ++i) {
-        const std::string suffix = i > 0 ? "_" + std::to_string(i + 1) : "";
-        for (const char* column : {"id", "name", "price", "active", "created"}) {
-            _names.push_back(column + suffix);
-            _columns += (_columns.empty() ? "" : ", ") + _names.back();
-        }
-        const char* const key = i == 0 ? " INTEGER PRIMARY KEY, name" : " INTEGER, name";
-        _definitions += (i > 0 ? ", id" : "id") + suffix + key + suffix + " TEXT NOT NULL, price" +
-                        suffix + " REAL, active" + suffix + " INTEGER, created" + suffix +
-                        " INTEGER";
-    }
-}
-
-sqlite3* Floor::opened(const std::string& path)
-{
-    sqlite3* db = nullptr;
-    require(sqlite3_open(path.c_str(), &db) == SQLITE_OK, "floor: open");
-    if (!exists(db, "item"))
-        createTable(db, "item");
-    return db;
-}
-
-void Floor::run(sqlite3* db, const char* sql)
-{
-    require(sqlite3_exec(db, sql, nullptr, nullptr, nullptr) == SQLITE_OK, "floor: run");
-}
-
-int Floor::keep(void* cells, int count, char** texts, char**)
-{
-    for (int i = 0; i < count; ++i)
-        static_cast<std::vector<std::string>*>(cells)->emplace_back(texts[i] ? texts[i] : "");
-    return 0;
-}
-
-void Floor::read(sqlite3* db, const char* sql)
-{
-    _cells.clear();
-    require(sqlite3_exec(db, sql, keep, &_cells, nullptr) == SQLITE_OK, "floor: read");
-}
-
-int Floor::queryNumber(sqlite3* db, const char* sql)
-{
-    sqlite3_stmt* statement = nullptr;
-    require(sqlite3_prepare_v2(db, sql, -1, &statement, nullptr) == SQLITE_OK &&
-                sqlite3_step(statement) == SQLITE_ROW,
-            "floor: number");
-    const int number = sqlite3_column_int(statement, 0);
-    sqlite3_finalize(statement);
-    return number;
-}
-
-void Floor::addTo(Reading& reading) const
-{
-    for (std::size_t i = 0; i < _cells.size(); i += 5)
-        reading.add(parse<std::int64_t>(_cells[i]), _cells[i + 1].size(),
-                    parse<double>(_cells[i + 2]), _cells[i + 3] == "1",
-                    parse<std::int64_t>(_cells[i + 4]));
-}
-
-void Floor::insert(const Item* row)
-{
-    _sql.start("insert into item (").add(_columns).add(") values (");
-    for (std::size_t i = 0; i < _itemsPerRow; ++i) {
-        const Item& item = row[i];
-        _sql.add(i > 0 ? ", " : "").add(item.id).add(", ").addEnclosed(item.name);
-        _sql.add(", ").add(item.price).add(item.active ? ", 1, " : ", 0, ").add(item.created);
-    }
-    run(_db, _sql.add(")").text());
-}
-
-void Floor::update(const Item* row)
-{
-    _sql.start("update item set name=").addEnclosed(row->name).add(", price=").add(row->price);
-    _sql.add(row->active ? ", active=1" : ", active=0").add(", created=").add(row->created);
-    run(_db, _sql.add(" where id = ").add(row->id).text());
-}
-
-void Floor::upsert(const Item* row)
-{
-    if (has(row->id))
-        update(row);
-    else
-        insert(row);
-}
-
-void Floor::remove(std::int64_t id)
-{
-    run(_db, _sql.start("delete from item where id = ").add(id).text());
-}
-
-bool Floor::has(std::int64_t id)
-{
-    return queryNumber(_db, _sql.start("select count(*) from item where id = ").add(id).text()) > 0;
-}
-
-void Floor::get(std::int64_t id, Reading& reading)
-{
-    read(_db, _sql.start("select * from item where id = ").add(id).text());
-    addTo(reading);
-}
-
-Reading Floor::readingFrom(sqlite3* db, const char* sql)
-{
-    Reading reading;
-    read(db, sql);
-    addTo(reading);
-    return reading;
-}
-
-Reading Floor::readAll()
-{
-    return readingFrom(_db, "select * from item");
-}
-
-Reading Floor::readCheaperThan(int price)
-{
-    _sql.start("select * from item where price < ").add(std::int64_t{price});
-    return readingFrom(_db, _sql.add(" order by name").text());
-}
-
-void Floor::exportAll(std::string& lines)
-{
-    read(_db, "select * from item");
-    for (std::size_t i = 0; i < _cells.size(); ++i) {
-        lines += _cells[i];
-        lines += (i + 1) % _names.size() > 0 ? '\t' : '\n';
-    }
-}
-
-bool Floor::exists(sqlite3* db, std::string_view table)
-{
-    _sql.start("select count(*) from sqlite_master where type = 'table' and name = '").add(table);
-    return queryNumber(db, _sql.add("'").text()) == 1;
-}
-
-void Floor::createTable(sqlite3* db, std::string_view table)
-{
-    run(db, _sql.start("CREATE TABLE ").add(table).add(" (").add(_definitions).add(")").text());
-}
-
-void Floor::insertCells(sqlite3* db, std::string_view table, const std::string* row)
-{
-    _sql.start("insert into ").add(table).add(" (").add(_columns).add(") values (");
-    for (std::size_t i = 0; i < _names.size(); ++i) {
-        _sql.add(i > 0 ? ", " : "");
-        if (i % 5 == 1)
-            _sql.addEnclosed(row[i]);
-        else
-            _sql.add(row[i]);
-    }
-    run(db, _sql.add(")").text());
-}
-
-void Floor::copyTo(sqlite3* db, std::string_view table)
-{
-    if (exists(db, table))
-        run(db, _sql.start("drop table ").add(table).text());
-    if (!exists(db, table))
-        createTable(db, table);
-    read(_db, "select * from item");
-    for (std::size_t i = 0; i < _cells.size(); i += _names.size())
-        insertCells(db, table, &_cells[i]);
-    const int expected = queryNumber(_db, "select count(*) from item");
-    _sql.start("select count(*) from ").add(table);
-    require(queryNumber(db, _sql.text()) == expected, "floor: copy");
-}
 
 const Registration entry({"floor", makeWide<Floor>});
 
