@@ -63,7 +63,7 @@ namespace bench
 {
 
 /// What a statement takes and gives, for contestants that attach variables to it.
-enum class Shape { plain, takesItem, takesKey, givesItems, givesTexts, findsItem, findsKey };
+enum class Shape { takesItem, takesKey, givesItems, givesTexts, findsItem, findsKey };
 
 /// A Connection has
 ///
@@ -222,6 +222,14 @@ template <typename Integer, typename Truth> struct Variables
     }
     void bind(std::int64_t number) { key = number; }
     void bindRow(const Variables& other) { row = other.row; }
+    template <typename Use> void forEachCell(Use use)
+    {
+        use(row.id);
+        use(row.name);
+        use(row.price);
+        use(row.active);
+        use(row.created);
+    }
 
     void addTo(Reading& reading) const
     {

@@ -44,20 +44,18 @@ public:
     {
         _statement << sql;
         if (shape == Shape::takesItem)
-            _statement, keywords::use(row.id), keywords::use(row.name), keywords::use(row.price),
-                keywords::use(row.active), keywords::use(row.created);
+            forEachCell([&](auto& cell) { _statement, keywords::use(cell); });
         if (shape == Shape::takesKey || shape == Shape::findsItem || shape == Shape::findsKey)
             _statement, keywords::use(key);
         if (shape == Shape::findsKey)
-            _statement, keywords::into(row.id), keywords::range(0, 1);
+            _statement, keywords::into(row.id);
         if (shape == Shape::givesItems || shape == Shape::findsItem)
-            _statement, keywords::into(row.id), keywords::into(row.name), keywords::into(row.price),
-                keywords::into(row.active), keywords::into(row.created), keywords::range(0, 1);
-        if (shape == Shape::givesTexts) {
+            forEachCell([&](auto& cell) { _statement, keywords::into(cell); });
+        if (shape == Shape::givesTexts)
             for (std::string& text : texts)
                 _statement, keywords::into(text);
+        if (shape != Shape::takesItem && shape != Shape::takesKey)
             _statement, keywords::range(0, 1);
-        }
     }
 
     void run() { _statement.execute(); }

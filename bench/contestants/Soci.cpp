@@ -36,24 +36,14 @@ class Statement : public Variables<long long, int>
 public:
     Statement(Connection& connection, const char* sql, Shape shape) : _statement(connection.db)
     {
-        if (shape == Shape::takesItem) {
-            _statement.exchange(soci::use(row.id));
-            _statement.exchange(soci::use(row.name));
-            _statement.exchange(soci::use(row.price));
-            _statement.exchange(soci::use(row.active));
-            _statement.exchange(soci::use(row.created));
-        }
+        if (shape == Shape::takesItem)
+            forEachCell([&](auto& cell) { _statement.exchange(soci::use(cell)); });
         if (shape == Shape::takesKey || shape == Shape::findsItem || shape == Shape::findsKey)
             _statement.exchange(soci::use(key));
         if (shape == Shape::findsKey)
             _statement.exchange(soci::into(row.id));
-        if (shape == Shape::givesItems || shape == Shape::findsItem) {
-            _statement.exchange(soci::into(row.id));
-            _statement.exchange(soci::into(row.name));
-            _statement.exchange(soci::into(row.price));
-            _statement.exchange(soci::into(row.active));
-            _statement.exchange(soci::into(row.created));
-        }
+        if (shape == Shape::givesItems || shape == Shape::findsItem)
+            forEachCell([&](auto& cell) { _statement.exchange(soci::into(cell)); });
         if (shape == Shape::givesTexts)
             for (std::string& text : texts)
                 _statement.exchange(soci::into(text));
