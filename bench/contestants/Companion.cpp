@@ -80,13 +80,10 @@ public:
         reading.add(rows.getInteger(0), nameLength(), rows.getDouble(2), isActive(),
                     rows.getInteger(4));
     }
-    void addTo(std::string& lines) const
+    void appendCell(int column, std::string& lines) const
     {
-        for (int column = 0; column < 5; ++column) {
-            const char* const text = rows.getText(column);
-            lines.append(text, static_cast<std::size_t>(rows.getSize(column)));
-            endCell(lines, column);
-        }
+        const char* const text = rows.getText(column);
+        lines.append(text, static_cast<std::size_t>(rows.getSize(column)));
     }
 
     sql::Statement rows;

@@ -75,7 +75,7 @@ enum class Shape { takesItem, takesKey, givesItems, givesTexts, findsItem, finds
 ///     bind(item), bind(key), bindRow(statement)   the parameters
 ///     run()                                       of what gives no rows
 ///     next(), reset()                             next() resets after the last row
-///     addTo(reading), addTo(lines)                the cells of the row
+///     addTo(reading), appendCell(column, lines)   the cells of the row
 template <typename Connection, typename Writes = statements::Writes>
 class Compiled : public Contestant
 {
@@ -113,7 +113,14 @@ public:
         _first->readCheaper.bind(std::int64_t{price});
         return readingFrom(_first->readCheaper);
     }
-    void exportAll(std::string& lines) override { addRows(_first->exportAll, lines); }
+    void exportAll(std::string& lines) override
+    {
+        while (_first->exportAll.next())
+            for (int column = 0; column < 5; ++column) {
+                _first->exportAll.appendCell(column, lines);
+                lines += column < 4 ? '\t' : '\n';
+            }
+    }
     void copy() override
     {
         _first->db.run(statements::createCopy);
@@ -164,11 +171,10 @@ protected:
         statement.bind(item);
         statement.run();
     }
-    /// To a reading or to lines.
-    template <typename Rows> static void addRows(Statement& statement, Rows& rows)
+    static void addRows(Statement& statement, Reading& reading)
     {
         while (statement.next())
-            statement.addTo(rows);
+            statement.addTo(reading);
     }
     static Reading readingFrom(Statement& statement)
     {
@@ -193,12 +199,6 @@ protected:
     std::optional<Opened> _first;
     std::optional<Opened> _second;
 };
-
-/// Ends a cell of a line.
-inline void endCell(std::string& lines, int column)
-{
-    lines += column < 4 ? '\t' : '\n';
-}
 
 /// What a statement is bound to, for libraries that take and fill variables.
 template <typename Integer, typename Truth> struct Variables
@@ -235,13 +235,7 @@ template <typename Integer, typename Truth> struct Variables
     {
         reading.add(row.id, row.name.size(), row.price, row.active != 0, row.created);
     }
-    void addTo(std::string& lines) const
-    {
-        for (int column = 0; column < 5; ++column) {
-            lines += texts[column];
-            endCell(lines, column);
-        }
-    }
+    void appendCell(int column, std::string& lines) const { lines += texts[column]; }
 
     Integer key = 0;
     Row row;

@@ -75,7 +75,19 @@ public:
         require(table().open("price < " + sql::intToStr(limit), "name"), "library: read");
         return readingOfHeld(table());
     }
-    void exportAll(std::string& lines) override;
+    void exportAll(std::string& lines) override
+    {
+        require(table().open(), "library: read");
+        for (int i = 0; i < table().recordCount(); ++i) {
+            const sql::Record& record = *table().getRecord(i);
+            for (const Column column : {id, name, price, active}) {
+                lines += record.getValue(Columns::of(0, column))->asString();
+                lines += '\t';
+            }
+            lines += sql::intToStr(record.getValue(Columns::of(0, created))->asInteger());
+            lines += '\n';
+        }
+    }
     void copy() override { require(_first->copy->backup(table()), "library: copy"); }
     Reading readCopy() override { return readingOf(*_first->copy); }
     void copyToSecond() override
@@ -111,20 +123,6 @@ private:
     std::optional<Opened> _first;
     std::optional<Opened> _second;
 };
-
-template <typename Columns> void Library<Columns>::exportAll(std::string& lines)
-{
-    require(table().open(), "library: read");
-    for (int i = 0; i < table().recordCount(); ++i) {
-        const sql::Record& record = *table().getRecord(i);
-        for (const Column column : {id, name, price, active}) {
-            lines += record.getValue(Columns::of(0, column))->asString();
-            lines += '\t';
-        }
-        lines += sql::intToStr(record.getValue(Columns::of(0, created))->asInteger());
-        lines += '\n';
-    }
-}
 
 std::unique_ptr<Contestant> makeByName(std::size_t itemsPerRow)
 {

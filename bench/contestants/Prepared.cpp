@@ -83,13 +83,10 @@ public:
                     sqlite3_column_double(_stmt, 2), sqlite3_column_int(_stmt, 3) == 1,
                     sqlite3_column_int64(_stmt, 4));
     }
-    void addTo(std::string& lines) const
+    void appendCell(int column, std::string& lines) const
     {
-        for (int column = 0; column < 5; ++column) {
-            const char* const begin = text(column);
-            lines.append(begin, static_cast<std::size_t>(size(column)));
-            endCell(lines, column);
-        }
+        const char* const begin = text(column);
+        lines.append(begin, static_cast<std::size_t>(size(column)));
     }
 
 private:

@@ -84,12 +84,9 @@ public:
                     _query.value(2).toDouble(), _query.value(3).toBool(),
                     _query.value(4).toLongLong());
     }
-    void addTo(std::string& lines) const
+    void appendCell(int column, std::string& lines) const
     {
-        for (int column = 0; column < 5; ++column) {
-            lines += _query.value(column).toString().toStdString();
-            endCell(lines, column);
-        }
+        lines += _query.value(column).toString().toStdString();
     }
 
     void runBatch(const Data& data)

@@ -73,13 +73,10 @@ public:
         reading.add(cell(0).getInt64(), cell(1).getString().size(), cell(2).getDouble(),
                     cell(3).getInt() == 1, cell(4).getInt64());
     }
-    void addTo(std::string& lines)
+    void appendCell(int column, std::string& lines)
     {
-        for (int column = 0; column < 5; ++column) {
-            const SQLite::Column text = cell(column);
-            lines.append(text.getText(), static_cast<std::size_t>(text.getBytes()));
-            endCell(lines, column);
-        }
+        const SQLite::Column text = cell(column);
+        lines.append(text.getText(), static_cast<std::size_t>(text.getBytes()));
     }
 
 private:
