@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <random>
 
-#include <sqlite3.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -88,17 +87,6 @@ const std::size_t writerCount = sizeof(writers) / sizeof(writers[0]);
             _exit(1);
 }
 
-long number(sqlite3* db, const std::string& query)
-{
-    long result = -1;
-    const auto keep = [](void* kept, int, char** cells, char**) {
-        *static_cast<long*>(kept) = cells[0] ? std::atol(cells[0]) : 0;
-        return 0;
-    };
-    sqlite3_exec(db, query.c_str(), keep, &result, nullptr);
-    return result;
-}
-
 class Kills
 {
 public:
@@ -165,22 +153,25 @@ private:
 
     void look(const Point& point, sql::integer batch, long committed)
     {
-        sqlite3* db = nullptr;
-        sqlite3_open_v2(path().c_str(), &db, SQLITE_OPEN_READWRITE, nullptr);
-        point.expect(number(db, "select count(*) from pragma_integrity_check"
-                                " where integrity_check != 'ok'") == 0,
+        sql::Database database;
+        database.open(path(), sql::Database::read_write, false, 0);
+        const auto number = [&](const std::string& query) {
+            return sql::queryNumber(database.getHandle(), query);
+        };
+        point.expect(number("select count(*) from pragma_integrity_check"
+                            " where integrity_check != 'ok'") == 0,
                      "the file is whole");
-        point.expect(number(db, "select count(*) from (select count(*) n from rows group by batch)"
-                                " where n != " +
-                                    std::to_string(rowsPerTransaction)) == 0,
+        point.expect(number("select count(*) from (select count(*) n from rows group by batch)"
+                            " where n != " +
+                            std::to_string(rowsPerTransaction)) == 0,
                      "every transaction is there as a whole");
-        const long found = number(db, "select count(distinct batch) from rows where batch >= " +
-                                          std::to_string(batch));
+        const long found = number("select count(distinct batch) from rows where batch >= " +
+                                  std::to_string(batch));
         // There may be one more: it was committed, and the kill came before the byte.
         point.expect(found == committed || found == committed + 1,
                      std::to_string(committed) + " transactions were committed, " +
                          std::to_string(found) + " are there");
-        sqlite3_close(db);
+        database.close();
         if (std::filesystem::file_size(path()) > 4 << 20)
             renew();
     }
