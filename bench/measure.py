@@ -78,9 +78,6 @@ class Programs:
         return int(run([self.folder / "bench_run", "--memory", contestant, path, items],
                        env=self.environment))
 
-    def make_table(self, path, rows, items=1):
-        run([self.folder / "bench_run", "--make", path, rows, items])
-
     def instructions(self, *arguments, **options):
         return self.profile(*arguments, **options).total
 
@@ -204,7 +201,7 @@ def memory(programs, contestants, rows, items=1):
     """Bytes per row by which the resident set grows while a table in a file is read."""
     with tempfile.TemporaryDirectory(prefix="sqlwrapper-bench-") as folder:
         path = pathlib.Path(folder, "bench.db")
-        programs.make_table(path, rows, items)
+        run([programs.folder / "bench_run", "floor", "insert", path, rows, items])
         return {contestant: programs.memory(contestant, path, items) / rows
                 for contestant in contestants}
 

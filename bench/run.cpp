@@ -1,7 +1,6 @@
 // One run of one workload of one contestant:
 //
 //     bench_run CONTESTANT WORKLOAD PATH ROWS [ITEMS_PER_ROW [TRACE_LEVEL]]
-//     bench_run --make PATH ROWS ITEMS_PER_ROW
 //     bench_run --memory CONTESTANT PATH ITEMS_PER_ROW
 //     bench_run --about
 //     bench_run --list
@@ -11,9 +10,9 @@
 // by callgrind, started with --instr-atstart=no, or by the emulator of another processor, with the
 // plugin of this folder.
 //
-// --make makes a table, and --memory prints by how many bytes the resident set grows while a whole
-// table is read: the process that reads it has had no use for memory before. --about prints what
-// all figures depend on, --list the contestants and the workloads.
+// --memory prints by how many bytes the resident set grows while a whole table is read: the process
+// that reads it has had no use for memory before. --about prints what all figures depend on, --list
+// the contestants and the workloads.
 
 #include <cstdio>
 #include <ctime>
@@ -68,14 +67,6 @@ double run(const Arguments& arguments)
     return static_cast<double>(end - begin) / CLOCKS_PER_SEC;
 }
 
-void make(const std::string& path, std::size_t rows, std::size_t itemsPerRow)
-{
-    const Data data(rows, itemsPerRow, path);
-    const std::unique_ptr<Contestant> floor = contestant("floor").make(itemsPerRow);
-    floor->open(path);
-    workload("read-all").prepare(*floor, data);
-}
-
 long residentBytes()
 {
     std::ifstream statistics("/proc/self/statm");
@@ -119,8 +110,6 @@ bool obey(const Arguments& arguments)
         printAbout();
     else if (count == 1 && what == "--list")
         printList();
-    else if (count == 4 && what == "--make")
-        make(arguments[1], std::stoul(arguments[2]), std::stoul(arguments[3]));
     else if (count == 4 && what == "--memory")
         std::printf("%ld\n", growthOfReading(arguments[1], arguments[2], std::stoul(arguments[3])));
     else if (count >= 4 && count <= 6)
