@@ -37,8 +37,6 @@ public:
     void backup(const std::string& source, const std::string& copy, bool answer);
 
 private:
-    platform::Outcome only(const std::string& sql);
-
     platform::SqliteWatch _watch;
 };
 
