@@ -361,14 +361,14 @@ void Check::compareWith(sqlite3* db)
     }
     string name;
     findTable(db, name);
-    if (!_error && !name.empty() && _fields.count() != 0 && readColumns(db, "table_xinfo", name) &&
+    if (!name.empty() && _fields.count() != 0 && readColumns(db, "table_xinfo", name) &&
         (_columnCount != 0 || readColumns(db, "table_info", name)) && readIndexes(db, name))
         compareColumns();
     if (_error)
         add(Finding::failed, nullptr, _error.text().c_str());
 }
 
-// The name is that in the file; empty when there is no such table.
+// The name is that in the file; empty when there is no such table, and after a failure.
 void Check::findTable(sqlite3* db, string& name)
 {
     Statement statement;

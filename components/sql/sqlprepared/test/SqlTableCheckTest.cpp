@@ -1,14 +1,22 @@
 #include "SqlTableCheck.h"
 
-#include <map>
-#include <utility>
-
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include "platform/Interposed.h"
 #include "support/Described.h"
 
 using namespace sqltest;
+
+#if SQLITE_VERSION_NUMBER >= 3024000
+// In place of SQLite's own, so that a test can be one that was built without some words.
+static bool hasNoKeywords = false;
+
+extern "C" int sqlite3_keyword_check(const char* word, int size)
+{
+    return hasNoKeywords ? 0 : SQLW_REAL(sqlite3_keyword_check)(word, size);
+}
+#endif
 
 namespace
 {
@@ -100,7 +108,8 @@ TEST_F(TableCheckTest, FindsNamesThatNeedQuotes)
                   describe(described({id, Field(odd, sql::type_int, 0)})));
         EXPECT_EQ(Found({{Finding::name_needs_quotes, ""}}), describe(described({id, name}), odd));
     }
-    for (const char* const plain : {"a1", "_", "a$", "A_b", "\xc3\xa4", "az", "AZ", "a09"}) {
+    for (const char* const plain :
+         {"a1", "_", "a$", "A_b", "\xc3\xa4", "\xc3\x80", "az", "AZ", "a09"}) {
         EXPECT_EQ(Found(), describe(described({id, Field(plain, sql::type_int, 0)})));
         mine.run("create table t (" + std::string(plain) + "); drop table t");
     }
@@ -130,6 +139,15 @@ TEST_F(TableCheckTest, FindsTheFirstColumnThatIsNotNumbered)
 }
 
 #if SQLITE_VERSION_NUMBER >= 3024000 // which lists its words
+TEST_F(TableCheckTest, TakesAWordThatThisSQLiteDoesNotReserve)
+{
+    const sql::FieldSet fields = described({id, Field("returning", sql::type_int, 0)});
+    EXPECT_EQ(Found({{Finding::name_reserved, "returning"}}), describe(fields));
+    hasNoKeywords = true;
+    EXPECT_EQ(Found(), describe(fields));
+    hasNoKeywords = false;
+}
+
 /// Whether SQLite takes a word as the name of a column, or of a table, in each kind of statement.
 bool isTaken(const std::vector<std::string>& statements)
 {
@@ -303,6 +321,41 @@ TEST_F(TableCheckTest, DoesNotCountHiddenColumns)
         compare({Field("text", sql::type_text, 0)}, "create virtual table item using fts5(text)"));
 }
 
+// A virtual table of these columns, of which no row is read.
+void createVirtualTable(sqlite3* db, const char* columns)
+{
+    static sqlite3_module module;
+    module.xCreate = [](sqlite3* own, void* text, int, const char* const*, sqlite3_vtab** table,
+                        char**) {
+        *table = new sqlite3_vtab();
+        return sqlite3_declare_vtab(own, static_cast<const char*>(text));
+    };
+    module.xConnect = module.xCreate;
+    module.xDestroy = [](sqlite3_vtab* table) {
+        delete table;
+        return SQLITE_OK;
+    };
+    module.xDisconnect = module.xDestroy;
+    sqlite3_create_module(db, "columns", &module, const_cast<char*>(columns));
+    sqlite3_exec(db, "create virtual table item using columns", nullptr, nullptr, nullptr);
+}
+
+TEST_F(TableCheckTest, DoesNotCountHiddenColumnsBeforeOthers)
+{
+    createVirtualTable(mine.db, "create table t (h hidden, id integer, name text)");
+    EXPECT_EQ(Found({{Finding::key_differs, "id"}}), kindsOf(check({id, name})));
+}
+
+TEST_F(TableCheckTest, TakesNoTextKeyWithoutAnIndexForARowNumber)
+{
+    createVirtualTable(mine.db, "create table t (code text primary key not null, name text) "
+                                "without rowid");
+    EXPECT_EQ(Found({{Finding::no_key, ""},
+                     {Finding::column_extra_not_null, "code"},
+                     {Finding::column_elsewhere, "name"}}),
+              kindsOf(check({name})));
+}
+
 struct AffinityCase
 {
     const char* type;
@@ -335,6 +388,14 @@ TEST_F(TableCheckTest, FindsOtherAffinities)
         {"textblob", false, true, false},
         {"realblob", false, false, false},
         {"\"{text}\"", false, true, false},
+        {"inline text", false, true, false}, // words that end too early
+        {"chase", true, false, false},
+        {"close", true, false, false},
+        {"tex", true, false, false},
+        {"block", true, false, false},
+        {"read", true, false, false},
+        {"flow", true, false, false},
+        {"dough", true, false, false},
     };
     for (const AffinityCase& one : cases) {
         SCOPED_TRACE(one.type);
@@ -435,163 +496,6 @@ TEST_F(TableCheckTest, QuotesTheNamesThatItAsksFor)
     sql::Table table(mine.db, "a \"b", described({id, name}));
     EXPECT_EQ(Found({{Finding::name_needs_quotes, ""}, {Finding::unique_differs, "name"}}),
               kindsOf(sql::checkTable(table)));
-}
-
-// Failures
-
-TEST_F(TableCheckTest, ReportsANullConnectionOnce)
-{
-    sql::Table table(nullptr, "item", described({name, id}));
-    const std::vector<Finding> findings = sql::checkTable(table);
-    EXPECT_EQ(Found({{Finding::key_last, "id"}, {Finding::failed, ""}}), kindsOf(findings));
-    EXPECT_EQ("Table 'item' can't be compared with the file: there is no connection. Remove "
-              "the cause, then check again.",
-              findings[1].text);
-    EXPECT_EQ(
-        trace({companionSource("SqlTableCheck")
-                   .asserted("db", "std::vector<sql::Finding> sql::checkTable(sql::Table&)")}),
-        takeEvents());
-}
-
-TEST_F(TableCheckTest, SaysWhyTheFileCannotBeRead)
-{
-    mine.run("create table item (id integer primary key, name)");
-    other.run("begin exclusive");
-    const std::vector<Finding> findings = check({name, id});
-    EXPECT_EQ(Found({{Finding::key_last, "id"}, {Finding::failed, ""}}), kindsOf(findings));
-    EXPECT_EQ("Table 'item' can't be compared with the file: database is locked. Remove the "
-              "cause, then check again.",
-              findings[1].text);
-}
-
-// What SQLite makes of pragmas while this lives: SQLITE_DENY refuses one, and SQLITE_IGNORE gives
-// no row, as SQLite does for a pragma that it does not know.
-class Pragmas
-{
-public:
-    Pragmas(sqlite3* db, std::map<std::string, int> verdictOf)
-        : _db(db), _verdicts(std::move(verdictOf))
-    {
-        sqlite3_set_authorizer(
-            _db,
-            [](void* self, int action, const char* pragma, const char*, const char*, const char*) {
-                const auto& verdicts = static_cast<Pragmas*>(self)->_verdicts;
-                const auto found = verdicts.find(action == SQLITE_PRAGMA ? pragma : "");
-                return found == verdicts.end() ? SQLITE_OK : found->second;
-            },
-            this);
-    }
-    ~Pragmas() { sqlite3_set_authorizer(_db, nullptr, nullptr); }
-    Pragmas(const Pragmas&) = delete;
-    Pragmas& operator=(const Pragmas&) = delete;
-
-private:
-    sqlite3* const _db;
-    const std::map<std::string, int> _verdicts;
-};
-
-TEST_F(TableCheckTest, SaysThatSQLiteRefusesToDescribeTheTable)
-{
-    mine.run("create table item (id integer primary key, name text unique)");
-    const std::map<std::string, int> refusals[] = {
-        {{"table_xinfo", SQLITE_DENY}},
-        {{"table_xinfo", SQLITE_IGNORE}, {"table_info", SQLITE_DENY}},
-        {{"index_list", SQLITE_DENY}},
-        {{"index_info", SQLITE_DENY}}};
-    for (const auto& refusal : refusals) {
-        const Pragmas pragmas(mine.db, refusal);
-        const std::vector<Finding> findings = check({name, id});
-        EXPECT_EQ(Found({{Finding::key_last, "id"}, {Finding::failed, ""}}), kindsOf(findings))
-            << refusal.begin()->first;
-        EXPECT_EQ("Table 'item' can't be compared with the file: not authorized. Remove the "
-                  "cause, then check again.",
-                  findings.back().text);
-    }
-}
-
-TEST_F(TableCheckTest, ReadsTheColumnsFromAnSQLiteThatDoesNotKnowHiddenOnes)
-{
-    mine.run("create table item (id integer primary key, more, name text)");
-    const Pragmas older(mine.db, {{"table_xinfo", SQLITE_IGNORE}});
-    EXPECT_EQ(Found({{Finding::column_extra, "more"}, {Finding::column_elsewhere, "name"}}),
-              kindsOf(check({id, name})));
-}
-
-TEST_F(TableCheckTest, TakesAnInterruptionForAFailure)
-{
-    mine.run("create table item (id integer primary key, name text unique, more)");
-    const Found whole = kindsOf(check({name, id}));
-    EXPECT_LT(2u, whole.size());
-    const auto isNow = [](void* left) { return (*static_cast<int*>(left))-- == 0 ? 1 : 0; };
-    int interruptions = 0;
-    for (bool isInterrupted = true; isInterrupted; ++interruptions) {
-        ASSERT_GT(1000, interruptions);
-        int left = interruptions;
-        sqlite3_progress_handler(mine.db, 1, isNow, &left);
-        const std::vector<Finding> findings = check({name, id});
-        sqlite3_progress_handler(mine.db, 0, nullptr, nullptr);
-        ASSERT_FALSE(findings.empty());
-        isInterrupted = left < 0;
-        if (isInterrupted)
-            EXPECT_NE(std::string::npos,
-                      findings.back().text.find(": interrupted. Remove the cause"));
-        else
-            EXPECT_EQ(whole, kindsOf(findings));
-    }
-    EXPECT_LT(10, interruptions);
-}
-
-TEST_F(TableCheckTest, TakesTheEndOfMemoryForAFailure)
-{
-    mine.run("create table item (id integer primary key, name,"
-             " more_than_a_short_name a_type_of_a_long_name unique)");
-    sql::Table table(mine.db, "item", described({name, id}));
-    const Found whole = kindsOf(sql::checkTable(table));
-    ASSERT_EQ(5u, whole.size());
-    for (const bool staysOut : {true, false}) {
-        Found found;
-        for (int left = 1; found != whole; ++left) {
-            ASSERT_GT(1000, left);
-            faults.allocationsLeft = left;
-            faults.allocationsStayOut = staysOut;
-            const std::vector<Finding> findings = sql::checkTable(table);
-            faults.allocationsLeft = -1;
-            found = kindsOf(findings);
-            ASSERT_FALSE(found.empty()) << left;
-            EXPECT_TRUE(found == whole || found.back().first == Finding::failed) << left;
-        }
-    }
-}
-
-TEST_F(TableCheckTest, TakesTheEndOfMemoryForAFailureOfTheDescription)
-{
-    const sql::FieldSet fields = described({name, id});
-    const std::string table = "item";
-    Found found;
-    int left = 1;
-    for (; found != Found({{Finding::key_last, "id"}}); ++left) {
-        ASSERT_GT(1000, left);
-        EXPECT_TRUE(found.empty() || found == Found({{Finding::failed, ""}})) << left;
-        faults.allocationsLeft = left;
-        const std::vector<Finding> findings = sql::checkDescription(table, fields);
-        faults.allocationsLeft = -1;
-        found = kindsOf(findings);
-        ASSERT_EQ(1u, found.size()) << left;
-    }
-    EXPECT_LT(2, left);
-}
-
-TEST_F(TableCheckTest, LogsTheEndOfMemoryThatLeavesNoRoomForAFinding)
-{
-    sql::Table table(mine.db, "item", described({id, name}));
-    faults.allocationsLeft = 0;
-    faults.allocationsStayOut = true;
-    const std::vector<Finding> findings = sql::checkTable(table);
-    faults.allocationsLeft = -1;
-    EXPECT_EQ(Found(), kindsOf(findings));
-    EXPECT_EQ(trace({companionSource("SqlTableCheck")
-                         .error("setOutOfMemory", "Failed to check a table: %s", "out of memory")}),
-              takeEvents());
 }
 
 } // namespace
