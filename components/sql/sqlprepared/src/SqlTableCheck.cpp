@@ -224,7 +224,7 @@ Check::Check(const string* name, const FieldSet& fields, const Table* table)
 {
     if (name)
         _table = *name;
-    else if (table)
+    else
         table->name().swap(_table);
 }
 
