@@ -4,16 +4,18 @@
 Takes a picture of every page from top to bottom, at two widths, light and dark, in FOLDER/pictures.
 Fails for a page wider than its window, a picture that is clipped, a table that cannot be scrolled to its end, a link
 or an anchor that is dead, a page more than two clicks away from the first one (the menu does not
-count), and for words and lines of the log whose page is not among the first hits of the search.
+count), and for words and lines of the log whose page is not among the first hits of the search, or that lead to
+another heading than the one that is named.
 """
 
 import base64
 import pathlib
-import sys
-import time
 import urllib.parse
 
 from selenium import webdriver
+from selenium.webdriver.support.wait import WebDriverWait
+
+import verdict
 
 WIDTHS = {"wide": 1280, "narrow": 400}
 HITS = 3
@@ -42,6 +44,9 @@ return {links: [...document.links].map(link => link.href),
     text: [...document.querySelectorAll("article a[href]")].map(link => link.href),
     anchors: [...document.querySelectorAll("[id]")].map(node => node.id)};
 """
+HAS_SEARCHED = """
+return document.querySelector('#search-results p.search-summary')?.innerText.match(/found|match/) != null;
+"""
 SEARCH = "return [...document.querySelectorAll('#search-results li a')].map(link => link.getAttribute('href'));"
 
 
@@ -53,8 +58,8 @@ def browser():
     return webdriver.Chrome(options=options)
 
 
-def resize(driver, width):
-    size = {"width": width, "height": 900, "deviceScaleFactor": 1, "mobile": False}
+def resize(driver, width, height=900, scale=1):
+    size = {"width": width, "height": height, "deviceScaleFactor": scale, "mobile": False}
     driver.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", size)
 
 
@@ -117,42 +122,38 @@ def target_of(address):
 def hits(driver, folder, words):
     """The links of the search, the best first."""
     driver.get((folder / "html/search.html").as_uri() + "?q=" + urllib.parse.quote(words))
-    end = time.monotonic() + 10
-    while time.monotonic() < end:
-        if driver.execute_script("return document.querySelector('#search-results p.search-summary')"
-                                 "?.innerText.match(/found|match/) != null"):
-            break
-        time.sleep(0.05)
-    return [link.partition("#") for link in driver.execute_script(SEARCH)]
+    wait_for(driver, HAS_SEARCHED)
+    return [link.partition("#")[::2] for link in driver.execute_script(SEARCH)]
+
+
+def wait_for(driver, script):
+    """Until the script gives what is true."""
+    WebDriverWait(driver, 10, 0.05).until(lambda _: driver.execute_script(script))
 
 
 def search(driver, folder):
-    """Questions whose page is not among the first hits, and hits that lead nowhere."""
+    """Questions whose page is not among the first hits, and hits that lead to another place or nowhere."""
     for line in (pathlib.Path(__file__).parent / "questions").read_text(encoding="utf-8").splitlines():
         if not line or line.startswith("#"):
             continue
-        page, _, words = line.partition(" | ")
-        found = hits(driver, folder, words)
-        first = list(dict.fromkeys(name.removesuffix(".html") for name, _, _ in found))[:HITS]
-        if page not in first:
-            yield f"the search for '{words}' finds {first or 'nothing'}, not {page}"
-        for name, _, anchor in found[:HITS]:
+        place, _, words = line.partition(" | ")
+        page, _, wanted = place.partition("#")
+        found = hits(driver, folder, words)[:HITS]
+        places = {name.removesuffix(".html"): anchor for name, anchor in found}
+        if page not in places or wanted not in ("", places[page]):
+            yield f"the search for '{words}' finds {places or 'nothing'}, not {place}"
+        for name, anchor in found:
             if anchor and f'id="{anchor}"' not in (folder / "html" / name).read_text(encoding="utf-8"):
                 yield f"the search for '{words}' leads to {name}#{anchor}, which is not there"
 
 
 def main(folder):
     pages = pages_of(folder)
-    driver = browser()
-    try:
+    with browser() as driver:
         faults = [*take_pictures(driver, folder, pages), *follow_links(driver, folder, pages),
                   *search(driver, folder)]
-    finally:
-        driver.quit()
-    print("\n".join(faults) if faults else
-          f"passed: {len(pages)} pages fit, their links hold, and the search finds them")
-    return 1 if faults or not pages else 0
+    return faults, len(pages), "pages fit, their links hold, and the search finds them"
 
 
 if __name__ == "__main__":
-    sys.exit(main(pathlib.Path(sys.argv[1]).resolve()))
+    verdict.of(main)

@@ -7,11 +7,12 @@ and the links to the next and the previous page. No page may have an error in th
 
 import pathlib
 import sys
-import time
 
+from selenium.common.exceptions import TimeoutException
 from selenium.webdriver import ActionChains, Keys
 
-from browser_test import WIDTHS, browser, pages_of, resize
+import verdict
+from browser_test import WIDTHS, browser, pages_of, resize, wait_for
 
 GUIDE = "html/guides/first-steps.html"
 
@@ -50,21 +51,19 @@ def menu(driver):
 
 
 def edge_of_menu(driver):
-    while driver.execute_script("return document.getAnimations().length"):  # it glides
-        time.sleep(0.05)
+    wait_for(driver, "return document.getAnimations().length === 0")  # it glides
     return driver.execute_script("return document.querySelector('.sidebar-drawer').getBoundingClientRect().right")
 
 
 def contents(driver):
     """The contents of a page mark the section that is at the top of the window."""
     section = driver.find_elements("css selector", "article section section")[1]
+    name = section.get_attribute("id")
     driver.execute_script("arguments[0].scrollIntoView({behavior: 'instant'})", section)
-    wanted, marked, end = f"#{section.get_attribute('id')}", [], time.monotonic() + 10
-    while wanted not in marked and time.monotonic() < end:
-        marked = driver.execute_script(
-            "return [...document.querySelectorAll('.toc-tree .scroll-current > a')].map(link => link.hash)")
-    if wanted not in marked:
-        yield f"the contents mark {marked}, not {wanted}"
+    try:
+        wait_for(driver, f"return document.querySelector('.toc-tree .scroll-current > a[href=\"#{name}\"]')")
+    except TimeoutException:
+        yield f"the contents do not mark {name}"
 
 
 def copies(driver):
@@ -104,17 +103,14 @@ def turn_pages(driver, folder, pages):
 
 
 def main(folder):
-    driver = browser()
-    try:
+    pages = pages_of(folder)
+    with browser() as driver:
         resize(driver, WIDTHS["wide"])
         driver.get((folder / GUIDE).as_uri())
         faults = [*theme(driver), *menu(driver), *contents(driver), *copies(driver),
-                  *turn_pages(driver, folder, pages_of(folder))]
-    finally:
-        driver.quit()
-    print("\n".join(faults) if faults else "passed: themes, menu, copies and turning pages work")
-    return 1 if faults else 0
+                  *turn_pages(driver, folder, pages)]
+    return faults, len(pages), "pages turn; themes, menu, contents and copies work"
 
 
 if __name__ == "__main__":
-    sys.exit(main(pathlib.Path(sys.argv[1]).resolve()))
+    verdict.of(main)

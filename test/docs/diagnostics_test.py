@@ -1,11 +1,10 @@
 #!/usr/bin/env python3
 """docs/diagnostics.md lists exactly what both libraries log and report: diagnostics_test.py ROOT"""
 
-import pathlib
 import re
-import sys
 
 import markdown
+import verdict
 
 TOKEN = re.compile(r'//[^\n]*|/\*.*?\*/|("(?:\\.|[^"\\])*"|\'(?:\\.|[^\'\\])*\')', re.DOTALL)
 STRING = r'"((?:\\.|[^"\\])*)"'
@@ -72,33 +71,21 @@ def difference(kind, written, listed):
     return faults
 
 
-def of_library(sources, document, whose):
-    """What differs between the sources of one library and its two tables."""
-    lines, reports = [], []
-    for path in sorted(sources.glob("*.*")):
-        of_path = of_source(path)
-        lines += of_path[0]
-        reports += of_path[1]
-
-    listed_lines = [
-        (level, *map(markdown.code, cells))
-        for level, *cells in (row[:4] for row in markdown.rows(document, f"Log lines{whose}"))
-    ]
-    listed_reports = [
-        tuple(map(markdown.code, row[:2]))
-        for row in markdown.rows(document, f"Assertion reports{whose}")
-    ]
-    print(f"{sources}: {len(set(lines))} log lines, {len(set(reports))} assertion reports")
-    return difference("log line", lines, listed_lines) + difference("report", reports, listed_reports)
+def of_library(root, name, whose):
+    """What differs between the sources of one library and its two tables, and how much there is."""
+    document = root / "docs/diagnostics.md"
+    lines, reports = (sum(found, []) for found in zip(*map(of_source, sorted(root.glob(f"components/sql/{name}/src/*.*")))))
+    listed_lines = [(row[0], *map(markdown.code, row[1:4])) for row in markdown.rows(document, f"Log lines{whose}")]
+    listed_reports = [tuple(map(markdown.code, row[:2])) for row in markdown.rows(document, f"Assertion reports{whose}")]
+    faults = difference("log line", lines, listed_lines) + difference("report", reports, listed_reports)
+    return faults, len({*lines, *reports})
 
 
 def main(root):
-    document = root / "docs/diagnostics.md"
-    faults = of_library(root / "components/sql/sqlwrapper/src", document, "")
-    faults += of_library(root / "components/sql/sqlprepared/src", document, " of the companion")
-    print("\n".join(faults) if faults else "all listed")
-    return 1 if faults else 0
+    faults, count = of_library(root, "sqlwrapper", "")
+    more_faults, more = of_library(root, "sqlprepared", " of the companion")
+    return faults + more_faults, count + more, "log lines and assertion reports"
 
 
 if __name__ == "__main__":
-    sys.exit(main(pathlib.Path(sys.argv[1])))
+    verdict.of(main)

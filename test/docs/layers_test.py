@@ -6,11 +6,10 @@ above it has the arrows of docs/drawings/layers.dot, and those that lead to SQLi
 """
 
 import itertools
-import pathlib
 import re
-import sys
 
 import markdown
+import verdict
 
 
 def arrows(lines, sign):
@@ -35,8 +34,7 @@ def wrong_arrows(root):
 
 
 def main(root):
-    layer_of = {}
-    allowed = {}
+    layer_of, allowed = {}, {}
     for layer, files, lower, *_ in markdown.rows(root / "ARCHITECTURE.md", "Layers"):
         allowed[layer] = {layer, *filter(None, re.split(r",\s*", lower))}
         layer_of.update((stem, layer) for stem in re.findall(r"`(\w+)`", files))
@@ -56,9 +54,8 @@ def main(root):
             if layer_of.get(stem) not in allowed[layer]:
                 faults.append(f"{file.name}, which is in {layer}, includes {stem}.h")
 
-    print("\n".join(faults) if faults else f"{len(files)} files keep to {len(allowed)} layers")
-    return 1 if faults else 0
+    return faults, len(files), f"files keep to {len(allowed)} layers"
 
 
 if __name__ == "__main__":
-    sys.exit(main(pathlib.Path(sys.argv[1])))
+    verdict.of(main)

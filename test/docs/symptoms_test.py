@@ -1,11 +1,10 @@
 #!/usr/bin/env python3
 """docs/symptoms.md shows every failure of docs/diagnostics.md, and no other: symptoms_test.py ROOT"""
 
-import pathlib
 import re
-import sys
 
 import markdown
+import verdict
 
 LINE = re.compile(r"\[ERROR\] (?P<source>\w+\.cpp):N \((?P<function>\w+)\) - (?P<text>.*)")
 REPORT = re.compile(r"Assertion '(?P<condition>.*?)' failed in (?P<function>.*) \(components/\S+:N\)")
@@ -17,47 +16,36 @@ def pattern(text):
     return re.compile(".*".join(re.escape(piece.rstrip()) for piece in pieces) + r"\s*")
 
 
-def shown(page):
-    for number, lines in markdown.blocks(page, "text"):
-        for offset, line in enumerate(lines):
-            yield number + offset, line
+def listed(diagnostics, heading):
+    """The cells in code of both libraries' tables under a heading."""
+    for whose in "", " of the companion":
+        for row in markdown.rows(diagnostics, heading + whose):
+            yield row[0], tuple(map(markdown.code, row[1:4] if heading == "Log lines" else row[:2]))
 
 
-def listed_lines(diagnostics):
-    for heading in "Log lines", "Log lines of the companion":
-        for level, source, function, text, *_ in markdown.rows(diagnostics, heading):
-            if level == "ERROR":
-                yield markdown.code(source), markdown.code(function), markdown.code(text)
-
-
-def listed_reports(diagnostics):
-    for heading in "Assertion reports", "Assertion reports of the companion":
-        for condition, function, *_ in markdown.rows(diagnostics, heading):
-            yield markdown.code(condition), markdown.code(function)
+def shows(line, entry):
+    parts, report = LINE.fullmatch(line), REPORT.fullmatch(line)
+    if len(entry) == 2:
+        return report and entry == report.group("condition", "function")
+    return parts and entry[:2] == parts.group("source", "function") and pattern(entry[2]).fullmatch(parts["text"])
 
 
 def main(root):
     page, diagnostics = root / "docs/symptoms.md", root / "docs/diagnostics.md"
-    lines, reports = list(listed_lines(diagnostics)), list(listed_reports(diagnostics))
+    lines = {entry for level, entry in listed(diagnostics, "Log lines") if level == "ERROR"}
+    reports = {entry for _, entry in listed(diagnostics, "Assertion reports")}
     faults, seen = [], set()
-    for number, line in shown(page):
-        parts, report = LINE.fullmatch(line), REPORT.fullmatch(line)
-        matching = []
-        if parts:
-            matching = [entry for entry in lines if entry[:2] == (parts["source"], parts["function"])
-                        and pattern(entry[2]).fullmatch(parts["text"])]
-        elif report:
-            matching = [entry for entry in reports if entry == report.group("condition", "function")]
-        if not matching:
-            faults.append(f"{page}:{number}: diagnostics.md has no such text: {line}")
-        seen.update(matching)
-    faults += [f"{page}: lacks {' '.join(entry)}" for entry in lines if entry not in seen]
-    conditions = {entry[0] for entry in seen if len(entry) == 2}
-    faults += [f"{page}: lacks the condition {condition}"
-               for condition in {entry[0] for entry in reports} - conditions]
-    print("\n".join(faults) if faults else f"passed: {len(seen)} texts are shown")
-    return 1 if faults or not lines or not reports else 0
+    for begin, block in markdown.blocks(page, "text"):
+        for number, line in enumerate(block, begin):
+            matching = {entry for entry in lines | reports if shows(line, entry)}
+            seen |= matching
+            if not matching:
+                faults.append(f"{page}:{number}: diagnostics.md has no such text: {line}")
+    faults += [f"{page}: lacks {' '.join(entry)}" for entry in lines - seen]
+    conditions = {condition for condition, _ in reports} - {entry[0] for entry in seen & reports}
+    faults += [f"{page}: lacks the condition {condition}" for condition in conditions]
+    return faults, len(seen), "texts are shown"
 
 
 if __name__ == "__main__":
-    sys.exit(main(pathlib.Path(sys.argv[1])))
+    verdict.of(main)
