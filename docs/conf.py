@@ -8,6 +8,7 @@ import furo
 
 root = Path(__file__).resolve().parents[1]
 sys.path.append(str(root / "docs"))
+sys.dont_write_bytecode = True  # nothing is written beside the sources
 project = "sqlwrapper"
 version = release = re.search(r"project\(\w+ VERSION (\S+)", (root / "CMakeLists.txt").read_text(encoding="utf-8"))[1]
 
