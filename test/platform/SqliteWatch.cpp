@@ -36,18 +36,18 @@ int keepRow(void* param, int count, char** cells, char** names)
     const Rows& rows = *static_cast<Rows*>(param);
     std::vector<Outcome::Cell> row;
     for (int i = 0; i < count; ++i)
-        row.push_back({cells[i] == nullptr, cells[i] ? cells[i] : ""});
+        row.push_back(cells[i] ? Outcome::Cell(cells[i]) : std::nullopt);
     rows.outcome->rows.push_back(row);
     return rows.callback ? rows.callback(rows.param, count, cells, names) : 0;
 }
 
 bool sameCell(const sql::Value& value, const Outcome::Cell& cell)
 {
-    if (cell.null)
+    if (!cell)
         return value.isNull();
     return value.getType() == sql::type_time
-               ? value.asTime().asInteger() == std::strtoll(cell.text.c_str(), nullptr, 10)
-               : !value.isNull() && value.asString() == cell.text;
+               ? value.asTime().asInteger() == std::strtoll(cell->c_str(), nullptr, 10)
+               : !value.isNull() && value.asString() == *cell;
 }
 
 } // namespace
@@ -131,7 +131,7 @@ bool holds(sql::Table& table, const Outcome& outcome)
     int number = 0;
     for (std::vector<Outcome::Cell> row : outcome.rows) {
         const sql::Record& record = *table.getRecord(number++);
-        row.resize(static_cast<std::size_t>(record.columnCount()), {true, ""});
+        row.resize(static_cast<std::size_t>(record.columnCount()));
         for (int i = 0; i < record.columnCount(); ++i)
             if (!sameCell(*record.getValue(i), row[static_cast<std::size_t>(i)]))
                 return false;

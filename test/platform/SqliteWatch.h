@@ -4,6 +4,7 @@
 #ifndef SQLW_TEST_SQLITE_WATCH_H
 #define SQLW_TEST_SQLITE_WATCH_H
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,11 +18,7 @@ namespace platform
 /// What SQLite made of one statement.
 struct Outcome
 {
-    struct Cell
-    {
-        bool null;
-        std::string text;
-    };
+    using Cell = std::optional<std::string>; ///< none where it is NULL
 
     std::string sql;
     bool succeeded = false;              ///< it ran to its end, or gave the one row asked of it
