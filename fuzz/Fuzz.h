@@ -3,6 +3,7 @@
 #ifndef SQLW_FUZZ_H
 #define SQLW_FUZZ_H
 
+#include <cctype>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -26,6 +27,11 @@ inline void require(bool holds, const char* what)
         return;
     std::fprintf(stderr, "does not hold: %s\n", what);
     std::abort();
+}
+
+inline bool isBlank(char character)
+{
+    return std::isspace(static_cast<unsigned char>(character)) != 0;
 }
 
 /// The text as SQL sees it: up to its first NUL byte.

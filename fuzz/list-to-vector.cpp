@@ -1,15 +1,13 @@
 // Splitting agrees with a splitter that is written out plainly.
 
-#include <cctype>
-
 #include "Fuzz.h"
 
 static std::string trimmed(const std::string& text)
 {
     std::size_t begin = 0, end = text.size();
-    while (begin < end && std::isspace(static_cast<unsigned char>(text[begin])))
+    while (begin < end && fuzz::isBlank(text[begin]))
         ++begin;
-    while (end > begin && std::isspace(static_cast<unsigned char>(text[end - 1])))
+    while (end > begin && fuzz::isBlank(text[end - 1]))
         --end;
     return text.substr(begin, end - begin);
 }

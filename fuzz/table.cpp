@@ -1,7 +1,7 @@
 // Hostile names, keys and conditions: the statements are those that are documented, whatever the
 // texts make of them, and results and rows are SQLite's own.
 
-#include <cctype>
+#include <algorithm>
 
 #include <sqlite3.h>
 
@@ -45,10 +45,7 @@ std::string escaped(const std::string& text)
 // The column's name as a definition has it, which is trimmed.
 std::string withoutLeadingBlanks(const std::string& text)
 {
-    std::size_t blanks = 0;
-    while (blanks < text.size() && std::isspace(static_cast<unsigned char>(text[blanks])))
-        ++blanks;
-    return text.substr(blanks);
+    return std::string(std::find_if_not(text.begin(), text.end(), fuzz::isBlank), text.end());
 }
 
 // The texts of one input, and the statements that are documented for them.
