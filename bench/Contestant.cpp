@@ -1,37 +1,32 @@
 #include "Contestant.h"
 
-#include <algorithm>
-#include <cstring>
 #include <stdexcept>
 
 namespace bench
 {
 
-static std::vector<Entry>& list()
+static std::map<std::string, MakeContestant>& all()
 {
-    static std::vector<Entry> entries;
-    return entries;
+    static std::map<std::string, MakeContestant> makers;
+    return makers;
 }
 
-const std::vector<Entry>& contestants()
+const std::map<std::string, MakeContestant>& contestants()
 {
-    return list();
+    return all();
 }
 
-const Entry& contestant(const std::string& name)
+std::unique_ptr<Contestant> makeContestant(const std::string& name, std::size_t itemsPerRow)
 {
-    for (const Entry& entry : list())
-        if (entry.name == name)
-            return entry;
-    throw std::runtime_error("there is no contestant '" + name + "'");
+    const auto found = all().find(name);
+    if (found == all().end())
+        throw std::runtime_error("there is no contestant '" + name + "'");
+    return found->second(itemsPerRow);
 }
 
-Registration::Registration(const Entry& entry)
+Registration::Registration(const char* name, MakeContestant make)
 {
-    const auto before = [](const Entry& a, const Entry& b) {
-        return std::strcmp(a.name, b.name) < 0;
-    };
-    list().insert(std::upper_bound(list().begin(), list().end(), entry, before), entry);
+    all().emplace(name, make);
 }
 
 void fail(const char* reason)

@@ -3,9 +3,9 @@
 #ifndef SQLW_BENCH_CONTESTANT_H
 #define SQLW_BENCH_CONTESTANT_H
 
+#include <map>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "Data.h"
 
@@ -65,21 +65,15 @@ public:
 
 using MakeContestant = std::unique_ptr<Contestant> (*)(std::size_t itemsPerRow);
 
-struct Entry
-{
-    const char* name;
-    MakeContestant make;
-};
-
-/// All that were built, in the order of their names.
-const std::vector<Entry>& contestants();
+/// How to make each that was built, by its name.
+const std::map<std::string, MakeContestant>& contestants();
 /// The contestant with this name. Throws when there is none.
-const Entry& contestant(const std::string& name);
+std::unique_ptr<Contestant> makeContestant(const std::string& name, std::size_t itemsPerRow = 1);
 
-/// Puts a contestant on the list: `const Registration entry({"floor", make<Floor>});`
+/// Puts a contestant on the list: `const Registration entry("floor", make<Floor>);`
 struct Registration
 {
-    explicit Registration(const Entry& entry);
+    Registration(const char* name, MakeContestant make);
 };
 
 [[noreturn]] void fail(const char* reason);

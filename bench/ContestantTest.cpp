@@ -15,7 +15,8 @@ using bench::Data;
 using bench::Workload;
 
 // A contestant and a workload.
-class ContestantTest : public ::testing::TestWithParam<std::tuple<bench::Entry, Workload>>
+using Parameters = std::tuple<std::pair<const std::string, bench::MakeContestant>, Workload>;
+class ContestantTest : public ::testing::TestWithParam<Parameters>
 {
 };
 
@@ -23,7 +24,7 @@ TEST_P(ContestantTest, DoesWhatTheWorkloadAsks)
 {
     const auto& [entry, work] = GetParam();
     const Data data(200, 1, ":memory:");
-    const std::unique_ptr<Contestant> contestant = entry.make(1);
+    const std::unique_ptr<Contestant> contestant = entry.second(1);
     contestant->open(data.path);
     work.prepare(*contestant, data);
     work.check(*contestant, data, work.run(*contestant, data)); // throws where it did not
@@ -45,7 +46,7 @@ protected:
     {
         const auto& [itemsPerRow, work] = GetParam();
         const Data data(60, itemsPerRow, ":memory:");
-        const std::unique_ptr<Contestant> contestant = bench::contestant(name).make(itemsPerRow);
+        const std::unique_ptr<Contestant> contestant = bench::makeContestant(name, itemsPerRow);
         statements.clear();
         contestant->open(data.path);
         work.prepare(*contestant, data);

@@ -49,7 +49,7 @@ double run(const Arguments& arguments)
     const Workload& work = workload(arguments[1]);
     const std::size_t itemsPerRow = arguments.size() > 4 ? std::stoul(arguments[4]) : 1;
     const Data data(std::stoul(arguments[3]), itemsPerRow, arguments[2]);
-    const std::unique_ptr<Contestant> runner = contestant(arguments[0]).make(itemsPerRow);
+    const std::unique_ptr<Contestant> runner = makeContestant(arguments[0], itemsPerRow);
     if (arguments.size() > 5)
         platform::setTraceLevel(std::stoi(arguments[5]));
     runner->open(data.path);
@@ -78,7 +78,7 @@ long residentBytes()
 
 long growthOfReading(const std::string& name, const std::string& path, std::size_t itemsPerRow)
 {
-    const std::unique_ptr<Contestant> reader = contestant(name).make(itemsPerRow);
+    const std::unique_ptr<Contestant> reader = makeContestant(name, itemsPerRow);
     reader->open(path);
     reader->has(0); // SQLite reads the schema
     const long before = residentBytes();
@@ -95,8 +95,8 @@ void printAbout()
 
 void printList()
 {
-    for (const Entry& entry : contestants())
-        std::printf("contestant %s\n", entry.name);
+    for (const auto& entry : contestants())
+        std::printf("contestant %s\n", entry.first.c_str());
     for (const Workload& work : workloads())
         std::printf("workload %s\n", work.name);
 }

@@ -2,6 +2,7 @@
 //
 //     bench_times [options of Google Benchmark] ROWS FOLDER
 //
+// It leaves its last files in the folder.
 // A name is CONTESTANT/WORKLOAD/memory or CONTESTANT/WORKLOAD/file. Each iteration is a whole run
 // on a new database, of which only the measured part counts.
 
@@ -31,30 +32,12 @@ std::size_t rowsOf(const Workload& work, const Settings& settings)
     return autocommit ? std::min(settings.rows, syncs) : settings.rows;
 }
 
-// The files of a run, which are there before and after it in no case.
-class TemporaryFiles
+double secondsOf(const std::string& name, const Workload& work, const Data& data)
 {
-public:
-    explicit TemporaryFiles(const Data& data) : _data(data) { remove(); }
-    ~TemporaryFiles() { remove(); }
-    TemporaryFiles(const TemporaryFiles&) = delete;
-    TemporaryFiles& operator=(const TemporaryFiles&) = delete;
-
-private:
-    void remove()
-    {
-        std::remove(_data.path.c_str());
-        std::remove(_data.secondPath.c_str());
-    }
-
-    const Data& _data;
-};
-
-double secondsOf(const Entry& entry, const Workload& work, const Data& data)
-{
-    const TemporaryFiles files(data);
+    std::remove(data.path.c_str());
+    std::remove(data.secondPath.c_str());
     using clock = std::chrono::steady_clock;
-    const std::unique_ptr<Contestant> contestant = entry.make(data.itemsPerRow);
+    const std::unique_ptr<Contestant> contestant = makeContestant(name);
     contestant->open(data.path);
     work.prepare(*contestant, data);
     const clock::time_point begin = clock::now();
@@ -64,15 +47,15 @@ double secondsOf(const Entry& entry, const Workload& work, const Data& data)
     return std::chrono::duration<double>(end - begin).count();
 }
 
-void registerRun(const Entry& entry, const Workload& work, bool onFile, const Settings& settings)
+void registerRun(const std::string& contestant, const Workload& work, bool onFile,
+                 const Settings& settings)
 {
-    const std::string name =
-        std::string(entry.name) + "/" + work.name + (onFile ? "/file" : "/memory");
+    const std::string name = contestant + "/" + work.name + (onFile ? "/file" : "/memory");
     const auto run = [=](benchmark::State& state) {
         const Data data(rowsOf(work, settings), 1,
                         onFile ? settings.folder + "/bench_times.db" : ":memory:");
         for ([[maybe_unused]] auto iteration : state)
-            state.SetIterationTime(secondsOf(entry, work, data));
+            state.SetIterationTime(secondsOf(contestant, work, data));
         state.SetItemsProcessed(static_cast<std::int64_t>(data.rows) * state.iterations());
     };
     benchmark::RegisterBenchmark(name.c_str(), run)->UseManualTime();
@@ -89,10 +72,10 @@ int main(int count, char** arguments)
             return 2;
         }
         const Settings settings = {std::stoul(arguments[1]), arguments[2]};
-        for (const Entry& entry : contestants())
+        for (const auto& entry : contestants())
             for (const Workload& work : workloads())
                 for (const bool onFile : {false, true})
-                    registerRun(entry, work, onFile, settings);
+                    registerRun(entry.first, work, onFile, settings);
         benchmark::RunSpecifiedBenchmarks();
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());

@@ -221,9 +221,9 @@ private:
     sql::Record _record{_fields};
 };
 
-const Registration statement({"statement", make<Statement>});
-const Registration writer({"writer", make<Writer>});
-const Registration record({"record", make<Records>});
+const Registration statement("statement", make<Statement>);
+const Registration writer("writer", make<Writer>);
+const Registration record("record", make<Records>);
 
 } // namespace
 } // namespace bench

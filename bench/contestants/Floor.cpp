@@ -257,7 +257,7 @@ private:
     std::vector<std::string> _cells;
 };
 
-const Registration entry({"floor", makeWide<Floor>});
+const Registration entry("floor", makeWide<Floor>);
 
 } // namespace
 } // namespace bench

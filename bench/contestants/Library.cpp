@@ -130,8 +130,8 @@ std::unique_ptr<Contestant> makeByName(std::size_t itemsPerRow)
     return std::make_unique<Library<ByName>>(itemsPerRow);
 }
 
-const Registration byPosition({"library", makeWide<Library<ByPosition>>});
-const Registration byName({"library-by-name", makeByName});
+const Registration byPosition("library", makeWide<Library<ByPosition>>);
+const Registration byName("library-by-name", makeByName);
 
 } // namespace
 } // namespace bench

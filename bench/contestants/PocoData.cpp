@@ -83,7 +83,7 @@ public:
     }
 };
 
-const Registration entry({"poco-data", make<PocoData>});
+const Registration entry("poco-data", make<PocoData>);
 
 } // namespace
 } // namespace bench

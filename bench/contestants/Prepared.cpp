@@ -106,7 +106,7 @@ public:
     void insertAll(const Data& data) override { insertInGroups(data, 50); }
 };
 
-const Registration entry({"prepared", make<Prepared>});
+const Registration entry("prepared", make<Prepared>);
 
 } // namespace
 } // namespace bench

@@ -125,7 +125,7 @@ public:
     void insertAll(const Data& data) override { _first->insert.runBatch(data); }
 };
 
-const Registration entry({"qt-sql", make<QtSql>});
+const Registration entry("qt-sql", make<QtSql>);
 
 } // namespace
 } // namespace bench

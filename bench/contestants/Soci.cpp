@@ -78,7 +78,7 @@ public:
     }
 };
 
-const Registration entry({"soci", make<Soci>});
+const Registration entry("soci", make<Soci>);
 
 } // namespace
 } // namespace bench

@@ -85,7 +85,7 @@ private:
     SQLite::Statement _statement;
 };
 
-const Registration entry({"sqlitecpp", make<Compiled<Connection>>});
+const Registration entry("sqlitecpp", make<Compiled<Connection>>);
 
 } // namespace
 } // namespace bench
