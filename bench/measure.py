@@ -8,6 +8,7 @@ import os
 import pathlib
 import re
 import subprocess
+import sys
 import tempfile
 
 from tqdm import tqdm
@@ -30,7 +31,8 @@ STEADY = {
 }
 
 
-progress = functools.partial(tqdm, leave=False, disable=None)  # on a terminal alone
+# Shows at once on a terminal how far the work has come, and every minute in a file.
+progress = functools.partial(tqdm, leave=False, mininterval=0.1 if sys.stderr.isatty() else 60)
 
 
 class Failure(Exception):
