@@ -19,26 +19,16 @@ inline std::string shown(bool truth)
     return truth ? "true" : "false";
 }
 
-inline std::string shown(double number)
+template <typename Number> std::string shown(Number number)
 {
     std::ostringstream text;
     text << std::setprecision(15) << number;
     return text.str();
 }
 
-inline std::string shown(int number)
+template <typename Object> std::string shown(Object* pointer)
 {
-    return std::to_string(number);
-}
-
-inline std::string shown(sql::integer number)
-{
-    return std::to_string(number);
-}
-
-inline std::string shown(std::size_t number)
-{
-    return std::to_string(number);
+    return pointer ? "a pointer" : "null";
 }
 
 inline std::string shown(const std::string& text)
@@ -69,11 +59,6 @@ struct Word
 inline std::string shown(const Word& word)
 {
     return word.text;
-}
-
-inline std::string shown(const void* pointer)
-{
-    return pointer ? "a pointer" : "null";
 }
 
 template <typename Result> void check(int line, const Result& result, const char* remark)
