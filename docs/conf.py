@@ -12,13 +12,14 @@ sys.dont_write_bytecode = True  # nothing is written beside the sources
 project = "sqlwrapper"
 version = release = re.search(r"project\(\w+ VERSION (\S+)", (root / "CMakeLists.txt").read_text(encoding="utf-8"))[1]
 
-extensions = ["breathe", "myst_parser", "sphinx.ext.graphviz", "sphinx_copybutton", "extension"]
+extensions = ["breathe", "myst_parser", "sphinx.ext.graphviz", "sphinx_copybutton", "caveats"]
 highlight_language = "text"
 today = release  # a page of the manual belongs to a version, not to the day on which it was made
 
 breathe_default_project = project
 graphviz_output_format = "svg"
 myst_heading_anchors = 4
+# A document that is elsewhere has a page that includes it, and labels that are paths to it: links to it lead there.
 
 html_theme = "furo"
 html_title = f"{project} {release}"
