@@ -3,6 +3,8 @@
 
 #include <fstream>
 
+#include <unistd.h>
+
 #include "Item.h"
 #include "Sql.h"
 #include "SqlPrepared.h"
@@ -79,15 +81,9 @@ bool round(const std::string& path, sql::integer number)
 
 long residentKilobytes()
 {
-    std::ifstream status("/proc/self/status");
-    std::string word;
-    while (status >> word)
-        if (word == "VmRSS:") {
-            long kilobytes = 0;
-            status >> kilobytes;
-            return kilobytes;
-        }
-    return -1;
+    long total = 0, resident = 0;
+    std::ifstream("/proc/self/statm") >> total >> resident;
+    return resident * (sysconf(_SC_PAGESIZE) / 1024);
 }
 
 void runRounds(long rounds)

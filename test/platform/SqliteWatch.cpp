@@ -1,5 +1,6 @@
 #include "SqliteWatch.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include <sqlite3.h>
@@ -118,10 +119,7 @@ std::vector<Outcome> SqliteWatch::taken()
 
 bool allSucceeded(const std::vector<Outcome>& all)
 {
-    for (const Outcome& outcome : all)
-        if (!outcome.succeeded)
-            return false;
-    return true;
+    return std::all_of(all.begin(), all.end(), [](const Outcome& one) { return one.succeeded; });
 }
 
 bool holds(sql::Table& table, const Outcome& outcome)
