@@ -8,15 +8,13 @@
 namespace faults
 {
 
-namespace
-{
-
-const int patience = 5000;
-
 int giveUp(void* calls)
 {
     return ++*static_cast<int*>(calls) > patience;
 }
+
+namespace
+{
 
 // The result of a statement: its rows, and SQLite's code, which is 0 for success.
 struct Result

@@ -11,6 +11,11 @@
 namespace faults
 {
 
+/// How often SQLite may ask whether to go on with a damaged file, and what it asks, as its progress
+/// handler.
+const int patience = 5000;
+int giveUp(void* calls);
+
 /// Uses a damaged file through the companion, and a copy of it through SQLite's own interface: both
 /// must give the same results and rows. Returns how many results reported the damage.
 long compareCompanion(const Point& point, const std::string& bytes, const char* table,

@@ -35,12 +35,12 @@ private:
 /// Prints a figure that is worth a place in the table.
 [[gnu::format(printf, 1, 2)]] void figure(const char* format, ...);
 
-/// Whether to try the point of this name, which an item asks for each. When one point is repeated,
-/// no other is wanted.
+/// Whether to try the point of this name. An item asks this for each of its points. When one point
+/// is repeated, no other is wanted.
 bool isWanted(const std::string& name);
 
-/// The body of an item's main, which `tryAll` points, or a sample of them that takes seconds.
-/// Returns the exit status.
+/// The body of an item's main. `tryAll` tries every point that is wanted or, if quick, a sample of
+/// them that takes seconds. Returns the exit status.
 int run(int argc, char** argv, const std::function<void(bool quick)>& tryAll);
 
 /// A point of an item that can list them.

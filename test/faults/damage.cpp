@@ -77,13 +77,6 @@ std::string cut(const std::string& bytes, unsigned seed)
     return bytes.substr(0, random() % bytes.size());
 }
 
-const int patience = 5000;
-
-int giveUp(void* calls)
-{
-    return ++*static_cast<int*>(calls) > patience;
-}
-
 // A damaged file, in use.
 class Damaged
 {
@@ -91,7 +84,7 @@ public:
     Damaged(const Point& point, const std::string& path) : _point(point)
     {
         _point.expect(database.open(path, sql::Database::read_write, false, 0), "open");
-        sqlite3_progress_handler(database.getHandle(), 1000, giveUp, &_calls);
+        sqlite3_progress_handler(database.getHandle(), 1000, faults::giveUp, &_calls);
         _watch = std::make_unique<platform::SqliteWatch>(database.getHandle());
     }
 
@@ -121,7 +114,7 @@ public:
     void write(sql::Table& table, sql::Table& another);
 
     long refused() const { return _refused; }
-    bool interrupted() const { return _calls > patience; }
+    bool interrupted() const { return _calls > faults::patience; }
 
     sql::Database database;
 
