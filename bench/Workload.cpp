@@ -17,7 +17,7 @@ static bool isEven(std::size_t position)
 
 static void nothing(Contestant&, const Data&) {}
 
-static void fillEvery(std::size_t step, Contestant& contestant, const Data& data)
+template <std::size_t step> static void fillEvery(Contestant& contestant, const Data& data)
 {
     contestant.begin();
     for (std::size_t i = 0; i < data.rows; i += step)
@@ -25,15 +25,7 @@ static void fillEvery(std::size_t step, Contestant& contestant, const Data& data
     contestant.commit();
 }
 
-static void fill(Contestant& contestant, const Data& data)
-{
-    fillEvery(1, contestant, data);
-}
-
-static void fillHalf(Contestant& contestant, const Data& data)
-{
-    fillEvery(2, contestant, data);
-}
+static constexpr auto fill = fillEvery<1>;
 
 static void fillAndOpenSecond(Contestant& contestant, const Data& data)
 {
@@ -220,7 +212,7 @@ const std::vector<Workload>& workloads()
         {"get-by-key", fill, getByKey, checkFound},
         {"has-key", fill, hasKey, checkPresent},
         {"update-by-key", fill, changeByKey<&Contestant::update>, checkChanged},
-        {"upsert", fillHalf, changeByKey<&Contestant::upsert>, checkChanged},
+        {"upsert", fillEvery<2>, changeByKey<&Contestant::upsert>, checkChanged},
         {"delete-by-key", fill, deleteByKey, checkEmpty},
         {"copy-table", fill, copyTable, checkCopy},
         {"copy-to-database", fillAndOpenSecond, copyToSecond, checkSecond},
