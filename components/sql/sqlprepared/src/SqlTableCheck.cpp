@@ -198,7 +198,7 @@ private:
     bool readIndexes(sqlite3* db, const string& table);
     bool readIndex(sqlite3* db, const string& index, const string& origin);
     bool hasRow(Statement& statement);
-    bool prepare(Statement& statement, sqlite3* db, const char* pragma, const string& name);
+    void prepare(Statement& statement, sqlite3* db, const char* pragma, const string& name);
 
     void compareColumns();
     void compareColumn(const Column& column, const string& name, const Field& field, int index);
@@ -394,7 +394,7 @@ void Check::findTable(sqlite3* db, string& name)
         add(Finding::table_spelled_otherwise, nullptr, name.c_str());
 }
 
-// To the next row, unless reading the last one failed.
+// To the next row, unless compiling the statement or reading the last row failed.
 bool Check::hasRow(Statement& statement)
 {
     if (!statement.error() && statement.next())
@@ -403,7 +403,7 @@ bool Check::hasRow(Statement& statement)
     return false;
 }
 
-bool Check::prepare(Statement& statement, sqlite3* db, const char* pragma, const string& name)
+void Check::prepare(Statement& statement, sqlite3* db, const char* pragma, const string& name)
 {
     string sql;
     sql += "pragma ";
@@ -415,10 +415,7 @@ bool Check::prepare(Statement& statement, sqlite3* db, const char* pragma, const
         sql.append(&byte, 1);
     }
     sql += "\")";
-    if (statement.prepare(db, sql))
-        return true;
-    _error = statement.error();
-    return false;
+    statement.prepare(db, sql);
 }
 
 // Old versions of SQLite know no table_xinfo, and give no rows.
@@ -426,8 +423,7 @@ bool Check::readColumns(sqlite3* db, const char* pragma, const string& table)
 {
     enum { cid, name, type, notnull, dflt_value, pk, hidden };
     Statement statement;
-    if (!prepare(statement, db, pragma, table))
-        return false;
+    prepare(statement, db, pragma, table);
     auto last = _columns.before_begin();
     while (hasRow(statement)) {
         const integer kind = statement.getInteger(hidden);
@@ -452,8 +448,7 @@ bool Check::readIndexes(sqlite3* db, const string& table)
 {
     enum { seq, name, isUnique, origin, isPartial };
     Statement statement;
-    if (!prepare(statement, db, "index_list", table))
-        return false;
+    prepare(statement, db, "index_list", table);
     while (hasRow(statement))
         if (statement.getInteger(isUnique) != 0 && statement.getInteger(isPartial) == 0 &&
             !readIndex(db, statement.getString(name), statement.getString(origin)))
@@ -467,8 +462,7 @@ bool Check::readIndex(sqlite3* db, const string& index, const string& origin)
 {
     enum { seqno, cid, name };
     Statement statement;
-    if (!prepare(statement, db, "index_info", index))
-        return false;
+    prepare(statement, db, "index_info", index);
     Column* column = nullptr;
     int count = 0;
     for (; hasRow(statement); ++count)
