@@ -96,6 +96,8 @@ TEST_F(TableCheckTest, FindsNamesThatAppearTwiceInAnyCase)
 {
     EXPECT_EQ(Found({{Finding::name_twice, "NAME"}, {Finding::name_twice, "name"}}),
               describe(described({id, name, Field("NAME", sql::type_int, 0), name})));
+    EXPECT_EQ(Found({{Finding::name_twice, "ID"}}),
+              describe(described({id, Field("ID", sql::type_int, 0)})));
     EXPECT_EQ(Found(), describe(described({id, Field("\xc3\xa4", sql::type_int, 0),
                                            Field("\xc3\x84", sql::type_int, 0)})));
 }
