@@ -434,6 +434,16 @@ TEST_F(TableCheckTest, TakesAKeyThatIsNumberedForNotNull)
                       "create table item (id int primary key, name text)"));
 }
 
+TEST_F(TableCheckTest, TakesAKeyWithAUniqueIndexBesideItForNumbered)
+{
+    if (sqlite3_libversion_number() < 3008009)
+        GTEST_SKIP() << "SQLite does not say which index is that of the key";
+    const int flags = sql::flag_primary_key | sql::flag_not_null;
+    EXPECT_EQ(Found(), compare({Field("id", sql::type_int, flags), name},
+                               "create table item (id integer primary key, name text);"
+                               " create unique index i on item (id)"));
+}
+
 TEST_F(TableCheckTest, FindsColumnsThatAreUniqueOnOneSideAlone)
 {
     const Field u("u", sql::type_int, sql::flag_unique);
