@@ -158,6 +158,9 @@ TEST_F(TableCheckTest, TakesTheEndOfMemoryForAFailureOfTheDescription)
         faults.allocationsLeft = -1;
         found = kindsOf(findings);
         ASSERT_EQ(1u, found.size()) << left;
+        if (findings[0].kind == Finding::failed) {
+            EXPECT_EQ("out of memory", findings[0].text);
+        }
     }
     EXPECT_LT(2, left);
 }

@@ -420,7 +420,7 @@ TEST_F(TableCheckTest, FindsColumnsThatAcceptNullOnOneSideAlone)
 {
     EXPECT_EQ(Found({{Finding::not_null_differs, "name"}, {Finding::not_null_differs, "n"}}),
               compare({id, name, Field("n", sql::type_int, sql::flag_not_null)},
-                      "create table item (id integer primary key, name text not null, n int)"));
+                      "create table item (id integer primary key, name text not null, n integer)"));
 }
 
 TEST_F(TableCheckTest, TakesAKeyThatIsNumberedForNotNull)
