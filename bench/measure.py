@@ -196,7 +196,8 @@ def time(programs, storages, rows, rounds, seconds):
     for entry in report["benchmarks"]:
         if entry["run_type"] == "iteration":
             speeds[tuple(entry["name"].split("/")[:3])].append(entry["items_per_second"])
-    return {key: 1 / max(values) for key, values in speeds.items()}
+    return {(c, w, s): 1 / max(speeds[c, w, s])
+            for s in storages for w in programs.workloads for c in programs.contestants}
 
 
 def memory(programs, contestants, rows, items=1):
