@@ -48,6 +48,18 @@ TEST_F(RecordSetTest, CellsHoldTheTextAsItIs)
     EXPECT_EQ(" x7", set.getRecord(0)->getValue(0)->asString());
 }
 
+// Not every processor gives SQLite the same digits.
+TEST_F(RecordSetTest, CellOfARealHoldsTheTextThatSQLiteMakes)
+{
+    for (const char* real :
+         {"0.1", "1.0 / 3", "2.0 / 3 * 1e15", "123456789012345678 * 1.0", "1e22", "1e-7", "1e23",
+          "9007199254740993.0", "0.3 - 0.1", "123456.789e3", "5e-324", "1.7976931348623157e308"}) {
+        const std::string query = std::string("select ") + real;
+        EXPECT_TRUE(set.query(query));
+        EXPECT_EQ(cell(query), set.getTopRecordFirstValue()->asString());
+    }
+}
+
 TEST_F(RecordSetTest, ColumnsOfOneNameAreFilledByPosition)
 {
     sql::RecordSet twice(db, columns({id, name, name}));

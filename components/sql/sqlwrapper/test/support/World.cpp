@@ -1,5 +1,7 @@
 #include "World.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <clocale>
 #include <cstdarg>
 #include <cstdint>
@@ -22,16 +24,41 @@ namespace
 using platform::Within;
 
 std::vector<std::string> events;
+std::ofstream traceFile;
 sqltest::Faults theFaults;
 bool recording = false;
 int recorderDepth = 0; // above 0 while the recorder itself is at work
 int sqliteDepth = 0;   // above 0 within SQLite, whose own calls of its functions do not count
 long allocationCount = 0;
 
+// One event per line, even if its text has several lines.
+void writeTrace(const std::string& event)
+{
+    for (const char byte : event)
+        traceFile << (byte == '\n' ? "\\n" : std::string(1, byte));
+    traceFile << '\n';
+}
+
 void record(const std::string& event)
 {
-    if (recording)
-        events.push_back(event);
+    if (!recording)
+        return;
+    events.push_back(event);
+    if (traceFile.is_open())
+        writeTrace(event);
+}
+
+void openTraceFile()
+{
+    const char* const folder = std::getenv("SQLW_TEST_TRACES");
+    if (!folder)
+        return;
+    const ::testing::TestInfo& test = *::testing::UnitTest::GetInstance()->current_test_info();
+    std::string name = std::string(program_invocation_short_name) + "." + test.test_suite_name() +
+                       "." + test.name();
+    std::replace(name.begin(), name.end(), '/', '-');
+    traceFile.open(std::string(folder) + "/" + name);
+    EXPECT_TRUE(traceFile.is_open()) << "no file " << name << " in " << folder;
 }
 
 // `argument` renders what the function was given.
@@ -225,7 +252,7 @@ extern "C" {
 
 time_t time(time_t* seconds) noexcept
 {
-    const time_t now = theFaults.clockFails ? static_cast<time_t>(-1) : SQLW_REAL(time)(nullptr);
+    const time_t now = theFaults.clockFails ? -1 : 1700000000;
     if (seconds)
         *seconds = now;
     return now;
@@ -233,7 +260,9 @@ time_t time(time_t* seconds) noexcept
 
 std::tm* localtime_r(const time_t* seconds, std::tm* local) noexcept
 {
-    return theFaults.localTimeFails ? nullptr : SQLW_REAL(localtime_r)(seconds, local);
+    // Its name in the C library follows the width of time_t.
+    const char* const name = sizeof(time_t) > sizeof(long) ? "__localtime64_r" : "localtime_r";
+    return theFaults.localTimeFails ? nullptr : platform::real(&localtime_r, name)(seconds, local);
 }
 
 size_t strftime(char* text, size_t size, const char* pattern, const std::tm* local) noexcept
@@ -379,6 +408,7 @@ Test::Test() : faults(theFaults)
 {
     events.clear();
     theFaults = Faults();
+    openTraceFile();
     recording = true;
     platform::setReportSink(writeReport);
     platform::setLineSink(writeLine);
@@ -388,6 +418,7 @@ Test::Test() : faults(theFaults)
 Test::~Test()
 {
     recording = false;
+    traceFile.close();
     theFaults = Faults();
 }
 

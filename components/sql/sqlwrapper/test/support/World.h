@@ -92,7 +92,9 @@ struct Faults
     int levelAfterNextLine = -1;     ///< the trace level once a line is written; -1 for no change
 };
 
-/// A test in such a world. Everything is recorded from its start, at trace level 9.
+/// A test in such a world. Everything is recorded from its start, at trace level 9. The clock does
+/// not move, so that two runs record the same. The events of each test also go to a file of its
+/// name in the folder that SQLW_TEST_TRACES names, if the environment has it.
 class Test : public ::testing::Test
 {
 protected:
