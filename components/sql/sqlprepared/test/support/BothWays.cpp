@@ -53,15 +53,20 @@ std::string Choices::decimal()
     return result;
 }
 
+// Compilers take the operands of an expression in different orders, but the choices have one.
 double Choices::real()
 {
     switch (below(4)) {
         case 0:
             return below(100000) / 100.0;
-        case 1:
-            return (static_cast<double>(bits()) - 2147483648.0) / (1 + below(1000));
-        case 2:
-            return std::ldexp(static_cast<double>(bits()), static_cast<int>(below(200)) - 100);
+        case 1: {
+            const double dividend = static_cast<double>(bits()) - 2147483648.0;
+            return dividend / (1 + below(1000));
+        }
+        case 2: {
+            const double fraction = bits();
+            return std::ldexp(fraction, static_cast<int>(below(200)) - 100);
+        }
         default: {
             const unsigned long long all = manyBits();
             double value;
