@@ -220,7 +220,7 @@ class Workshop:
                 if not self.link(affected):
                     return Outcome(mutant, "unbuilt")
                 again = without_value != WITHOUT_VALUE[0]
-                for program in self.likeliest(file.stem, affected, not again):
+                for program in self.likeliest(mutant, file.stem, affected, not again):
                     if output := self.failure(program):
                         self.witness[file.stem] = program
                         return Outcome(mutant, "killed", program.name, output)
@@ -232,11 +232,14 @@ class Workshop:
     def objects(sources, suffix):
         return [source.with_suffix(suffix).read_bytes() for source in sources]
 
-    def likeliest(self, stem, affected, and_others):
-        """The tests of the class, which are the likeliest to see a change, and then the others."""
+    def likeliest(self, mutant, stem, affected, and_others):
+        """The tests of the file and the class, which are the likeliest to see a change, and then the
+        others."""
         loading = libraries_of_tests({source.name for source in affected})
         programs = [program for program in self.programs if program.parent.parent.name in loading]
-        own = [program for program in programs if program.name.startswith(stem)]
+        owner, scope, _ = mutant.function.partition("::")
+        names = (stem, "Sql" + owner) if scope else stem
+        own = [program for program in programs if program.name.startswith(names)]
         others = [program for program in programs if program in self.quick and program not in own]
         candidates = own + others if and_others or not own else own
         return sorted(candidates, key=lambda program: program != self.witness.get(stem))
