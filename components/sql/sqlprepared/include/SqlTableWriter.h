@@ -53,8 +53,8 @@ public:
     /// all of them are compared.
     bool update(const Record& record) { return write(Write::update, &record); }
     /// Updates the row with the record's key, or adds it when there is none, as one step. In SQL it
-    /// is one statement where SQLite has it (3.24), otherwise two within a transaction. SQLITE_MISUSE
-    /// when the description has no key column.
+    /// is one statement where SQLite has it (3.24), otherwise two within a transaction.
+    /// SQLITE_MISUSE when the description has no key column.
     bool upsert(const Record& record) { return write(Write::upsert, &record); }
 
     /// @}
