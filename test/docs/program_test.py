@@ -8,6 +8,7 @@ The command must build it with link-time optimisation, too, which sees both side
 without a warning.
 """
 
+import os
 import pathlib
 import subprocess
 import sys
@@ -26,9 +27,13 @@ def build(document, folder):
     (folder / "components").symlink_to(document.parent / "components")
     (folder / "app.cpp").write_text(block(document, "cpp", "int main()"), encoding="utf-8")
     (folder / "platform.cpp").write_text(block(document, "cpp", 'extern "C"'), encoding="utf-8")
+    installed = folder / "installed"  # a path without blanks, which would separate what pkg-config prints
+    installed.symlink_to(os.environ["SQLW_INSTALLED"])
+    environment = os.environ | {"PKG_CONFIG_PATH": ":".join(map(str, installed.glob("**/pkgconfig")))}
     command = block(document, "sh", "app.cpp")
     for options in "-flto -Werror", "":
-        subprocess.run(["bash", "-c", command.replace("++", f"++ {options}", 1)], cwd=folder, check=True)
+        subprocess.run(["bash", "-c", command.replace("++", f"++ {options}", 1)], cwd=folder, env=environment,
+                       check=True)
     return ["./app"]
 
 
