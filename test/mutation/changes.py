@@ -186,7 +186,7 @@ def regions_of(file, source):
             i += 1 # at the colon
             head = i + 1
         if tokens[i].kind == "op" and text in ";}:" and not (text == ":" and head < i):
-            if (text == ";" and head < i and tokens[head].text == "static" and
+            if (text == ";" and head < i and tokens[head].text in ("static", "const") and
                     any(token.text == "=" for token in tokens[head:i])):
                 regions.append(Region(file, source, tokens[head:i])) # a constant
             head = i + 1
