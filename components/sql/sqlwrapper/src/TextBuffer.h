@@ -39,7 +39,6 @@ public:
     /// Drops what was added after the first `size` bytes.
     void truncate(string::size_type size) { _size = size; }
 
-    const char* data() const { return _data; }
     string::size_type size() const { return _size; }
     /// Always above the size, for the NUL that ends the text.
     string::size_type capacity() const { return _capacity; }
